@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "corvana/AudioFileReader.h"
+
+#include "corvana/Assertion.h"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
+
+CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.AudioFileReader")
+
+namespace Corvana::Audio {
+namespace {
+
+namespace at {
+constexpr SourcePosition openFailed{"AudioFileReader", 99};
+constexpr SourcePosition formatCode{"AudioFileReader", 106};
+constexpr SourcePosition notMono{"AudioFileReader", 110};
+constexpr SourcePosition rewindByReopening{"AudioFileReader", 147};
+constexpr SourcePosition seekFailed{"AudioFileReader", 177};
+constexpr SourcePosition lastChunk{"AudioFileReader", 202};
+constexpr SourcePosition endOfFile{"AudioFileReader", 214};
+constexpr SourcePosition gotoStartFailed{"AudioFileReader", 244};
+} // namespace at
+
+// Full scale, less the rounding of the encoding: from here on a sample counts as clipped.
+constexpr double s_dClippingUlaw = 0.980347;
+constexpr double s_dClippingAlaw = 0.984375;
+constexpr double s_dClippingLinear = 0.999969;
+
+constexpr std::size_t s_uiMaxErrorLength = 2048;
+
+SNDFILE* toSoundFile(void* in_pFile)
+{
+    return static_cast<SNDFILE*>(in_pFile);
+}
+
+std::string lastOpenError()
+{
+    char acError[s_uiMaxErrorLength] = {};
+    sf_error_str(nullptr, acError, sizeof acError);
+    return acError;
+}
+
+// The frame nearest to a time; false when no file can have it (negative, not a number, beyond 63 bits).
+bool toFrame(double in_dSeconds, unsigned long in_uiSampleRate, unsigned long& out_uiFrame)
+{
+    const double dFrame = in_dSeconds * static_cast<double>(in_uiSampleRate) + 0.5;
+    if (!(in_dSeconds >= 0.0 && dFrame < 0x1p63))
+        return false;
+    out_uiFrame = static_cast<unsigned long>(dFrame);
+    return true;
+}
+
+const char* formatName(SNDFILE* in_pFile, int in_iFormat, SF_FORMAT_INFO& out_info)
+{
+    out_info = {};
+    out_info.format = in_iFormat;
+    sf_command(in_pFile, SFC_GET_FORMAT_INFO, &out_info, sizeof out_info);
+    return out_info.name == nullptr ? "" : out_info.name;
+}
+
+// Sets a value back when a scope is left in any way.
+template <class T>
+class Restorer
+{
+public:
+    explicit Restorer(T& inout_value)
+        : m_value(inout_value)
+        , m_saved(inout_value)
+    {
+    }
+    ~Restorer() { m_value = m_saved; }
+    Restorer(const Restorer&) = delete;
+    Restorer& operator=(const Restorer&) = delete;
+
+private:
+    T& m_value;
+    T m_saved;
+};
+
+} // namespace
+
+void AudioFileReader::SoundFileCloser::operator()(void* in_pFile) const
+{
+    sf_close(toSoundFile(in_pFile));
+}
+
+AudioFileReader::AudioFileReader()
+{
+    setLogger(fileScopeLogger());
+    CORVANA_TRACE_SCOPE(getLogger(), "AudioFileReader ctor");
+}
+
+AudioFileReader::~AudioFileReader() = default;
+
+bool AudioFileReader::setNbOfFramesToRead(unsigned long in_uiNbOfFrames)
+{
+    CORVANA_TRACE_SCOPE(getLogger(), "AudioFileReader::setNbOfFramesToRead");
+
+    m_uiNbOfFramesToRead = in_uiNbOfFrames;
+    return true;
+}
+
+void AudioFileReader::startAt(unsigned long in_uiFrame)
+{
+    m_bAtEnd = false;
+    m_vReadBuffer.resize(m_uiNbOfFramesToRead);
+    std::fill(m_vReadBuffer.begin(), m_vReadBuffer.end(), 0.0);
+    m_uiFramePosition = in_uiFrame;
+    m_dCurrentTime = static_cast<double>(in_uiFrame) * m_dSecondsPerFrame;
+}
+
+bool AudioFileReader::setSourceAudioFile(const char* in_szFileName)
+{
+    CORVANA_TRACE_SCOPE(getLogger(), "AudioFileReader::setSourceAudioFile");
+
+    m_pFile.reset();
+    m_bAtEnd = false;
+    if (in_szFileName == nullptr) {
+        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(), "failed to open , no file name given");
+        return false;
+    }
+
+    SF_INFO info = {};
+    // Becomes ours at the end, so that neither a failure nor an exception leaves a file open.
+    std::unique_ptr<void, SoundFileCloser> pFile(sf_open(in_szFileName, SFM_READ, &info));
+    if (pFile == nullptr) {
+        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(),
+                             "failed to open " << in_szFileName << ", " << lastOpenError());
+        return false;
+    }
+    m_iFormat = info.format;
+    CORVANA_LOG_DEBUG_AT(at::formatCode, getLogger(),
+                         in_szFileName << " : sfInfo.format=0x" << std::hex << info.format);
+    if (info.channels != 1) {
+        CORVANA_LOG_ERROR_AT(at::notMono, getLogger(), "Audio file is not mono (more than 1 channel)");
+        return false;
+    }
+    m_strFileName = in_szFileName;
+    m_uiSampleRate = static_cast<unsigned long>(info.samplerate);
+    m_uiNbOfFrames = static_cast<unsigned long>(info.frames);
+    m_dSecondsPerFrame = 1.0 / static_cast<double>(m_uiSampleRate);
+    startAt(0);
+    m_pFile = std::move(pFile);
+    return true;
+}
+
+bool AudioFileReader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
+{
+    CORVANA_TRACE_SCOPE(getLogger(), "AudioFileReader::getNextLinearFrames");
+
+    out_vFrames.clear();
+    if (m_bAtEnd) {
+        CORVANA_LOG_DEBUG_AT(at::endOfFile, getLogger(), "End of file reached");
+        return false;
+    }
+    m_vReadBuffer.resize(m_uiNbOfFramesToRead);
+    const sf_count_t iNbRead =
+        sf_read_double(toSoundFile(m_pFile.get()), m_vReadBuffer.data(), static_cast<sf_count_t>(m_uiNbOfFramesToRead));
+    const unsigned long uiNbRead = iNbRead > 0 ? static_cast<unsigned long>(iNbRead) : 0;
+    if (uiNbRead == 0 || uiNbRead < m_uiNbOfFramesToRead) {
+        CORVANA_LOG_DEBUG_AT(at::lastChunk, getLogger(), "Last chunk of audio read, end of file reached");
+        m_bAtEnd = true;
+        m_vReadBuffer.resize(uiNbRead);
+    }
+    m_uiFramePosition += uiNbRead;
+    m_dCurrentTime += static_cast<double>(uiNbRead) * m_dSecondsPerFrame;
+    out_vFrames.insert(out_vFrames.end(), m_vReadBuffer.begin(), m_vReadBuffer.end());
+    return true;
+}
+
+bool AudioFileReader::gotoStart()
+{
+    if (sf_seek(toSoundFile(m_pFile.get()), 0, SEEK_SET) == -1) {
+        CORVANA_LOG_WARN_AT(at::rewindByReopening, getLogger(),
+                            "Audio file is not seekable, will need to close and then open the file to rewind it");
+        const std::string strFileName = m_strFileName; // opening assigns the member
+        return setSourceAudioFile(strFileName.c_str());
+    }
+    startAt(0);
+    return true;
+}
+
+bool AudioFileReader::gotoAudioTime(double in_dSeconds)
+{
+    unsigned long uiFrame = 0;
+    if (!toFrame(in_dSeconds, m_uiSampleRate, uiFrame) ||
+        sf_seek(toSoundFile(m_pFile.get()), static_cast<sf_count_t>(uiFrame), SEEK_SET) == -1) {
+        CORVANA_LOG_ERROR_AT(at::seekFailed, getLogger(),
+                             "Audio file is not seekable, gotoAudioTime() is not supported");
+        return false;
+    }
+    startAt(uiFrame);
+    return true;
+}
+
+bool AudioFileReader::getAllLinearFrames(Math::DoubleVector& out_vFrames)
+{
+    CORVANA_TRACE_SCOPE(getLogger(), "AudioFileReader::getAllLinearFrames");
+
+    const Restorer<unsigned long> restoreNbOfFrames(m_uiNbOfFramesToRead);
+    m_uiNbOfFramesToRead = 1024;
+    // Not the virtual one: a derived class's own state is not concerned.
+    if (!CORVANA_ASSERT_AT(at::gotoStartFailed, AudioFileReader::gotoStart(), "AudioFileReader::gotoStart()"))
+        return false;
+    Math::DoubleVector vChunk;
+    while (getNextLinearFrames(vChunk))
+        out_vFrames.insert(out_vFrames.end(), vChunk.begin(), vChunk.end());
+    return !out_vFrames.empty();
+}
+
+double AudioFileReader::getCurrentAudioTime() const
+{
+    return m_dCurrentTime;
+}
+
+double AudioFileReader::getClippingValue() const
+{
+    switch (m_iFormat & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_ULAW:
+        return s_dClippingUlaw;
+    case SF_FORMAT_ALAW:
+        return s_dClippingAlaw;
+    default:
+        return s_dClippingLinear;
+    }
+}
+
+unsigned long AudioFileReader::getSampleRate() const
+{
+    return m_pFile == nullptr ? 0 : m_uiSampleRate;
+}
+
+unsigned long AudioFileReader::getNbOfFrames() const
+{
+    return m_pFile == nullptr ? 0 : m_uiNbOfFrames;
+}
+
+std::ostream& AudioFileReader::getFileInfo(std::ostream& out_stream)
+{
+    if (m_pFile == nullptr)
+        return out_stream;
+    SF_FORMAT_INFO info;
+    out_stream << formatName(toSoundFile(m_pFile.get()), m_iFormat, info);
+    out_stream << " (." << (info.extension == nullptr ? "" : info.extension) << ") ";
+    return out_stream << formatName(toSoundFile(m_pFile.get()), m_iFormat & SF_FORMAT_SUBMASK, info);
+}
+
+} // namespace Corvana::Audio

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "corvana/IFFChunk.h"
+
+namespace Corvana::IFF {
+
+Chunk::Chunk() = default;
+Chunk::Chunk(ChunkId in_uiId)
+    : m_uiId(in_uiId)
+{
+}
+Chunk::~Chunk() = default;
+Chunk::Chunk(const Chunk&) = default;
+Chunk::Chunk(Chunk&&) noexcept = default;
+Chunk& Chunk::operator=(const Chunk&) = default;
+Chunk& Chunk::operator=(Chunk&&) noexcept = default;
+
+bool Chunk::setData(const std::uint8_t* in_pData, std::uint32_t in_uiLength)
+{
+    if (isContainer())
+        return false;
+    m_vData.assign(in_pData, in_pData + in_uiLength);
+    return true;
+}
+
+bool Chunk::isContainer() const
+{
+    return m_uiId == makeId("RIFF") || m_uiId == makeId("LIST") || m_uiId == makeId("cue ");
+}
+
+} // namespace Corvana::IFF

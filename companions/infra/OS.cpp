@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "corvana/OS.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace Corvana {
+
+void strToLower(std::string& inout_strText)
+{
+    for (char& cLetter : inout_strText)
+        if (cLetter >= 'A' && cLetter <= 'Z')
+            cLetter = static_cast<char>(cLetter - 'A' + 'a');
+}
+
+namespace OS {
+
+bool isPathRelative(const char* in_szPath)
+{
+    return in_szPath[0] != '/';
+}
+
+bool getCanonicalPath(const char* in_szPath, std::string& out_strPath)
+{
+    if (in_szPath[0] == '\0')
+        return false;
+    std::error_code error;
+    const std::filesystem::path pathAbsolute = std::filesystem::absolute(in_szPath, error);
+    if (error)
+        return false;
+    const std::filesystem::path pathCanonical = std::filesystem::weakly_canonical(pathAbsolute, error);
+    if (error)
+        return false;
+    out_strPath = pathCanonical.string();
+    return true;
+}
+
+} // namespace OS
+} // namespace Corvana

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "corvana/MathSignalFeature.h"
+
+namespace Corvana::Math {
+
+SignalFeature::~SignalFeature() = default;
+SignalFeatureWithMemory::~SignalFeatureWithMemory() = default;
+SignalFeatureWithParameters::~SignalFeatureWithParameters() = default;
+
+} // namespace Corvana::Math
