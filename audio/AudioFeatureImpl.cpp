@@ -2,18 +2,34 @@
 #include "corvana/AudioFeatureImpl.h"
 
 #include "corvana/Assertion.h"
+#include "corvana/ConfigurationReader.h"
 #include "corvana/Logger.h"
 #include "corvana/MathFourierTransform.h"
+#include "corvana/MathMeanFeature.h"
 #include "corvana/MathRealFourierPlan.h"
+#include "corvana/MathSignalFeatureComposed.h"
+#include "corvana/MathSlidingWindowFeature.h"
+#include "corvana/NumberText.h"
+#include "corvana/TrieConfiguration.h"
 
+#include <boost/tokenizer.hpp>
+
+#include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <limits>
+#include <numeric>
+#include <string>
+#include <utility>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.AudioFeatureImpl")
 
 namespace Corvana::Audio {
 
 using Math::DoubleVector;
+
+// Half-width of the spectral ranges that are given by their centres only.
+constexpr unsigned long s_uiListedHalfWidthHz = 20;
 
 // ---- SpectrumFeature
 
@@ -186,6 +202,885 @@ bool FlatnessFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_v
     if (dGeometricMean != 1.0)
         dGeometricMean *= dNbOfValues;
     out_vOutput.push_back(dGeometricMean);
+    return true;
+}
+
+// ---- Helpers of the temporal features
+
+namespace {
+
+// The larger of the absolute values of the smallest and the largest sample; 0 for an empty window.
+double peakOf(const DoubleVector& in_vWindow)
+{
+    if (in_vWindow.empty())
+        return 0.0;
+    const double* pMin = nullptr;
+    const double* pMax = nullptr;
+    in_vWindow.minmax_element(pMin, pMax);
+    return std::max(std::fabs(*pMin), std::fabs(*pMax));
+}
+
+// A count as a share of the window; NaN for an empty one.
+double shareOf(unsigned long in_uiCount, const DoubleVector& in_vWindow)
+{
+    return static_cast<double>(in_uiCount) / static_cast<double>(in_vWindow.size());
+}
+
+} // namespace
+
+// ---- ZeroCrossingRateFeature
+
+ZeroCrossingRateFeature::ZeroCrossingRateFeature(unsigned long in_uiParameter)
+    : m_uiParameter(in_uiParameter)
+{
+}
+
+ZeroCrossingRateFeature::~ZeroCrossingRateFeature() = default;
+ZeroCrossingRateFeature::ZeroCrossingRateFeature(const ZeroCrossingRateFeature&) = default;
+ZeroCrossingRateFeature& ZeroCrossingRateFeature::operator=(const ZeroCrossingRateFeature&) = default;
+
+ZeroCrossingRateFeature* ZeroCrossingRateFeature::clone() const
+{
+    return new ZeroCrossingRateFeature(*this);
+}
+
+bool ZeroCrossingRateFeature::configure(const ROConfiguration& in_config)
+{
+    return ConfigurationReader(in_config, fileScopeLogger()).readPositive32("signalfeature.SampleRate", m_uiSampleRate);
+}
+
+bool ZeroCrossingRateFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    unsigned long uiNbOfCrossings = 0;
+    for (const double dSample : in_vInput) {
+        if (m_dPreviousSample * dSample < 0.0 || (dSample == 0.0 && m_dPreviousSample != 0.0))
+            ++uiNbOfCrossings;
+        m_dPreviousSample = dSample;
+    }
+    out_vOutput.push_back(in_vInput.empty() ? 0.0 : shareOf(uiNbOfCrossings, in_vInput));
+    return true;
+}
+
+// ---- ClippingRateFeature
+
+ClippingRateFeature::ClippingRateFeature(double in_dLow, double in_dHigh)
+    : m_dLow(in_dLow)
+    , m_dHigh(in_dHigh)
+{
+}
+
+ClippingRateFeature::~ClippingRateFeature() = default;
+ClippingRateFeature::ClippingRateFeature(const ClippingRateFeature&) = default;
+ClippingRateFeature& ClippingRateFeature::operator=(const ClippingRateFeature&) = default;
+
+ClippingRateFeature* ClippingRateFeature::clone() const
+{
+    return new ClippingRateFeature(*this);
+}
+
+bool ClippingRateFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    unsigned long uiNbClipped = 0;
+    for (const double dSample : in_vInput)
+        if (dSample >= m_dHigh || dSample <= m_dLow)
+            ++uiNbClipped;
+    out_vOutput.push_back(shareOf(uiNbClipped, in_vInput));
+    return true;
+}
+
+// ---- SilenceRatioFeature
+
+SilenceRatioFeature::SilenceRatioFeature(unsigned long in_uiRatio)
+    : m_dRatio(static_cast<double>(in_uiRatio))
+{
+}
+
+SilenceRatioFeature::~SilenceRatioFeature() = default;
+SilenceRatioFeature::SilenceRatioFeature(const SilenceRatioFeature&) = default;
+SilenceRatioFeature& SilenceRatioFeature::operator=(const SilenceRatioFeature&) = default;
+
+SilenceRatioFeature* SilenceRatioFeature::clone() const
+{
+    return new SilenceRatioFeature(*this);
+}
+
+bool SilenceRatioFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    const double dThreshold = peakOf(in_vInput) / m_dRatio;
+    unsigned long uiNbOfSilent = 0;
+    for (const double dSample : in_vInput)
+        if (std::fabs(dSample) < dThreshold)
+            ++uiNbOfSilent;
+    out_vOutput.push_back(shareOf(uiNbOfSilent, in_vInput));
+    return true;
+}
+
+template <unsigned long uiRatio>
+SilenceRatioFeatureT<uiRatio>::SilenceRatioFeatureT()
+    : SilenceRatioFeature(uiRatio)
+{
+}
+
+template <unsigned long uiRatio>
+SilenceRatioFeatureT<uiRatio>::~SilenceRatioFeatureT() = default;
+template <unsigned long uiRatio>
+SilenceRatioFeatureT<uiRatio>::SilenceRatioFeatureT(const SilenceRatioFeatureT&) = default;
+template <unsigned long uiRatio>
+SilenceRatioFeatureT<uiRatio>& SilenceRatioFeatureT<uiRatio>::operator=(const SilenceRatioFeatureT&) = default;
+
+template <unsigned long uiRatio>
+SilenceRatioFeatureT<uiRatio>* SilenceRatioFeatureT<uiRatio>::clone() const
+{
+    return new SilenceRatioFeatureT(*this);
+}
+
+template class SilenceRatioFeatureT<50>;
+
+// ---- MeanEnergyAboveThreshFeature
+
+MeanEnergyAboveThreshFeature::MeanEnergyAboveThreshFeature(double in_dEnergyThreshold)
+    : m_dEnergyThreshold(in_dEnergyThreshold)
+{
+}
+
+MeanEnergyAboveThreshFeature::~MeanEnergyAboveThreshFeature() = default;
+MeanEnergyAboveThreshFeature::MeanEnergyAboveThreshFeature(const MeanEnergyAboveThreshFeature&) = default;
+MeanEnergyAboveThreshFeature& MeanEnergyAboveThreshFeature::operator=(const MeanEnergyAboveThreshFeature&) = default;
+
+MeanEnergyAboveThreshFeature* MeanEnergyAboveThreshFeature::clone() const
+{
+    return new MeanEnergyAboveThreshFeature(*this);
+}
+
+bool MeanEnergyAboveThreshFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    for (const double dSample : in_vInput) {
+        const double dEnergy = dSample * dSample;
+        if (dEnergy > m_dEnergyThreshold) {
+            m_dSumOfEnergies += dEnergy;
+            ++m_uiNbOfSamplesAbove;
+        }
+    }
+    out_vOutput.push_back(m_uiNbOfSamplesAbove == 0 ? 0.0
+                                                    : m_dSumOfEnergies / static_cast<double>(m_uiNbOfSamplesAbove));
+    return true;
+}
+
+bool MeanEnergyAboveThreshFeature::reset()
+{
+    m_uiNbOfSamplesAbove = 0;
+    m_dSumOfEnergies = 0.0;
+    return true;
+}
+
+// ---- EnergyHistogramFeature
+
+EnergyHistogramFeature::EnergyHistogramFeature(double in_dEnergyMax, unsigned long in_uiNbOfBins)
+    : m_dEnergyMaxValue(in_dEnergyMax)
+    , m_uiNbOfBins(in_uiNbOfBins)
+    , m_vHistogram(in_uiNbOfBins)
+{
+}
+
+EnergyHistogramFeature::~EnergyHistogramFeature() = default;
+EnergyHistogramFeature::EnergyHistogramFeature(const EnergyHistogramFeature&) = default;
+EnergyHistogramFeature& EnergyHistogramFeature::operator=(const EnergyHistogramFeature&) = default;
+
+EnergyHistogramFeature* EnergyHistogramFeature::clone() const
+{
+    return new EnergyHistogramFeature(*this);
+}
+
+unsigned long EnergyHistogramFeature::binOf(double in_dSample) const
+{
+    // Left to right; compared as a double, since a large energy would not fit an integer.
+    const double dBin = static_cast<double>(m_uiNbOfBins) * in_dSample * in_dSample / m_dEnergyMaxValue;
+    if (std::isnan(dBin))
+        return 0;
+    return dBin >= static_cast<double>(m_uiNbOfBins - 1) ? m_uiNbOfBins - 1 : static_cast<unsigned long>(dBin);
+}
+
+bool EnergyHistogramFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    if (!CORVANA_ASSERT_AT(CORVANA_HERE, m_uiNbOfBins > 0, "m_uiNbOfBins > 0") ||
+        !CORVANA_ASSERT_AT(CORVANA_HERE, m_dEnergyMaxValue > 0, "m_dEnergyMaxValue > 0"))
+        return false;
+    std::fill(m_vHistogram.begin(), m_vHistogram.end(), 0UL);
+    for (const double dSample : in_vInput)
+        ++m_vHistogram[binOf(dSample)];
+    const unsigned long* const pCounts = m_vHistogram.data();
+    out_vOutput.insert(out_vOutput.end(), pCounts, pCounts + m_uiNbOfBins);
+    return true;
+}
+
+// ---- MaxNeighbourhoodFeature
+
+MaxNeighbourhoodFeature::MaxNeighbourhoodFeature() = default;
+MaxNeighbourhoodFeature::~MaxNeighbourhoodFeature() = default;
+MaxNeighbourhoodFeature::MaxNeighbourhoodFeature(const MaxNeighbourhoodFeature&) = default;
+MaxNeighbourhoodFeature& MaxNeighbourhoodFeature::operator=(const MaxNeighbourhoodFeature&) = default;
+
+MaxNeighbourhoodFeature* MaxNeighbourhoodFeature::clone() const
+{
+    return new MaxNeighbourhoodFeature(*this);
+}
+
+bool MaxNeighbourhoodFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    constexpr unsigned long uiNbOfNeighbours = 3;
+    if (in_vInput.size() <= uiNbOfNeighbours)
+        return false;
+    const double* const pMax = in_vInput.max_element();
+    // In the middle, unless the maximum has only one neighbour.
+    const double* const pFirst =
+        std::clamp(pMax - (pMax == in_vInput.begin() ? 0 : 1), in_vInput.begin(), in_vInput.end() - uiNbOfNeighbours);
+    out_vOutput.insert(out_vOutput.end(), pFirst, pFirst + uiNbOfNeighbours);
+    return true;
+}
+
+// ---- RatiosFeature
+
+RatiosFeature::RatiosFeature(bool in_bTemporal)
+    : m_bTemporal(in_bTemporal)
+{
+}
+
+RatiosFeature::~RatiosFeature() = default;
+RatiosFeature::RatiosFeature(const RatiosFeature&) = default;
+RatiosFeature& RatiosFeature::operator=(const RatiosFeature&) = default;
+
+RatiosFeature* RatiosFeature::clone() const
+{
+    return new RatiosFeature(*this);
+}
+
+bool RatiosFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    double dPeak = peakOf(in_vInput);
+    if (m_bTemporal) {
+        dPeak = std::max(dPeak, m_dRunningPeak);
+        m_dRunningPeak = dPeak;
+    }
+    const double dLoud = dPeak / 5.0;
+    const double dMedium = dPeak / 10.0;
+    const double dQuiet = dPeak / 50.0;
+    unsigned long auiCounts[4] = {};
+    for (const double dSample : in_vInput) {
+        const double dAmplitude = std::fabs(dSample);
+        const int iClass = dAmplitude > dLoud ? 0 : dAmplitude > dMedium ? 1 : dAmplitude > dQuiet ? 2 : 3;
+        ++auiCounts[iClass];
+    }
+    for (const unsigned long uiCount : auiCounts)
+        out_vOutput.push_back(shareOf(uiCount, in_vInput));
+    return true;
+}
+
+bool RatiosFeature::reset()
+{
+    m_dRunningPeak = 0.0;
+    return true;
+}
+
+// ---- MeanMaxFeature
+
+MeanMaxFeature::MeanMaxFeature(double in_dStepSeconds, double in_dBaseline)
+    : m_dStepSeconds(in_dStepSeconds)
+    , m_dBaseline(in_dBaseline)
+{
+}
+
+MeanMaxFeature::~MeanMaxFeature() = default;
+MeanMaxFeature::MeanMaxFeature(const MeanMaxFeature&) = default;
+MeanMaxFeature& MeanMaxFeature::operator=(const MeanMaxFeature&) = default;
+
+MeanMaxFeature* MeanMaxFeature::clone() const
+{
+    return new MeanMaxFeature(*this);
+}
+
+void MeanMaxFeature::acceptAlone(double in_dMaximum)
+{
+    m_dSumOfAccepted = in_dMaximum;
+    m_dLargestAccepted = in_dMaximum;
+    m_uiNbOfAccepted = 1;
+}
+
+void MeanMaxFeature::judgeBlock()
+{
+    if (m_uiNbOfAccepted == 0)
+        return acceptAlone(m_dBlockMaximum);
+    const double dMean = m_dSumOfAccepted / static_cast<double>(m_uiNbOfAccepted);
+    if (m_dBlockMaximum - m_dBaseline > 2.0 * (dMean - m_dBaseline))
+        return acceptAlone(m_dBlockMaximum);
+    if (m_dBlockMaximum - m_dBaseline >= 0.5 * (dMean - m_dBaseline)) {
+        m_dSumOfAccepted += m_dBlockMaximum;
+        ++m_uiNbOfAccepted;
+        m_dLargestAccepted = std::max(m_dLargestAccepted, m_dBlockMaximum);
+    }
+}
+
+bool MeanMaxFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    constexpr double dBlockSeconds = 0.5;
+    for (const double dSample : in_vInput) {
+        const double dAmplitude = std::fabs(dSample);
+        m_dElapsedSeconds += m_dStepSeconds;
+        if (m_dElapsedSeconds > dBlockSeconds) {
+            judgeBlock();
+            m_dElapsedSeconds = 0.0;
+            m_dBlockMaximum = dAmplitude;
+        } else {
+            m_dBlockMaximum = std::max(m_dBlockMaximum, dAmplitude);
+        }
+    }
+    const bool bAccepted = m_uiNbOfAccepted > 0;
+    out_vOutput.push_back(bAccepted ? m_dSumOfAccepted / static_cast<double>(m_uiNbOfAccepted) : m_dBlockMaximum);
+    out_vOutput.push_back(bAccepted ? m_dLargestAccepted : m_dBlockMaximum);
+    return true;
+}
+
+bool MeanMaxFeature::reset()
+{
+    m_uiNbOfAccepted = 0;
+    m_dSumOfAccepted = 0.0;
+    m_dLargestAccepted = 1.0;
+    m_dElapsedSeconds = 0.0;
+    m_dBlockMaximum = -1.0;
+    return true;
+}
+
+// ---- DeltaToSlidingMeanFeature
+
+DeltaToSlidingMeanFeature::DeltaToSlidingMeanFeature() = default;
+DeltaToSlidingMeanFeature::~DeltaToSlidingMeanFeature() = default;
+DeltaToSlidingMeanFeature::DeltaToSlidingMeanFeature(const DeltaToSlidingMeanFeature&) = default;
+DeltaToSlidingMeanFeature& DeltaToSlidingMeanFeature::operator=(const DeltaToSlidingMeanFeature&) = default;
+
+DeltaToSlidingMeanFeature* DeltaToSlidingMeanFeature::clone() const
+{
+    return new DeltaToSlidingMeanFeature(*this);
+}
+
+bool DeltaToSlidingMeanFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    if (!CORVANA_ASSERT_AT(CORVANA_HERE, in_vInput.size() == 1, "in_vInput.size() == 1") ||
+        !CORVANA_ASSERT_AT(CORVANA_HERE, !m_pSlidingMeanFeature.isNull(), "!m_pSlidingMeanFeature.isNull()"))
+        return false;
+    m_vScratch.clear();
+    if (!m_pSlidingMeanFeature->compute(in_vInput, m_vScratch) || m_vScratch.size() != 1)
+        return false;
+    out_vOutput.push_back(in_vInput[0] - m_vScratch[0]);
+    return true;
+}
+
+bool DeltaToSlidingMeanFeature::reset()
+{
+    constexpr unsigned long uiNbOfValues = 5;
+    auto pWindow = std::make_unique<Math::SlidingWindowFeature>(uiNbOfValues);
+    auto pMean = std::make_unique<Math::MeanFeature>();
+    m_pSlidingMeanFeature.reset(new Math::SignalFeatureComposed(pWindow.release(), pMean.release()));
+    return true;
+}
+
+// ---- Helpers of the spectral features
+
+namespace {
+
+// The frequency range that a spectrum is taken to span, whatever its length.
+constexpr double s_dSpectrumSpanHz = 4000.0;
+
+double binWidthHz(unsigned long in_uiNbOfBins)
+{
+    return s_dSpectrumSpanHz / static_cast<double>(in_uiNbOfBins);
+}
+
+// The number of whole bins below a frequency; 0 for an empty spectrum.
+unsigned long binsBelow(double in_dFrequencyHz, unsigned long in_uiNbOfBins)
+{
+    return static_cast<unsigned long>(in_dFrequencyHz / binWidthHz(in_uiNbOfBins));
+}
+
+// Truncates towards zero; what no spectrum can have as an index stays far beyond all of them.
+unsigned long toIndex(double in_dIndex)
+{
+    constexpr double dBeyond = 0x1p61;
+    return in_dIndex < dBeyond ? static_cast<unsigned long>(in_dIndex) : static_cast<unsigned long>(dBeyond);
+}
+
+double sumOf(const double* in_pFirst, const double* in_pLast)
+{
+    return std::accumulate(in_pFirst, in_pLast, 0.0); // in index order
+}
+
+} // namespace
+
+// ---- SpectralRangeFeature
+
+SpectralRangeFeature::SpectralRangeFeature(unsigned long in_uiCenterHz, unsigned long in_uiHalfWidthHz)
+    : m_uiCenterFrequency(in_uiCenterHz)
+    , m_uiHalfWidth(in_uiHalfWidthHz)
+{
+}
+
+SpectralRangeFeature::~SpectralRangeFeature() = default;
+SpectralRangeFeature::SpectralRangeFeature(const SpectralRangeFeature&) = default;
+SpectralRangeFeature& SpectralRangeFeature::operator=(const SpectralRangeFeature&) = default;
+
+SpectralRangeFeature* SpectralRangeFeature::clone() const
+{
+    return new SpectralRangeFeature(*this);
+}
+
+bool SpectralRangeFeature::configure(const ROConfiguration& in_config)
+{
+    const ConfigurationReader reader(in_config, fileScopeLogger(), "spectralrange.", "Parameter ",
+                                     " is not set for spectral range feature");
+    unsigned long uiCenterFrequency = 0;
+    unsigned long uiHalfWidth = 0;
+    if (!reader.readPositive("frequencyHz", uiCenterFrequency) || !reader.read("widthHz", uiHalfWidth))
+        return false;
+    m_uiCenterFrequency = uiCenterFrequency;
+    m_uiHalfWidth = uiHalfWidth;
+    CORVANA_LOG_DEBUG(fileScopeLogger(),
+                      "SpectralRangeFeature center freq = " << m_uiCenterFrequency << " Hz, width = " << m_uiHalfWidth);
+    m_bRangeEstablished = false;
+    return true;
+}
+
+bool SpectralRangeFeature::establishRange(unsigned long in_uiNbOfBins)
+{
+    if (!CORVANA_ASSERT_AT(CORVANA_HERE, m_uiCenterFrequency > 0, "m_uiCenterFrequency > 0"))
+        return false;
+    const double dBinHz = binWidthHz(in_uiNbOfBins);
+    const double dCenter = static_cast<double>(m_uiCenterFrequency);
+    // The nearest bin; never negative, so half a bin is always added before truncating.
+    const unsigned long uiCenterIndex = toIndex(dCenter / dBinHz + 0.5);
+    const unsigned long uiRangeWidth = toIndex(std::ceil(static_cast<double>(m_uiHalfWidth) / dBinHz));
+    if (!CORVANA_ASSERT_AT(CORVANA_HERE, uiCenterIndex > uiRangeWidth, "uiCenterIndex>uiRangeWidth"))
+        return false;
+
+    ParameterTrie trie;
+    trie.insert("range.startIndex", ParameterValue(static_cast<long>(uiCenterIndex - uiRangeWidth)));
+    trie.insert("range.length", ParameterValue(static_cast<long>(2 * uiRangeWidth + 1)));
+    if (!RangeFeature::configure(TrieConfiguration(std::move(trie))))
+        return false;
+    m_bRangeEstablished = true;
+    m_dRelativePosition = (dCenter - static_cast<double>(uiCenterIndex) * dBinHz) / dBinHz;
+    CORVANA_LOG_DEBUG(fileScopeLogger(),
+                      "SpectralRangeFeature new center index = " << uiCenterIndex << ",width index = " << uiRangeWidth
+                                                                 << ",  rel position in bin: " << m_dRelativePosition);
+    return true;
+}
+
+bool SpectralRangeFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    if (!m_bRangeEstablished && !establishRange(in_vInput.size()))
+        return false;
+    const bool bInside = RangeFeature::compute(in_vInput, out_vOutput);
+    out_vOutput.push_back(m_dRelativePosition);
+    return bInside;
+}
+
+// ---- MaxSpectralRangesFeature
+
+MaxSpectralRangesFeature::MaxSpectralRangesFeature() = default;
+MaxSpectralRangesFeature::~MaxSpectralRangesFeature() = default;
+MaxSpectralRangesFeature::MaxSpectralRangesFeature(const MaxSpectralRangesFeature&) = default;
+MaxSpectralRangesFeature& MaxSpectralRangesFeature::operator=(const MaxSpectralRangesFeature&) = default;
+
+MaxSpectralRangesFeature* MaxSpectralRangesFeature::clone() const
+{
+    return new MaxSpectralRangesFeature(*this);
+}
+
+void MaxSpectralRangesFeature::addSpectralRange(unsigned long in_uiCenterHz, unsigned long in_uiHalfWidthHz)
+{
+    m_vSpectralRanges.emplace_back(); // the place first, so that the range has an owner from the start
+    m_vSpectralRanges.back().reset(new SpectralRangeFeature(in_uiCenterHz, in_uiHalfWidthHz));
+}
+
+bool MaxSpectralRangesFeature::configure(const ROConfiguration& in_config)
+{
+    constexpr const char* szKey = "frequenciesList";
+    const ConfigurationReader reader(in_config, fileScopeLogger(), "maxspectralranges.");
+    std::string strFrequencies;
+    if (!reader.read(szKey, strFrequencies))
+        return false;
+
+    MaxSpectralRangesFeature configured;
+    const boost::char_separator<char> separator(", ");
+    for (const std::string& strAtom : boost::tokenizer<boost::char_separator<char>>(strFrequencies, separator)) {
+        unsigned long uiFrequency = 0;
+        if (strAtom.find_first_not_of("0123456789") != std::string::npos || !parseNumber(strAtom, uiFrequency)) {
+            CORVANA_LOG_ERROR(fileScopeLogger(), "Could not convert string atom \"" << strAtom << "\"in an integer");
+            return false;
+        }
+        configured.addSpectralRange(uiFrequency, s_uiListedHalfWidthHz);
+    }
+    m_vSpectralRanges.swap(configured.m_vSpectralRanges);
+    return true;
+}
+
+bool MaxSpectralRangesFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    if (m_vSpectralRanges.empty())
+        return false;
+    m_vBestResult.clear();
+    double dBest = std::numeric_limits<double>::lowest();
+    for (const auto& pRange : m_vSpectralRanges) {
+        m_vScratchComputation.clear();
+        if (pRange.isNull() || !pRange->compute(in_vInput, m_vScratchComputation))
+            return false;
+        if (!CORVANA_ASSERT_AT(CORVANA_HERE, !m_vScratchComputation.empty(), "!m_vScratchComputation.empty()"))
+            return false;
+        const double dRelativePosition = m_vScratchComputation.back();
+        m_vScratchComputation.pop_back();
+        const double* const pLargest = m_vScratchComputation.max_element();
+        const double dLargest =
+            pLargest == m_vScratchComputation.end() ? std::numeric_limits<double>::lowest() : *pLargest;
+        m_vScratchComputation.push_back(dRelativePosition);
+        if (dLargest > dBest) { // strictly: a tie keeps the earlier range
+            dBest = dLargest;
+            m_vBestResult = m_vScratchComputation;
+        }
+    }
+    out_vOutput.insert(out_vOutput.end(), m_vBestResult.begin(), m_vBestResult.end());
+    return true;
+}
+
+// ---- LowFreqEnergyRatioFeature
+
+LowFreqEnergyRatioFeature::LowFreqEnergyRatioFeature() = default;
+LowFreqEnergyRatioFeature::~LowFreqEnergyRatioFeature() = default;
+LowFreqEnergyRatioFeature::LowFreqEnergyRatioFeature(const LowFreqEnergyRatioFeature&) = default;
+LowFreqEnergyRatioFeature& LowFreqEnergyRatioFeature::operator=(const LowFreqEnergyRatioFeature&) = default;
+
+LowFreqEnergyRatioFeature* LowFreqEnergyRatioFeature::clone() const
+{
+    return new LowFreqEnergyRatioFeature(*this);
+}
+
+bool LowFreqEnergyRatioFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    const double* const pBins = in_vInput.begin();
+    out_vOutput.push_back(sumOf(pBins, pBins + binsBelow(1000.0, in_vInput.size())));
+    return true;
+}
+
+// ---- LowFreqEnergyRatiosFeature
+
+LowFreqEnergyRatiosFeature::LowFreqEnergyRatiosFeature() = default;
+LowFreqEnergyRatiosFeature::~LowFreqEnergyRatiosFeature() = default;
+LowFreqEnergyRatiosFeature::LowFreqEnergyRatiosFeature(const LowFreqEnergyRatiosFeature&) = default;
+LowFreqEnergyRatiosFeature& LowFreqEnergyRatiosFeature::operator=(const LowFreqEnergyRatiosFeature&) = default;
+
+LowFreqEnergyRatiosFeature* LowFreqEnergyRatiosFeature::clone() const
+{
+    return new LowFreqEnergyRatiosFeature(*this);
+}
+
+bool LowFreqEnergyRatiosFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    const double* const pBins = in_vInput.begin();
+    const unsigned long uiBelow100Hz = binsBelow(100.0, in_vInput.size());
+    const unsigned long uiBelow1000Hz = binsBelow(1000.0, in_vInput.size());
+    out_vOutput.push_back(sumOf(pBins, pBins + uiBelow100Hz));
+    out_vOutput.push_back(sumOf(pBins + uiBelow100Hz, pBins + uiBelow1000Hz));
+    return true;
+}
+
+// ---- SpectralWeightedAreaFeature
+
+SpectralWeightedAreaFeature::SpectralWeightedAreaFeature() = default;
+SpectralWeightedAreaFeature::~SpectralWeightedAreaFeature() = default;
+SpectralWeightedAreaFeature::SpectralWeightedAreaFeature(const SpectralWeightedAreaFeature&) = default;
+SpectralWeightedAreaFeature& SpectralWeightedAreaFeature::operator=(const SpectralWeightedAreaFeature&) = default;
+
+SpectralWeightedAreaFeature* SpectralWeightedAreaFeature::clone() const
+{
+    return new SpectralWeightedAreaFeature(*this);
+}
+
+void SpectralWeightedAreaFeature::establishIndices(unsigned long in_uiNbOfBins)
+{
+    const double dNbOfBins = static_cast<double>(in_uiNbOfBins);
+    const double dRate = static_cast<double>(m_uiSampleRate);
+    const double dMin = dNbOfBins * (2.0 * static_cast<double>(m_uiLowFrequency) / dRate) - 0.5;
+    const double dMax = dNbOfBins * (2.0 * static_cast<double>(m_uiHighFrequency) / dRate) + 0.5;
+    m_uiIndexMin = dMin > 0.0 ? toIndex(dMin) : 0;
+    m_uiIndexMax = toIndex(dMax);
+    CORVANA_LOG_DEBUG(fileScopeLogger(), "Index min: " << m_uiIndexMin << ", max: " << m_uiIndexMax);
+}
+
+bool SpectralWeightedAreaFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    const unsigned long uiInputSize = in_vInput.size();
+    if (m_uiIndexMin == 0 && m_uiIndexMax == 0)
+        establishIndices(uiInputSize);
+    if (!CORVANA_ASSERT_AT(CORVANA_HERE, m_uiIndexMin < m_uiIndexMax, "m_uiIndexMin < m_uiIndexMax") ||
+        !CORVANA_ASSERT_AT(CORVANA_HERE, m_uiIndexMax < uiInputSize, "m_uiIndexMax < uiInputSize"))
+        return false;
+    // A whole number of Hz: saved classifiers were trained with it.
+    const double dBinHz = static_cast<double>(m_uiSampleRate / (2 * uiInputSize));
+    double dArea = 0.0;
+    for (unsigned long uiIndex = m_uiIndexMin; uiIndex <= m_uiIndexMax; ++uiIndex)
+        dArea += static_cast<double>(uiIndex) * in_vInput[uiIndex] * dBinHz;
+    out_vOutput.push_back(dArea);
+    return true;
+}
+
+// ---- SpectralSlopeFeature
+
+SpectralSlopeFeature::SpectralSlopeFeature() = default;
+SpectralSlopeFeature::~SpectralSlopeFeature() = default;
+SpectralSlopeFeature::SpectralSlopeFeature(const SpectralSlopeFeature&) = default;
+SpectralSlopeFeature& SpectralSlopeFeature::operator=(const SpectralSlopeFeature&) = default;
+
+SpectralSlopeFeature* SpectralSlopeFeature::clone() const
+{
+    return new SpectralSlopeFeature(*this);
+}
+
+bool SpectralSlopeFeature::compute(const DoubleVector&, DoubleVector&)
+{
+    return true;
+}
+
+// ---- Helpers of the harmonic products
+
+namespace {
+
+// The number of candidate fundamentals whose fifth multiple still lies in the spectrum.
+unsigned long nbOfCandidates(unsigned long in_uiNbOfBins)
+{
+    return in_uiNbOfBins == 0 ? 0 : (in_uiNbOfBins - 1) / 5 + 1;
+}
+
+// The product over harmonics 2 to 5, behind the candidate's own bin; in_indexOf(harmonic, candidate) tells the bin.
+// Candidates below 100 Hz yield 0. Products go left to right: part of the result.
+template <class IndexT>
+void multiplyHarmonics(const DoubleVector& in_vSpectrum, DoubleVector& out_vProducts, IndexT in_indexOf)
+{
+    const unsigned long uiNbOfBins = in_vSpectrum.size();
+    const unsigned long uiNbOfCandidates = nbOfCandidates(uiNbOfBins);
+    const double dScale = static_cast<double>(uiNbOfCandidates);
+    out_vProducts.resize(uiNbOfCandidates);
+    for (unsigned long i = 1; i < uiNbOfCandidates; ++i) {
+        double dProduct = dScale * in_vSpectrum[i];
+        for (unsigned long h = 2; h <= 5; ++h)
+            dProduct = dProduct * dScale * in_vSpectrum[in_indexOf(h, i)];
+        out_vProducts[i] = dProduct;
+    }
+    const unsigned long uiNbOfExcluded = std::max(1UL, binsBelow(100.0, uiNbOfBins)); // candidate 0 has no multiples
+    std::fill_n(out_vProducts.begin(), std::min(uiNbOfExcluded, uiNbOfCandidates), 0.0);
+}
+
+} // namespace
+
+// ---- HarmonicProductFeature
+
+HarmonicProductFeature::HarmonicProductFeature() = default;
+HarmonicProductFeature::~HarmonicProductFeature() = default;
+HarmonicProductFeature::HarmonicProductFeature(const HarmonicProductFeature&) = default;
+HarmonicProductFeature& HarmonicProductFeature::operator=(const HarmonicProductFeature&) = default;
+
+HarmonicProductFeature* HarmonicProductFeature::clone() const
+{
+    return new HarmonicProductFeature(*this);
+}
+
+bool HarmonicProductFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    multiplyHarmonics(in_vInput, m_vScratch, [](unsigned long h, unsigned long i) { return h * i; });
+    out_vOutput.insert(out_vOutput.end(), m_vScratch.begin(), m_vScratch.end());
+    return true;
+}
+
+// ---- RobustHarmonicProductFeature
+
+RobustHarmonicProductFeature::RobustHarmonicProductFeature() = default;
+RobustHarmonicProductFeature::~RobustHarmonicProductFeature() = default;
+RobustHarmonicProductFeature::RobustHarmonicProductFeature(const RobustHarmonicProductFeature&) = default;
+RobustHarmonicProductFeature& RobustHarmonicProductFeature::operator=(const RobustHarmonicProductFeature&) = default;
+
+RobustHarmonicProductFeature* RobustHarmonicProductFeature::clone() const
+{
+    return new RobustHarmonicProductFeature(*this);
+}
+
+bool RobustHarmonicProductFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    // The next candidate's multiple wherever it exists: saved classifiers rely on the shift.
+    const unsigned long uiNbOfBins = in_vInput.size();
+    multiplyHarmonics(in_vInput, m_vScratch, [uiNbOfBins](unsigned long h, unsigned long i) {
+        return h * i + h < uiNbOfBins ? h * (i + 1) : h * i;
+    });
+    out_vOutput.insert(out_vOutput.end(), m_vScratch.begin(), m_vScratch.end());
+    return true;
+}
+
+// ---- AntiHarmonicProductFeature
+
+AntiHarmonicProductFeature::AntiHarmonicProductFeature() = default;
+AntiHarmonicProductFeature::~AntiHarmonicProductFeature() = default;
+AntiHarmonicProductFeature::AntiHarmonicProductFeature(const AntiHarmonicProductFeature&) = default;
+AntiHarmonicProductFeature& AntiHarmonicProductFeature::operator=(const AntiHarmonicProductFeature&) = default;
+
+AntiHarmonicProductFeature* AntiHarmonicProductFeature::clone() const
+{
+    return new AntiHarmonicProductFeature(*this);
+}
+
+bool AntiHarmonicProductFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    m_vScratch.resize(nbOfCandidates(in_vInput.size()));
+    std::fill(m_vScratch.begin(), m_vScratch.end(), 1.0);
+    if (!CORVANA_ASSERT_AT(CORVANA_HERE, m_vScratch.size() > 2, "m_vScratch.size() > 2"))
+        return false;
+    if (*in_vInput.max_element() != 0.0) {
+        const double dScale = static_cast<double>(m_vScratch.size());
+        for (unsigned long i = 2; i < m_vScratch.size(); ++i)
+            for (unsigned long h = 1; h <= 5; ++h)
+                m_vScratch[i] = m_vScratch[i] * dScale * in_vInput[h * i - i / 2] * dScale;
+    }
+    out_vOutput.insert(out_vOutput.end(), m_vScratch.begin() + 2, m_vScratch.end());
+    return true;
+}
+
+// ---- OldHarmonicProductFeature
+
+OldHarmonicProductFeature::OldHarmonicProductFeature() = default;
+OldHarmonicProductFeature::~OldHarmonicProductFeature() = default;
+OldHarmonicProductFeature::OldHarmonicProductFeature(const OldHarmonicProductFeature&) = default;
+OldHarmonicProductFeature& OldHarmonicProductFeature::operator=(const OldHarmonicProductFeature&) = default;
+
+OldHarmonicProductFeature* OldHarmonicProductFeature::clone() const
+{
+    return new OldHarmonicProductFeature(*this);
+}
+
+bool OldHarmonicProductFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    const unsigned long uiNbOfBins = in_vInput.size();
+    const double dScale = static_cast<double>(uiNbOfBins);
+    m_vScratch.resize(uiNbOfBins);
+    std::fill(m_vScratch.begin(), m_vScratch.end(), 0.0);
+    for (unsigned long i = 0; i < uiNbOfBins / 4; ++i) {
+        double dProduct = dScale * in_vInput[i];
+        for (unsigned long h = 2; h <= 4; ++h)
+            dProduct = dProduct * dScale * in_vInput[h * (i + 1) - 1];
+        m_vScratch[i] = dProduct;
+    }
+    out_vOutput.insert(out_vOutput.end(), m_vScratch.begin(), m_vScratch.end());
+    return true;
+}
+
+// ---- PeaksFeature
+
+namespace {
+
+constexpr unsigned long s_uiNbOfPeaks = 3;
+
+} // namespace
+
+PeaksFeature::PeaksFeature()
+    : m_vPeakValues(s_uiNbOfPeaks)
+    , m_vPeakPositions(s_uiNbOfPeaks)
+{
+}
+
+PeaksFeature::~PeaksFeature() = default;
+PeaksFeature::PeaksFeature(const PeaksFeature&) = default;
+PeaksFeature& PeaksFeature::operator=(const PeaksFeature&) = default;
+
+PeaksFeature* PeaksFeature::clone() const
+{
+    return new PeaksFeature(*this);
+}
+
+void PeaksFeature::removePeak(unsigned long in_uiPosition)
+{
+    double dBefore = m_vWorkingCopy[in_uiPosition];
+    for (unsigned long uiRight = in_uiPosition + 1;
+         uiRight < m_vWorkingCopy.size() && m_vWorkingCopy[uiRight] < dBefore; ++uiRight)
+        dBefore = std::exchange(m_vWorkingCopy[uiRight], 0.0);
+    dBefore = m_vWorkingCopy[in_uiPosition];
+    for (unsigned long uiLeft = in_uiPosition; uiLeft > 0 && m_vWorkingCopy[uiLeft - 1] < dBefore; --uiLeft)
+        dBefore = std::exchange(m_vWorkingCopy[uiLeft - 1], 0.0);
+    m_vWorkingCopy[in_uiPosition] = 0.0;
+}
+
+bool PeaksFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
+{
+    assert(&in_vInput != &out_vOutput);
+
+    if (in_vInput.empty())
+        return false;
+    m_vWorkingCopy = in_vInput;
+    m_vWorkingCopy.absoluteValue();
+    for (unsigned long uiPeak = 0; uiPeak < s_uiNbOfPeaks; ++uiPeak) {
+        const double* const pPeak = std::as_const(m_vWorkingCopy).max_element();
+        m_vPeakValues[uiPeak] = *pPeak;
+        m_vPeakPositions[uiPeak] = static_cast<unsigned long>(pPeak - m_vWorkingCopy.begin());
+        removePeak(m_vPeakPositions[uiPeak]);
+    }
+    out_vOutput.insert(out_vOutput.end(), m_vPeakValues.begin(), m_vPeakValues.end());
+    constexpr double dLeastPosition = 1e-6; // stands for position 0, which has no logarithm
+    for (const unsigned long uiPosition : m_vPeakPositions) {
+        const double dPosition = static_cast<double>(uiPosition);
+        out_vOutput.push_back(std::log(dPosition > dLeastPosition ? dPosition : dLeastPosition));
+    }
+    return true;
+}
+
+// ---- MyFeature
+
+MyFeature::MyFeature() = default;
+MyFeature::~MyFeature() = default;
+MyFeature::MyFeature(const MyFeature&) = default;
+MyFeature& MyFeature::operator=(const MyFeature&) = default;
+
+MyFeature* MyFeature::clone() const
+{
+    return new MyFeature(*this);
+}
+
+bool MyFeature::compute(const DoubleVector&, DoubleVector&)
+{
     return true;
 }
 

@@ -4,9 +4,11 @@
 #include "corvana/AudioFeature.h"
 #include "corvana/AudioSignalWindow.h"
 #include "corvana/CloneableObjPtr.h"
+#include "corvana/MathRangeFeature.h"
 #include "corvana/MathXprFunctionAdaptor.h"
 
 #include <memory>
+#include <vector>
 
 namespace Corvana::Math {
 class RealFourierPlan;
@@ -86,6 +88,501 @@ public:
 
     bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
     FlatnessFeature* clone() const override;
+};
+
+// ---- Temporal features: they read a window of linear samples
+
+/// Zero-crossing rate: crossings a sample, counting sign changes and arrivals at exactly 0.
+///   in       window of linear samples, any length
+///   out      appends 1 value: crossings / n, from 0 to 1; 0.0 for an empty window
+///   failure  none
+///   memory   the last sample, so that the first of the next window is compared with it; it has no reset: a new object
+///            starts from 0.0
+///   cost     O(n)
+/// The sample rate and the construction parameter do not enter the result.
+class CORVANA_API ZeroCrossingRateFeature : public AudioFeature, public virtual Math::SignalFeatureWithParameters
+{
+public:
+    explicit ZeroCrossingRateFeature(unsigned long in_uiParameter = 0);
+    ~ZeroCrossingRateFeature() override;
+    ZeroCrossingRateFeature(const ZeroCrossingRateFeature&);
+    ZeroCrossingRateFeature& operator=(const ZeroCrossingRateFeature&);
+
+    /// Reads "signalfeature.SampleRate", a positive number of samples per second.
+    bool configure(const ROConfiguration& in_config) override;
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    ZeroCrossingRateFeature* clone() const override;
+
+    unsigned long getParameter() const { return m_uiParameter; }
+    unsigned long getSampleRate() const { return m_uiSampleRate; }
+
+private:
+    unsigned long m_uiParameter;
+    unsigned long m_uiSampleRate = 0;
+    double m_dPreviousSample = 0.0;
+};
+
+/// Clipping rate: the share of samples at or beyond the clipping levels.
+///   in       window of linear samples, any length
+///   out      appends 1 value, from 0 to 1; NaN for an empty window
+///   failure  none
+///   cost     O(n); stateless
+class CORVANA_API ClippingRateFeature : public AudioFeature
+{
+public:
+    /// The levels count as clipped themselves; the defaults are full scale of 16-bit samples.
+    explicit ClippingRateFeature(double in_dLow = -0.999969, double in_dHigh = 0.999969);
+    ~ClippingRateFeature() override;
+    ClippingRateFeature(const ClippingRateFeature&);
+    ClippingRateFeature& operator=(const ClippingRateFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    ClippingRateFeature* clone() const override;
+
+private:
+    double m_dLow;
+    double m_dHigh;
+};
+
+/// Silence ratio: the share of samples whose amplitude is below the window's peak / ratio. With the ratio 50 it tells
+/// pauses in speech, with 10 (the noise ratio) how much of the window is low-level sound.
+///   in       window of linear samples, any length
+///   out      appends 1 value, from 0 to 1; 0.0 for a window of zeros; NaN for an empty window
+///   failure  none
+///   cost     O(n), two passes; stateless
+class CORVANA_API SilenceRatioFeature : public AudioFeature
+{
+public:
+    explicit SilenceRatioFeature(unsigned long in_uiRatio);
+    ~SilenceRatioFeature() override;
+    SilenceRatioFeature(const SilenceRatioFeature&);
+    SilenceRatioFeature& operator=(const SilenceRatioFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    SilenceRatioFeature* clone() const override;
+
+private:
+    double m_dRatio;
+};
+
+/// A silence ratio whose parameter is fixed when it is compiled, for the expression functions, which construct their
+/// features without arguments. Instantiated for 50.
+template <unsigned long uiRatio>
+class CORVANA_API SilenceRatioFeatureT : public SilenceRatioFeature
+{
+public:
+    SilenceRatioFeatureT();
+    ~SilenceRatioFeatureT() override;
+    SilenceRatioFeatureT(const SilenceRatioFeatureT&);
+    SilenceRatioFeatureT& operator=(const SilenceRatioFeatureT&);
+
+    SilenceRatioFeatureT* clone() const override;
+};
+extern template class SilenceRatioFeatureT<50>;
+
+/// Mean energy (squared amplitude) of the samples whose energy exceeds a threshold.
+///   in       window of linear samples, any length
+///   out      appends 1 value: the mean over all such samples since the last reset; 0.0 when there were none
+///   failure  none
+///   memory   sum and number of these samples
+///   cost     O(n)
+class CORVANA_API MeanEnergyAboveThreshFeature : public Math::SignalFeatureWithMemory, public AudioFeature
+{
+public:
+    explicit MeanEnergyAboveThreshFeature(double in_dEnergyThreshold = 0.0);
+    ~MeanEnergyAboveThreshFeature() override;
+    MeanEnergyAboveThreshFeature(const MeanEnergyAboveThreshFeature&);
+    MeanEnergyAboveThreshFeature& operator=(const MeanEnergyAboveThreshFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    bool reset() override;
+    MeanEnergyAboveThreshFeature* clone() const override;
+
+private:
+    unsigned long m_uiNbOfSamplesAbove = 0;
+    double m_dEnergyThreshold;
+    double m_dSumOfEnergies = 0.0;
+};
+
+/// Histogram of the samples' energies (squared amplitudes), in bins of equal width from 0 to a maximum.
+///   in       window of linear samples, any length
+///   out      appends one value a bin: the number of samples in it, not normalised; energies above the maximum count in
+///            the last bin, those that are not a number in the first; all 0 for an empty window
+///   failure  false, out untouched: no bins (assertion "m_uiNbOfBins > 0"), or a maximum that is not above 0
+///            (assertion "m_dEnergyMaxValue > 0")
+///   cost     O(n + bins); stateless
+class CORVANA_API EnergyHistogramFeature : public AudioFeature
+{
+public:
+    explicit EnergyHistogramFeature(double in_dEnergyMax = 1.0, unsigned long in_uiNbOfBins = 10);
+    ~EnergyHistogramFeature() override;
+    EnergyHistogramFeature(const EnergyHistogramFeature&);
+    EnergyHistogramFeature& operator=(const EnergyHistogramFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    EnergyHistogramFeature* clone() const override;
+
+private:
+    unsigned long binOf(double in_dSample) const;
+
+    double m_dEnergyMaxValue;
+    unsigned long m_uiNbOfBins;
+    std::vector<unsigned long> m_vHistogram;
+};
+
+/// The largest sample and its neighbours.
+///   in       window of at least 4 linear samples
+///   out      appends 3 values: the first largest sample between its neighbours; at either end of the window, the
+///            three samples at that end
+///   failure  false, out untouched: fewer than 4 samples
+///   cost     O(n); stateless
+class CORVANA_API MaxNeighbourhoodFeature : public AudioFeature
+{
+public:
+    MaxNeighbourhoodFeature();
+    ~MaxNeighbourhoodFeature() override;
+    MaxNeighbourhoodFeature(const MaxNeighbourhoodFeature&);
+    MaxNeighbourhoodFeature& operator=(const MaxNeighbourhoodFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    MaxNeighbourhoodFeature* clone() const override;
+};
+
+/// Amplitude distribution: the shares of samples that are loud, medium, quiet and nearly silent, that is above a fifth,
+/// a tenth and a fiftieth of the peak, and the rest.
+///   in       window of linear samples, any length
+///   out      appends 4 values that sum to 1; 0, 0, 0, 1 for a window of zeros; NaN for an empty window
+///   failure  none
+///   memory   temporal: the largest peak since the last reset takes the place of the window's own; else none
+///   cost     O(n), two passes
+class CORVANA_API RatiosFeature : public Math::SignalFeatureWithMemory, public AudioFeature
+{
+public:
+    explicit RatiosFeature(bool in_bTemporal);
+    ~RatiosFeature() override;
+    RatiosFeature(const RatiosFeature&);
+    RatiosFeature& operator=(const RatiosFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    bool reset() override;
+    RatiosFeature* clone() const override;
+
+private:
+    bool m_bTemporal;
+    double m_dRunningPeak = 0.0;
+};
+
+/// Mean and largest of the block maxima: the peaks of blocks of half a second, without those far below the mean; one
+/// far above it starts the statistics afresh.
+///   in       window of linear samples, any length
+///   out      appends 2 values, the mean and the largest of the accepted block maxima; twice the maximum of the block
+///            under way while none is accepted (-1.0 before the first sample)
+///   failure  none
+///   memory   the statistics and the block under way
+///   cost     O(n)
+class CORVANA_API MeanMaxFeature : public Math::SignalFeatureWithMemory, public AudioFeature
+{
+public:
+    /// in_dStepSeconds: time from sample to sample; in_dBaseline: the level that differences are measured from.
+    MeanMaxFeature(double in_dStepSeconds, double in_dBaseline);
+    ~MeanMaxFeature() override;
+    MeanMaxFeature(const MeanMaxFeature&);
+    MeanMaxFeature& operator=(const MeanMaxFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    bool reset() override;
+    MeanMaxFeature* clone() const override;
+
+private:
+    void judgeBlock();
+    void acceptAlone(double in_dMaximum);
+
+    double m_dStepSeconds;
+    double m_dBaseline;
+    unsigned long m_uiNbOfAccepted = 0;
+    double m_dSumOfAccepted = 0.0;
+    double m_dLargestAccepted = 1.0;
+    double m_dElapsedSeconds = 0.0;
+    double m_dBlockMaximum = -1.0;
+};
+
+/// The difference of a value from the mean of the last 5 values, itself included; of fewer, while fewer were given.
+///   in       exactly 1 value
+///   out      appends 1 value, in the input's unit
+///   failure  false, out untouched: another number of values (assertion "in_vInput.size() == 1"), or reset() was never
+///            called (assertion "!m_pSlidingMeanFeature.isNull()")
+///   memory   the last 5 values
+class CORVANA_API DeltaToSlidingMeanFeature : public Math::SignalFeatureWithMemory, public AudioFeature
+{
+public:
+    DeltaToSlidingMeanFeature();
+    ~DeltaToSlidingMeanFeature() override;
+    DeltaToSlidingMeanFeature(const DeltaToSlidingMeanFeature&);
+    DeltaToSlidingMeanFeature& operator=(const DeltaToSlidingMeanFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    bool reset() override;
+    DeltaToSlidingMeanFeature* clone() const override;
+
+private:
+    CloneableObjPtr<Math::SignalFeature> m_pSlidingMeanFeature;
+    Math::DoubleVector m_vScratch;
+};
+
+// ---- Spectral range features: they read a normalised spectrum of L bins, taken to span 0 to 4000 Hz
+
+/// The bins around a frequency.
+///   in       spectrum of L bins
+///   out      appends the bins from half-width below the centre's bin to half-width above it, and then where the centre
+///            lies within its bin (-0.5 to 0.5 bins)
+///   failure  false, out untouched: centre 0 (assertion "m_uiCenterFrequency > 0"), or a range that would begin at bin
+///            0 or below (assertion "uiCenterIndex>uiRangeWidth"); false, with only the position appended: the range
+///            passes the end of the spectrum
+///   cost     O(range). The first spectrum's length fixes the bins, until the next configure()
+class CORVANA_API SpectralRangeFeature : public Math::RangeFeature, public AudioFeature
+{
+public:
+    explicit SpectralRangeFeature(unsigned long in_uiCenterHz = 0, unsigned long in_uiHalfWidthHz = 0);
+    ~SpectralRangeFeature() override;
+    SpectralRangeFeature(const SpectralRangeFeature&);
+    SpectralRangeFeature& operator=(const SpectralRangeFeature&);
+
+    /// Reads "frequencyHz", a positive number, and "widthHz", the half-width; or the same behind "spectralrange.".
+    /// False, with nothing changed, after a message at error level.
+    bool configure(const ROConfiguration& in_config);
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    SpectralRangeFeature* clone() const override;
+
+private:
+    bool establishRange(unsigned long in_uiNbOfBins);
+
+    unsigned long m_uiCenterFrequency;
+    unsigned long m_uiHalfWidth;
+    bool m_bRangeEstablished = false;
+    double m_dRelativePosition = 0.0;
+};
+
+/// The strongest of several spectral ranges: the one whose largest bin is largest, the earlier one on a tie.
+///   in       spectrum of L bins
+///   out      appends what that range's SpectralRangeFeature appends
+///   failure  false, out untouched: no ranges, or a range that fails
+///   cost     O(sum of the ranges)
+class CORVANA_API MaxSpectralRangesFeature : public AudioFeature, public virtual Math::SignalFeatureWithParameters
+{
+public:
+    MaxSpectralRangesFeature();
+    ~MaxSpectralRangesFeature() override;
+    MaxSpectralRangesFeature(const MaxSpectralRangesFeature&);
+    MaxSpectralRangesFeature& operator=(const MaxSpectralRangesFeature&);
+
+    void addSpectralRange(unsigned long in_uiCenterHz, unsigned long in_uiHalfWidthHz);
+    /// Reads "frequenciesList", or "maxspectralranges.frequenciesList": whole numbers of Hz, separated by commas and
+    /// blanks. They replace the ranges; each is 20 Hz wide on either side. False, with the ranges as they were, after a
+    /// message at error level.
+    bool configure(const ROConfiguration& in_config) override;
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    MaxSpectralRangesFeature* clone() const override;
+
+private:
+    std::vector<CloneableObjPtr<SpectralRangeFeature>> m_vSpectralRanges;
+    Math::DoubleVector m_vScratchComputation;
+    Math::DoubleVector m_vBestResult;
+};
+
+/// The share of energy below 1000 Hz.
+///   in       spectrum of L bins
+///   out      appends 1 value, from 0 to 1; 0.0 for an empty spectrum
+///   failure  none
+///   cost     O(L); stateless
+class CORVANA_API LowFreqEnergyRatioFeature : public AudioFeature
+{
+public:
+    LowFreqEnergyRatioFeature();
+    ~LowFreqEnergyRatioFeature() override;
+    LowFreqEnergyRatioFeature(const LowFreqEnergyRatioFeature&);
+    LowFreqEnergyRatioFeature& operator=(const LowFreqEnergyRatioFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    LowFreqEnergyRatioFeature* clone() const override;
+};
+
+/// The shares of energy below 100 Hz, and from there to 1000 Hz.
+///   in       spectrum of L bins
+///   out      appends 2 values, from 0 to 1; 0.0 twice for an empty spectrum
+///   failure  none
+///   cost     O(L); stateless
+class CORVANA_API LowFreqEnergyRatiosFeature : public AudioFeature
+{
+public:
+    LowFreqEnergyRatiosFeature();
+    ~LowFreqEnergyRatiosFeature() override;
+    LowFreqEnergyRatiosFeature(const LowFreqEnergyRatiosFeature&);
+    LowFreqEnergyRatiosFeature& operator=(const LowFreqEnergyRatiosFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    LowFreqEnergyRatiosFeature* clone() const override;
+};
+
+/// Frequency-weighted sum of the bins from 500 to 1500 Hz, for audio of 8000 samples per second.
+///   in       spectrum of L bins
+///   out      appends 1 value in Hz: the sum of index * bin * bin width; the width is a whole number of Hz, rounded
+///            down (31 for 128 bins)
+///   failure  false, out untouched: a band without bins (assertion "m_uiIndexMin < m_uiIndexMax"), or one that reaches
+///            past the spectrum (assertion "m_uiIndexMax < uiInputSize")
+///   cost     O(L). The first spectrum's length fixes the band
+class CORVANA_API SpectralWeightedAreaFeature : public AudioFeature
+{
+public:
+    SpectralWeightedAreaFeature();
+    ~SpectralWeightedAreaFeature() override;
+    SpectralWeightedAreaFeature(const SpectralWeightedAreaFeature&);
+    SpectralWeightedAreaFeature& operator=(const SpectralWeightedAreaFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    SpectralWeightedAreaFeature* clone() const override;
+
+private:
+    void establishIndices(unsigned long in_uiNbOfBins);
+
+    unsigned long m_uiSampleRate = 8000;
+    unsigned long m_uiLowFrequency = 500;
+    unsigned long m_uiHighFrequency = 1500;
+    unsigned long m_uiIndexMin = 0;
+    unsigned long m_uiIndexMax = 0;
+};
+
+/// A placeholder for the spectral slope: appends nothing and returns true.
+class CORVANA_API SpectralSlopeFeature : public AudioFeature
+{
+public:
+    SpectralSlopeFeature();
+    ~SpectralSlopeFeature() override;
+    SpectralSlopeFeature(const SpectralSlopeFeature&);
+    SpectralSlopeFeature& operator=(const SpectralSlopeFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    SpectralSlopeFeature* clone() const override;
+};
+
+// ---- Harmonic and peak features: they read a spectrum of L bins. M = (L - 1) / 5 + 1 is the number of candidate
+// ---- fundamentals whose fifth multiple still lies in it, 0 for an empty spectrum
+
+/// Harmonic product spectrum (Schroeder, Period histogram and product spectrum, 1968) of 5 harmonics.
+///   in       spectrum of L bins
+///   out      appends M values: for each candidate bin, the product of M times the bins at its multiples 1 to 5; 0 for
+///            candidates below 100 Hz
+///   failure  none
+///   cost     O(L)
+class CORVANA_API HarmonicProductFeature : public AudioFeature
+{
+public:
+    HarmonicProductFeature();
+    ~HarmonicProductFeature() override;
+    HarmonicProductFeature(const HarmonicProductFeature&);
+    HarmonicProductFeature& operator=(const HarmonicProductFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    HarmonicProductFeature* clone() const override;
+
+private:
+    Math::DoubleVector m_vScratch;
+};
+
+/// As HarmonicProductFeature, but harmonic h of candidate i is bin h * (i + 1) wherever that bin exists, and h * i
+/// elsewhere.
+class CORVANA_API RobustHarmonicProductFeature : public AudioFeature
+{
+public:
+    RobustHarmonicProductFeature();
+    ~RobustHarmonicProductFeature() override;
+    RobustHarmonicProductFeature(const RobustHarmonicProductFeature&);
+    RobustHarmonicProductFeature& operator=(const RobustHarmonicProductFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    RobustHarmonicProductFeature* clone() const override;
+
+private:
+    Math::DoubleVector m_vScratch;
+};
+
+/// The product of the bins halfway between the harmonics: small where HarmonicProductFeature finds a tone.
+///   in       spectrum of at least 11 bins
+///   out      appends M - 2 values, for the candidates from 2 on: the product of M * M times the bins at about
+///            (h - 1/2) times the candidate, h from 1 to 5; all 1.0 when the largest bin is 0
+///   failure  false, out untouched: fewer than 11 bins (assertion "m_vScratch.size() > 2")
+///   cost     O(L)
+class CORVANA_API AntiHarmonicProductFeature : public AudioFeature
+{
+public:
+    AntiHarmonicProductFeature();
+    ~AntiHarmonicProductFeature() override;
+    AntiHarmonicProductFeature(const AntiHarmonicProductFeature&);
+    AntiHarmonicProductFeature& operator=(const AntiHarmonicProductFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    AntiHarmonicProductFeature* clone() const override;
+
+private:
+    Math::DoubleVector m_vScratch;
+};
+
+/// The harmonic product of 4 harmonics that older configurations name.
+///   in       spectrum of L bins
+///   out      appends L values: for each of the first L / 4 places i, the product of L times the bins h * (i + 1) - 1,
+///            h from 1 to 4; 0 for the others
+///   failure  none
+///   cost     O(L)
+class CORVANA_API OldHarmonicProductFeature : public AudioFeature
+{
+public:
+    OldHarmonicProductFeature();
+    ~OldHarmonicProductFeature() override;
+    OldHarmonicProductFeature(const OldHarmonicProductFeature&);
+    OldHarmonicProductFeature& operator=(const OldHarmonicProductFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    OldHarmonicProductFeature* clone() const override;
+
+private:
+    Math::DoubleVector m_vScratch;
+};
+
+/// The three strongest peaks. A peak takes its falling flanks with it before the next one is sought.
+///   in       any values, usually a spectrum; their absolute values count
+///   out      appends 6 values: the peaks' heights, largest first, and then the natural logarithms of their indexes
+///            (about -13.8155, the logarithm of 1e-6, for index 0)
+///   failure  false, out untouched: an empty input
+///   cost     O(n)
+class CORVANA_API PeaksFeature : public AudioFeature
+{
+public:
+    PeaksFeature();
+    ~PeaksFeature() override;
+    PeaksFeature(const PeaksFeature&);
+    PeaksFeature& operator=(const PeaksFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    PeaksFeature* clone() const override;
+
+private:
+    void removePeak(unsigned long in_uiPosition);
+
+    Math::DoubleVector m_vWorkingCopy;
+    std::vector<double> m_vPeakValues;
+    std::vector<unsigned long> m_vPeakPositions;
+};
+
+/// A placeholder for experiments: appends nothing and returns true.
+class CORVANA_API MyFeature : public AudioFeature
+{
+public:
+    MyFeature();
+    ~MyFeature() override;
+    MyFeature(const MyFeature&);
+    MyFeature& operator=(const MyFeature&);
+
+    bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
+    MyFeature* clone() const override;
 };
 
 } // namespace Corvana::Audio
