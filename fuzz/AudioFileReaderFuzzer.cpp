@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+// Any bytes as a sound file. The last six say how it is read: two chunk lengths, a time to seek to, a window's overlap.
+// What the reader delivers is what libsndfile delivers in one piece, whatever the chunks.
+#include "FuzzSupport.h"
+
+#include "corvana/AudioWindowedFileReader.h"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace Corvana::Fuzz {
+namespace {
+
+constexpr std::size_t s_uiControlBytes = 6;
+// A few bytes of a compressed format can stand for hours of silence.
+constexpr std::size_t s_uiMaxFrames = 1U << 18U;
+
+struct Sound
+{
+    SF_INFO m_info = {};
+    std::vector<double> m_vFrames;
+
+    // Formats without memory from frame to frame: only these are bound to give the same frames after a seek.
+    bool isPlain() const
+    {
+        const int iEncoding = m_info.format & SF_FORMAT_SUBMASK;
+        return iEncoding <= SF_FORMAT_ALAW;
+    }
+};
+
+bool readInOnePiece(const char* in_szPath, Sound& out_sound)
+{
+    const std::unique_ptr<SNDFILE, decltype(&sf_close)> pFile(sf_open(in_szPath, SFM_READ, &out_sound.m_info),
+                                                              sf_close);
+    if (pFile == nullptr || out_sound.m_info.channels != 1)
+        return false;
+    out_sound.m_vFrames.resize(s_uiMaxFrames);
+    const sf_count_t iNbRead = sf_read_double(pFile.get(), out_sound.m_vFrames.data(), s_uiMaxFrames);
+    out_sound.m_vFrames.resize(static_cast<std::size_t>(std::max<sf_count_t>(iNbRead, 0)));
+    return true;
+}
+
+std::span<const double> framesFrom(const Sound& in_sound, std::size_t in_uiFirst, std::size_t in_uiCount)
+{
+    const std::span<const double> vFrames(in_sound.m_vFrames);
+    const std::size_t uiFirst = std::min(in_uiFirst, vFrames.size());
+    return vFrames.subspan(uiFirst, std::min(in_uiCount, vFrames.size() - uiFirst));
+}
+
+// Reads from a frame to the end and holds sizes, samples and clock against the sound.
+void requireChunks(Audio::AudioFileReader& inout_reader, const Sound& in_sound, std::size_t in_uiFirst,
+                   std::size_t in_uiChunk)
+{
+    const double dSecondsPerFrame = 1.0 / static_cast<double>(in_sound.m_info.samplerate);
+    double dTime = static_cast<double>(in_uiFirst) * dSecondsPerFrame;
+    std::size_t uiPosition = in_uiFirst;
+    Math::DoubleVector vChunk = {7.0};
+    while (uiPosition + in_uiChunk <= s_uiMaxFrames) {
+        CORVANA_FUZZ_REQUIRE(sameValue(inout_reader.getCurrentAudioTime(), dTime));
+        if (!inout_reader.getNextLinearFrames(vChunk))
+            break;
+        const auto vExpected = framesFrom(in_sound, uiPosition, in_uiChunk);
+        CORVANA_FUZZ_REQUIRE(sameValues(vChunk, vExpected));
+        CORVANA_FUZZ_REQUIRE(inout_reader.atEnd() == (vExpected.size() < in_uiChunk));
+        uiPosition += vExpected.size();
+        dTime += static_cast<double>(vExpected.size()) * dSecondsPerFrame;
+        CORVANA_FUZZ_REQUIRE(vChunk.capacity() <= 2 * in_uiChunk + 1);
+    }
+    if (uiPosition + in_uiChunk > s_uiMaxFrames)
+        return;
+    CORVANA_FUZZ_REQUIRE(inout_reader.atEnd() && vChunk.empty());
+    CORVANA_FUZZ_REQUIRE(uiPosition >= in_sound.m_vFrames.size());
+}
+
+void requireSeek(Audio::AudioFileReader& inout_reader, const Sound& in_sound, double in_dSeconds,
+                 std::size_t in_uiChunk)
+{
+    const auto uiFrame =
+        static_cast<unsigned long>(in_dSeconds * static_cast<double>(in_sound.m_info.samplerate) + 0.5);
+    if (!inout_reader.gotoAudioTime(in_dSeconds))
+        return;
+    CORVANA_FUZZ_REQUIRE(!inout_reader.atEnd());
+    if (in_sound.isPlain())
+        requireChunks(inout_reader, in_sound, uiFrame, in_uiChunk);
+}
+
+void requireWholeFile(Audio::AudioFileReader& inout_reader, const Sound& in_sound)
+{
+    if (in_sound.m_vFrames.size() == s_uiMaxFrames)
+        return;
+    const unsigned long uiChunk = inout_reader.getNbOfFramesToRead();
+    Math::DoubleVector vAll;
+    const bool bAny = inout_reader.getAllLinearFrames(vAll);
+    CORVANA_FUZZ_REQUIRE(inout_reader.getNbOfFramesToRead() == uiChunk);
+    CORVANA_FUZZ_REQUIRE(bAny == !in_sound.m_vFrames.empty());
+    CORVANA_FUZZ_REQUIRE(sameValues(vAll, in_sound.m_vFrames));
+}
+
+void requireWindows(const char* in_szPath, const Sound& in_sound, unsigned long in_uiFactor, unsigned long in_uiOverlap)
+{
+    Audio::LinearAudioWindower::Config config;
+    config.m_uiSampleRate = 1000; // one sample a millisecond, whatever the file says
+    config.m_uiWindowOverlapMs = in_uiOverlap;
+    Audio::WindowedAudioFileReader reader;
+    CORVANA_FUZZ_REQUIRE(reader.setChunkReadFactor(in_uiFactor) && reader.configure(config));
+    CORVANA_FUZZ_REQUIRE(reader.setSourceAudioFile(in_szPath));
+
+    const std::size_t uiWindow = config.m_uiWindowSizeMs;
+    std::size_t uiPosition = 0;
+    Math::DoubleVector vWindow;
+    while (uiPosition + uiWindow * (in_uiFactor + 1) <= s_uiMaxFrames && reader.getNextWindow(vWindow)) {
+        CORVANA_FUZZ_REQUIRE(vWindow.size() == uiWindow);
+        CORVANA_FUZZ_REQUIRE(sameValues(vWindow, framesFrom(in_sound, uiPosition, uiWindow)));
+        uiPosition += uiWindow - in_uiOverlap;
+    }
+    CORVANA_FUZZ_REQUIRE(uiPosition + uiWindow >
+                         std::min(in_sound.m_vFrames.size(), s_uiMaxFrames - uiWindow * in_uiFactor));
+}
+
+void requireNoFile(Audio::AudioFileReader& inout_reader)
+{
+    CORVANA_FUZZ_REQUIRE(inout_reader.getSampleRate() == 0);
+    CORVANA_FUZZ_REQUIRE(inout_reader.getNbOfFrames() == 0);
+    Math::DoubleVector vChunk = {7.0};
+    CORVANA_FUZZ_REQUIRE(inout_reader.getNextLinearFrames(vChunk) && vChunk.empty());
+    CORVANA_FUZZ_REQUIRE(!inout_reader.getNextLinearFrames(vChunk));
+    // Seeking without a file is libsndfile's to answer; reading stays empty whatever it says.
+    inout_reader.gotoAudioTime(0.0);
+    inout_reader.getNextLinearFrames(vChunk);
+    CORVANA_FUZZ_REQUIRE(vChunk.empty());
+}
+
+} // namespace
+} // namespace Corvana::Fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+{
+    using namespace Corvana;
+    using namespace Corvana::Fuzz;
+    const std::size_t uiControl = std::min(in_uiSize, s_uiControlBytes);
+    ByteReader control(in_pData + (in_uiSize - uiControl), uiControl);
+    const std::size_t uiChunk = 1 + control.takeUpTo(2047);
+    const std::size_t uiOtherChunk = 1 + control.takeByte();
+    const double dSeekShare = static_cast<double>(control.takeUpTo(255)) / 200.0; // also behind the end
+    const unsigned long uiOverlap = control.takeUpTo(15);
+    const unsigned long uiFactor = 1 + control.takeUpTo(3);
+
+    const LeakCheck leakCheck;
+    const MemoryFile file(ByteReader(in_pData, in_uiSize - uiControl).rest());
+    Sound sound;
+    const bool bReadable = readInOnePiece(file.path(), sound);
+
+    Audio::AudioFileReader reader;
+    reader.setNbOfFramesToRead(uiChunk);
+    CORVANA_FUZZ_REQUIRE(reader.setSourceAudioFile(file.path()) == bReadable);
+    if (!bReadable) {
+        requireNoFile(reader);
+        return 0;
+    }
+    CORVANA_FUZZ_REQUIRE(reader.getSampleRate() == static_cast<unsigned long>(sound.m_info.samplerate));
+    requireChunks(reader, sound, 0, uiChunk);
+    reader.setNbOfFramesToRead(uiOtherChunk);
+    CORVANA_FUZZ_REQUIRE(reader.gotoStart());
+    if (sound.isPlain())
+        requireChunks(reader, sound, 0, uiOtherChunk);
+    reader.setNbOfFramesToRead(uiChunk);
+    const double dDuration = static_cast<double>(sound.m_vFrames.size()) / static_cast<double>(sound.m_info.samplerate);
+    requireSeek(reader, sound, dDuration * dSeekShare, uiChunk);
+    if (sound.isPlain())
+        requireWholeFile(reader, sound);
+    requireWindows(file.path(), sound, uiFactor, uiOverlap);
+    return 0;
+}

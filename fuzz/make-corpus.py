@@ -1,0 +1,187 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Writes the hand-made inputs of every fuzz target into fuzz/corpus. Always writes the same bytes.
+
+Inputs that the fuzzer found stay beside them under the names it gave them."""
+import math
+import os
+import struct
+
+FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus")
+
+
+def write(target, name, contents):
+    os.makedirs(os.path.join(FOLDER, target), exist_ok=True)
+    with open(os.path.join(FOLDER, target, name), "wb") as stream:
+        stream.write(contents)
+
+
+def audio_sets():
+    lists = {
+        "two-entries": b"a.wav\n\n# a comment\nb.wav\n",
+        "no-last-newline": b"x/y.wav\n../z.wav",
+        "absolute": b"/proc/self/exe\n/nowhere/at/all.wav\n/\n/dev/null\n",
+        "carriage-returns": b"a.wav\r\n\r\n#c\r\nb b.wav \r\n",
+        "comments-only": b"#a\n#\n\n",
+        "blank-before-comment": b" #a\n \n\t\n",
+        "zero-bytes": b"a\0b.wav\n\0\n/proc/self/exe\0x\n",
+        "utf8-and-not": "gr\u00fc\u00dfe/\u97f3.wav\n".encode() + b"\xff\xfe\n",
+        "dots": b".\n..\n./././a\n../../../../../../../proc/self/exe\n",
+        "long-line": b"a/" * 2100 + b"\n",
+        "separators": b"C:\\a.wav\n:\n\\\n//\n///proc//self/exe\n",
+    }
+    for name, contents in lists.items():
+        write("AudioSetParserFuzzer", name, contents)
+
+
+def descriptions():
+    texts = [
+        b"spectrum", b"SPECTRUM100Hz", b" spectrum200hz ( ) ", b"spectrum500hz()", b"spectrum|flatness",
+        b"spectrum100hz | flatness", b"spectralrange(300,3400)", b"maxspectralranges(400, 800 ,1200)",
+        b"TemporalMean_Mean_Amplitude", b"spectrum|TemporalMean_Mean_Amplitude", b"spectrum(1)", b"spectrum(,)",
+        b"spectrum(1", b"spectrum)", b"(1)", b"spectrum((1))", b"spectrum(1)x", b"spectrum(1)(2)", b"a b ( c d , e )",
+        b"spectrum||flatness", b"|", b"flatness|spectrum", b"zerocrossingrate(3)", b"spectrum|spectrum|spectrum",
+        b"deltatoslidingmean", b"energyhistogram", b"spectrum\0(1)", b"\t spectrum\t", b"name, with (comma)",
+        b"spectrum" + b"|flatness" * 60,
+    ]
+    for index, text in enumerate(texts):
+        write("FeatureDescriptionFuzzer", "text-%02d" % index, text)
+
+
+def samples(count):
+    return [math.sin(0.3 * index) * 0.9 for index in range(count)]
+
+
+def pcm16(values):
+    return b"".join(struct.pack("<h", int(32767 * value)) for value in values)
+
+
+def wav(code, bits, data, rate=8000, channels=1, claimed=None):
+    align = channels * bits // 8
+    fmt = struct.pack("<HHIIHH", code, channels, rate, rate * align, align, bits)
+    size = len(data) if claimed is None else claimed
+    body = b"WAVE" + b"fmt " + struct.pack("<I", len(fmt)) + fmt + b"data" + struct.pack("<I", size) + data
+    return b"RIFF" + struct.pack("<I", len(body)) + body
+
+
+def au(code, data, rate=8000):
+    return b".snd" + struct.pack(">IIIII", 24, len(data), code, rate, 1) + data
+
+
+def sounds():
+    read = bytes([0, 99, 6, 40, 3, 1])  # chunks of 100 and 7, a seek, 3 ms overlap, factor 2
+    bytes8 = bytes((index * 37) % 256 for index in range(300))
+    files = {
+        "pcm16": wav(1, 16, pcm16(samples(300))),
+        "pcm8": wav(1, 8, bytes8),
+        "pcm24": wav(1, 24, bytes8),
+        "pcm32": wav(1, 32, bytes8),
+        "mu-law": wav(7, 8, bytes8),
+        "a-law": wav(6, 8, bytes8),
+        "float": wav(3, 32, b"".join(struct.pack("<f", value) for value in samples(80))),
+        "double": wav(3, 64, b"".join(struct.pack("<d", value) for value in samples(40))),
+        "no-frames": wav(1, 16, b""),
+        "chunk-multiple": wav(7, 8, bytes8[:200]),
+        "stereo": wav(1, 16, pcm16(samples(40)), channels=2),
+        "claims-too-much": wav(1, 16, pcm16(samples(60)), claimed=0x7FFFFFF0),
+        "claims-too-little": wav(7, 8, bytes8, claimed=10),
+        "odd-byte": wav(1, 16, pcm16(samples(20)) + b"x"),
+        "rate-0": wav(1, 16, pcm16(samples(20)), rate=0),
+        "rate-huge": wav(1, 16, pcm16(samples(20)), rate=0x7FFFFFFF),
+        "au-mu-law": au(1, bytes8),
+        "au-pcm16": au(3, bytes8),
+        "au-double": au(7, b"".join(struct.pack(">d", value) for value in samples(40))),
+        "header-only": wav(1, 16, b"")[:20],
+        "text": b"This is no sound at all.\n",
+        "ima-adpcm": wav(17, 4, bytes8)[:12] + b"fmt " + struct.pack("<IHHIIHHHH", 20, 17, 1, 8000, 4055, 256, 4, 2, 505)
+        + b"fact" + struct.pack("<II", 4, 505) + b"data" + struct.pack("<I", 256) + bytes8[:256],
+        "gsm610": b"RIFF" + struct.pack("<I", 4 + 28 + 12 + 8 + 130) + b"WAVE" + b"fmt "
+        + struct.pack("<IHHIIHHHH", 20, 49, 1, 8000, 1625, 65, 0, 2, 320)
+        + b"fact" + struct.pack("<II", 4, 640) + b"data" + struct.pack("<I", 130) + bytes8[:130],
+    }
+    for name, contents in files.items():
+        write("AudioFileReaderFuzzer", name, contents + read)
+    write("AudioFileReaderFuzzer", "chunk-multiple-read", files["chunk-multiple"] + bytes([0, 99, 199, 255, 15, 0]))
+
+
+CONFIGURE, RESET, COPY, PUSH, POP = 0, 1, 2, 3, 5
+
+
+def windowers():
+    value = struct.pack(">d", 0.25)
+
+    def config(kind, window, overlap, dc=False):
+        return bytes([CONFIGURE, kind | (128 if dc else 0), window, overlap])
+
+    def push(count):
+        return bytes([PUSH, count]) + value
+
+    pop = bytes([POP])
+    write("LinearAudioWindowerFuzzer", "defaults", push(100) + pop + push(28) + pop + push(200) + pop + pop)
+    write("LinearAudioWindowerFuzzer", "overlap", config(0, 30, 10) + bytes([RESET]) + push(239) + pop * 2 + push(240) + pop * 3)
+    write("LinearAudioWindowerFuzzer", "no-offset", config(0, 16, 8, True) + push(239) + pop * 3)
+    write("LinearAudioWindowerFuzzer", "refused", config(0, 16, 16) + push(239) + pop + config(0, 16, 0) + pop)
+    write("LinearAudioWindowerFuzzer", "one-sample", config(7, 0, 0) + push(5) + pop * 6)
+    write("LinearAudioWindowerFuzzer", "negative-hop", config(5, 10, 13) + push(5) + pop * 6)
+    write("LinearAudioWindowerFuzzer", "copies", config(4, 20, 5) + push(100) + pop + bytes([COPY]) + pop + push(50) + bytes([COPY]) + pop * 4)
+    write("LinearAudioWindowerFuzzer", "long", config(4, 33, 32) + (push(255) + pop * 9) * 6)
+    write("LinearAudioWindowerFuzzer", "not-a-number",
+          config(4, 8, 2, True) + bytes([PUSH, 20]) + struct.pack(">d", math.nan) + pop * 3
+          + bytes([PUSH, 20]) + struct.pack(">d", math.inf) + pop * 4)
+    write("LinearAudioWindowerFuzzer", "reconfigured", push(200) + pop + config(4, 50, 10) + pop + config(4, 7, 6) + pop * 9)
+    write("LinearAudioWindowerFuzzer", "wraps-around", bytes([CONFIGURE, 63]) + b"\xff" * 24 + push(200) + pop * 2)
+
+
+def spectra():
+    def doubles(values):
+        return b"".join(struct.pack(">d", value) for value in values)
+
+    for power in range(10):
+        write("SpectrumFuzzer", "size-%d" % (2 << power), bytes([power, 7]))
+    write("SpectrumFuzzer", "tone-256-40-bands", bytes([7, 39]) + doubles(samples(256)))
+    write("SpectrumFuzzer", "silence", bytes([6, 19]) + doubles([0.0] * 128))
+    write("SpectrumFuzzer", "alternating", bytes([5, 7]) + doubles([1.0, -1.0] * 32))
+    write("SpectrumFuzzer", "tiny", bytes([4, 3]) + doubles([5e-324, -5e-324] * 16))
+    write("SpectrumFuzzer", "huge", bytes([4, 3]) + doubles([1e308, -1e308, 1e300, 1.0] * 8))
+    write("SpectrumFuzzer", "infinite", bytes([4, 3]) + doubles([math.inf, 1.0, -math.inf, math.nan] * 8))
+    write("SpectrumFuzzer", "empty-window", bytes([192, 3]))
+    write("SpectrumFuzzer", "one-sample", bytes([193, 3]) + doubles([0.5]))
+    write("SpectrumFuzzer", "three-samples", bytes([195, 3]) + doubles([0.5, 0.25, -1.0]))
+    write("SpectrumFuzzer", "no-power-of-two", bytes([251, 3]))
+
+
+def configurations():
+    texts = [
+        b"1", b"-1", b"+7", b"+-7", b"--1", b" 42\t", b"1.5", b".5", b"5.", b".", b"1e5", b"1e", b"1e+", b"1e-400",
+        b"1e400", b"-1e400", b"inf", b"-infinity", b"nan", b"-nan", b"nan(1)", b"0x10", b"0x1p3", b"1 2", b"1\n", b"\n1",
+        b"", b" ", b"2147483647", b"2147483648", b"-2147483649", b"9223372036854775807", b"9223372036854775808",
+        b"18446744073709551615", b"18446744073709551616", b"4.9e-324", b"2.4e-324", b"2.5e-324",
+        b"1.7976931348623157e308", b"1.7976931348623159e308", b"0.1\0.2", b"00012", b"-0", b"-0.0", b"1,5", b"1e5x",
+        b"9" * 400, b"0." + b"0" * 330 + b"1", b"179769313486231580793728971405301e276",
+    ]
+    values = [0.0, -0.0, 1.0, 0.1, 2147483647.0, 2147483648.0, -2147483648.0, 1e300, 5e-324, math.inf, math.nan, 1.5,
+              9223372036854775808.0, 18446744073709551616.0]
+    for index, text in enumerate(texts):
+        value = struct.pack(">d", values[index % len(values)])
+        write("ConfigurationFuzzer", "text-%02d" % index, value + b"\x03key" + text)
+
+
+def vectors():
+    push = b"\x00\x00" + struct.pack(">d", 1.5)
+    programs = {
+        "pushes": push * 9,
+        "own-range": push * 4 + b"\x02\x02\x00\x04" * 8,
+        "own-range-behind": push * 6 + b"\x02\x00\x03\x06" * 6,
+        "erase": push * 12 + b"\x06\x03\x04" * 4,
+        "deque-and-words": push * 3 + b"\x04\x02\x05abcde" + b"\x05\x01\x03abc",
+        "resize-reserve": push * 3 + b"\x07\x00\x01\x00" + b"\x08\x00\x02\x00" + b"\x09\x00" + push,
+        "copies": push * 3 + b"\x0b\x00\x00" + push + b"\x0b\x00\x02" + b"\x0b\x00\x01" + b"\x0b\x00\x05" + b"\x0b\x00\x03",
+        "own-value": push * 2 + b"\x0c\x00" * 20,
+        "extremes": push + b"\x00\x00" + struct.pack(">d", -2.5) + push + b"\x0d\x00\x0a\x00\x0d\x00",
+    }
+    for name, contents in programs.items():
+        write("DoubleVectorFuzzer", name, contents)
+
+
+for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors):
+    make()
