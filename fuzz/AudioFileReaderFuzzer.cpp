@@ -18,25 +18,28 @@ constexpr std::size_t s_uiControlBytes = 6;
 // A few bytes of a compressed format can stand for hours of silence.
 constexpr std::size_t s_uiMaxFrames = 1U << 18U;
 
+// What libsndfile alone delivers in one piece, from the open or from a seek on.
 struct Sound
 {
     SF_INFO m_info = {};
+    std::size_t m_uiFirst = 0;
     std::vector<double> m_vFrames;
-
-    // Formats without memory from frame to frame: only these are bound to give the same frames after a seek.
-    bool isPlain() const
-    {
-        const int iEncoding = m_info.format & SF_FORMAT_SUBMASK;
-        return iEncoding <= SF_FORMAT_ALAW;
-    }
 };
 
-bool readInOnePiece(const char* in_szPath, Sound& out_sound)
+constexpr sf_count_t s_iNoSeek = -1;
+
+// Seeking is part of it: with a damaged header, even a seek to the start can lead elsewhere than opening did.
+bool readInOnePiece(const char* in_szPath, sf_count_t in_iSeekTo, Sound& out_sound)
 {
     const std::unique_ptr<SNDFILE, decltype(&sf_close)> pFile(sf_open(in_szPath, SFM_READ, &out_sound.m_info),
                                                               sf_close);
     if (pFile == nullptr || out_sound.m_info.channels != 1)
         return false;
+    if (in_iSeekTo != s_iNoSeek) {
+        if (sf_seek(pFile.get(), in_iSeekTo, SEEK_SET) == -1)
+            return false;
+        out_sound.m_uiFirst = static_cast<std::size_t>(in_iSeekTo);
+    }
     out_sound.m_vFrames.resize(s_uiMaxFrames);
     const sf_count_t iNbRead = sf_read_double(pFile.get(), out_sound.m_vFrames.data(), s_uiMaxFrames);
     out_sound.m_vFrames.resize(static_cast<std::size_t>(std::max<sf_count_t>(iNbRead, 0)));
@@ -50,41 +53,39 @@ std::span<const double> framesFrom(const Sound& in_sound, std::size_t in_uiFirst
     return vFrames.subspan(uiFirst, std::min(in_uiCount, vFrames.size() - uiFirst));
 }
 
-// Reads from a frame to the end and holds sizes, samples and clock against the sound.
-void requireChunks(Audio::AudioFileReader& inout_reader, const Sound& in_sound, std::size_t in_uiFirst,
-                   std::size_t in_uiChunk)
+// Reads to the end and holds sizes, samples and clock against the sound.
+void requireChunks(Audio::AudioFileReader& inout_reader, const Sound& in_sound)
 {
+    const std::size_t uiChunk = inout_reader.getNbOfFramesToRead();
     const double dSecondsPerFrame = 1.0 / static_cast<double>(in_sound.m_info.samplerate);
-    double dTime = static_cast<double>(in_uiFirst) * dSecondsPerFrame;
-    std::size_t uiPosition = in_uiFirst;
+    double dTime = static_cast<double>(in_sound.m_uiFirst) * dSecondsPerFrame;
+    std::size_t uiPosition = 0;
     Math::DoubleVector vChunk = {7.0};
-    while (uiPosition + in_uiChunk <= s_uiMaxFrames) {
+    while (uiPosition + uiChunk <= s_uiMaxFrames) {
         CORVANA_FUZZ_REQUIRE(sameValue(inout_reader.getCurrentAudioTime(), dTime));
         if (!inout_reader.getNextLinearFrames(vChunk))
             break;
-        const auto vExpected = framesFrom(in_sound, uiPosition, in_uiChunk);
+        const auto vExpected = framesFrom(in_sound, uiPosition, uiChunk);
         CORVANA_FUZZ_REQUIRE(sameValues(vChunk, vExpected));
-        CORVANA_FUZZ_REQUIRE(inout_reader.atEnd() == (vExpected.size() < in_uiChunk));
+        CORVANA_FUZZ_REQUIRE(inout_reader.atEnd() == (vExpected.size() < uiChunk));
         uiPosition += vExpected.size();
         dTime += static_cast<double>(vExpected.size()) * dSecondsPerFrame;
-        CORVANA_FUZZ_REQUIRE(vChunk.capacity() <= 2 * in_uiChunk + 1);
+        CORVANA_FUZZ_REQUIRE(vChunk.capacity() <= 2 * uiChunk + 1);
     }
-    if (uiPosition + in_uiChunk > s_uiMaxFrames)
+    if (uiPosition + uiChunk > s_uiMaxFrames)
         return;
     CORVANA_FUZZ_REQUIRE(inout_reader.atEnd() && vChunk.empty());
-    CORVANA_FUZZ_REQUIRE(uiPosition >= in_sound.m_vFrames.size());
+    CORVANA_FUZZ_REQUIRE(uiPosition == in_sound.m_vFrames.size());
 }
 
-void requireSeek(Audio::AudioFileReader& inout_reader, const Sound& in_sound, double in_dSeconds,
-                 std::size_t in_uiChunk)
+void requireSeek(Audio::AudioFileReader& inout_reader, const char* in_szPath, double in_dSeconds)
 {
-    const auto uiFrame =
-        static_cast<unsigned long>(in_dSeconds * static_cast<double>(in_sound.m_info.samplerate) + 0.5);
-    if (!inout_reader.gotoAudioTime(in_dSeconds))
-        return;
-    CORVANA_FUZZ_REQUIRE(!inout_reader.atEnd());
-    if (in_sound.isPlain())
-        requireChunks(inout_reader, in_sound, uiFrame, in_uiChunk);
+    const auto dRate = static_cast<double>(inout_reader.getSampleRate());
+    Sound sound;
+    const bool bSeeks = readInOnePiece(in_szPath, static_cast<sf_count_t>(in_dSeconds * dRate + 0.5), sound);
+    CORVANA_FUZZ_REQUIRE(inout_reader.gotoAudioTime(in_dSeconds) == bSeeks);
+    if (bSeeks)
+        requireChunks(inout_reader, sound);
 }
 
 void requireWholeFile(Audio::AudioFileReader& inout_reader, const Sound& in_sound)
@@ -151,7 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
     const LeakCheck leakCheck;
     const MemoryFile file(ByteReader(in_pData, in_uiSize - uiControl).rest());
     Sound sound;
-    const bool bReadable = readInOnePiece(file.path(), sound);
+    const bool bReadable = readInOnePiece(file.path(), s_iNoSeek, sound);
 
     Audio::AudioFileReader reader;
     reader.setNbOfFramesToRead(uiChunk);
@@ -161,16 +162,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
         return 0;
     }
     CORVANA_FUZZ_REQUIRE(reader.getSampleRate() == static_cast<unsigned long>(sound.m_info.samplerate));
-    requireChunks(reader, sound, 0, uiChunk);
+    requireChunks(reader, sound);
+
     reader.setNbOfFramesToRead(uiOtherChunk);
+    Sound rewound;
     CORVANA_FUZZ_REQUIRE(reader.gotoStart());
-    if (sound.isPlain())
-        requireChunks(reader, sound, 0, uiOtherChunk);
-    reader.setNbOfFramesToRead(uiChunk);
-    const double dDuration = static_cast<double>(sound.m_vFrames.size()) / static_cast<double>(sound.m_info.samplerate);
-    requireSeek(reader, sound, dDuration * dSeekShare, uiChunk);
-    if (sound.isPlain())
-        requireWholeFile(reader, sound);
+    const Sound& fromStart = readInOnePiece(file.path(), 0, rewound) ? rewound : sound; // else opened again
+    requireChunks(reader, fromStart);
+    reader.setNbOfFramesToRead(uiChunk); // while reading
+    requireSeek(reader, file.path(),
+                dSeekShare * static_cast<double>(sound.m_vFrames.size()) /
+                    static_cast<double>(sound.m_info.samplerate));
+    requireWholeFile(reader, fromStart);
     requireWindows(file.path(), sound, uiFactor, uiOverlap);
     return 0;
 }

@@ -89,19 +89,21 @@ inline void realTransform(std::vector<double>& inout_vData)
     data(2) = h1r - data(2);
 }
 
-inline double hann(std::size_t in_uiIndex, std::size_t in_uiSize)
+inline std::vector<double> hannTable(std::size_t in_uiSize)
 {
-    return (1.0 -
-            std::cos((static_cast<double>(in_uiIndex) * 6.283185307179586) / static_cast<double>(in_uiSize - 1))) *
-           0.5;
+    std::vector<double> vTaper(in_uiSize);
+    for (std::size_t i = 0; i < in_uiSize; ++i)
+        vTaper[i] =
+            (1.0 - std::cos((static_cast<double>(i) * 6.283185307179586) / static_cast<double>(in_uiSize - 1))) * 0.5;
+    return vTaper;
 }
 
 /// The size is a power of two of at least 2.
-inline std::vector<double> spectrum(std::vector<double> in_vWindow)
+inline std::vector<double> spectrum(std::vector<double> in_vWindow, const std::vector<double>& in_vTaper)
 {
     const std::size_t n = in_vWindow.size();
     for (std::size_t i = 0; i < n; ++i)
-        in_vWindow[i] *= hann(i, n);
+        in_vWindow[i] *= in_vTaper[i];
     realTransform(in_vWindow);
     std::vector<double> vPowers(n / 2);
     vPowers[0] = in_vWindow[0] * in_vWindow[0];
@@ -116,9 +118,9 @@ inline std::vector<double> spectrum(std::vector<double> in_vWindow)
     return vPowers;
 }
 
-inline std::vector<double> reducedSpectrum(const std::vector<double>& in_vWindow, std::size_t in_uiNbOfBands)
+inline std::vector<double> reducedSpectrum(std::vector<double> in_vSpectrum, std::size_t in_uiNbOfBands)
 {
-    std::vector<double> vBins = spectrum(in_vWindow);
+    std::vector<double> vBins = std::move(in_vSpectrum);
     const std::size_t L = vBins.size();
     if (L % in_uiNbOfBands >= L)
         return vBins;
