@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/CommandFeatures.h"
+
+#include "tools/ExitCode.h"
+#include "tools/FeatureSet.h"
+#include "tools/InputList.h"
+#include "tools/LogBridge.h"
+#include "tools/OutputFile.h"
+#include "tools/Text.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace Corvana::Tools {
+namespace {
+
+// How much work each recording is. Bytes are as good as frames, and known without opening anything.
+class WorkShares
+{
+public:
+    WorkShares(const std::vector<Input>& in_vInputs, bool in_bWanted)
+    {
+        for (std::size_t uiIndex = 0; in_bWanted && uiIndex < in_vInputs.size(); ++uiIndex) {
+            std::error_code error;
+            const std::uintmax_t uiSize = std::filesystem::file_size(in_vInputs[uiIndex].m_strPath, error);
+            m_bKnown = m_bKnown && (!error || !in_vInputs[uiIndex].m_strFault.empty());
+            m_vSizes.push_back(error ? 0.0 : static_cast<double>(uiSize));
+            m_dTotal += m_vSizes.back();
+        }
+        m_bKnown = m_bKnown && m_dTotal > 0.0;
+    }
+
+    /// Negative: unknown, as for pipes.
+    double share(std::size_t in_uiInput) const { return m_bKnown ? m_vSizes[in_uiInput] / m_dTotal : -1.0; }
+
+private:
+    std::vector<double> m_vSizes;
+    double m_dTotal = 0.0;
+    bool m_bKnown = true;
+};
+
+class FeaturesRun
+{
+public:
+    FeaturesRun(const CommandFeatures::Options& in_options, std::ostream& out_data, std::ostream& out_messages)
+        : m_options(in_options)
+        , m_messages(out_messages, in_options.m_messages.m_bQuiet)
+        , m_progress(out_messages, in_options.m_messages.m_bQuiet ? ProgressMode::NEVER : in_options.m_progress,
+                     in_options.m_bStatusLine)
+        , m_log(m_messages, in_options.m_messages.m_iLogLevel)
+        , m_output(out_data)
+        , m_analysis(in_options.m_windows, m_features, m_log, m_messages, m_progress)
+    {
+        m_messages.setProgress(&m_progress);
+    }
+
+    int run()
+    {
+        if (!checkOptions())
+            return EXIT_UNUSABLE;
+        const std::vector<Input> vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_log, m_messages);
+        if (!openOutput(vInputs) || !settleForGivenRate())
+            return EXIT_UNUSABLE;
+        analyseAll(vInputs);
+        if (m_output.stream().good() && m_pWriter == nullptr && !settleWithoutRecording())
+            return EXIT_SOME_FAILED;
+        return finish(vInputs.size());
+    }
+
+private:
+    bool refuse(const std::string& in_strText)
+    {
+        m_messages.error(in_strText);
+        return false;
+    }
+
+    bool checkOptions()
+    {
+        const WindowOptions& windows = m_options.m_windows;
+        if (m_options.m_vInputs.empty() && m_options.m_vLists.empty())
+            return refuse("no recording given: name at least one, or a list of them with --list FILE");
+        if (windows.m_uiOverlapMs >= windows.m_uiWindowMs)
+            return refuse("the overlap (--overlap-ms " + std::to_string(windows.m_uiOverlapMs) +
+                          ") must be shorter than the window (--window-ms " + std::to_string(windows.m_uiWindowMs) +
+                          ")");
+        if (m_features.configure(m_options.m_vFeatures.empty() ? defaultFeatures() : m_options.m_vFeatures, m_messages))
+            return true;
+        m_messages.plain("'corvana list-features' shows all features and how they are written\n");
+        return false;
+    }
+
+    bool openOutput(const std::vector<Input>& in_vInputs)
+    {
+        if (!m_options.m_strOutput.empty() && !m_output.open(m_options.m_strOutput))
+            return refuse("cannot write: " + m_output.getFault());
+        std::vector<std::string> vRead = m_options.m_vLists;
+        for (const Input& input : in_vInputs)
+            if (input.m_strFault.empty())
+                vRead.push_back(input.m_strPath);
+        const std::string strBoth = m_output.findAmong(vRead);
+        return strBoth.empty() || refuse(printable(strBoth) + ": is both read and written; write to another file");
+    }
+
+    void settle(const std::vector<std::size_t>& in_vNbOfValues, unsigned long in_uiSampleRate)
+    {
+        m_vNbOfValues = in_vNbOfValues;
+        m_uiSettledRate = in_uiSampleRate;
+        m_pWriter = RowWriter::make(m_options.m_format, m_features.getDescriptions(), in_vNbOfValues);
+        m_output.stream() << m_pWriter->getHeader();
+        if (m_options.m_bFlushRows)
+            m_output.stream().flush();
+    }
+
+    bool settleForGivenRate()
+    {
+        const unsigned long uiRate = m_options.m_windows.m_uiSampleRate;
+        if (uiRate == 0)
+            return true;
+        const FeatureSet::Layout& layout = layoutFor(uiRate);
+        if (!layout.m_strFault.empty())
+            return refuse(layout.m_strFault);
+        settle(layout.m_vNbOfValues, uiRate);
+        return true;
+    }
+
+    // A table without rows still has its columns; 8000 Hz is what the features are made for.
+    bool settleWithoutRecording()
+    {
+        constexpr unsigned long uiAssumedRate = 8000;
+        const FeatureSet::Layout& layout = layoutFor(uiAssumedRate);
+        if (!layout.m_strFault.empty()) {
+            m_messages.note("nothing is written: no recording could be analysed");
+            return false;
+        }
+        settle(layout.m_vNbOfValues, uiAssumedRate);
+        return true;
+    }
+
+    const FeatureSet::Layout& layoutFor(unsigned long in_uiSampleRate)
+    {
+        return m_features.getLayout(in_uiSampleRate, m_options.m_windows.m_uiWindowMs, m_log);
+    }
+
+    void analyseAll(const std::vector<Input>& in_vInputs)
+    {
+        const WorkShares shares(in_vInputs, m_progress.isShown());
+        double dDone = 0.0;
+        for (std::size_t uiInput = 0; uiInput < in_vInputs.size() && m_output.stream().good(); ++uiInput) {
+            const double dShare = m_progress.isShown() ? shares.share(uiInput) : -1.0;
+            const Input& input = in_vInputs[uiInput];
+            const std::string strFault = input.m_strFault.empty() ? analyse(input, dDone, dShare) : input.m_strFault;
+            if (!strFault.empty()) {
+                m_messages.inputError(input.m_strPath, strFault);
+                ++m_uiNbOfFailures;
+            }
+            dDone += dShare;
+        }
+    }
+
+    std::string analyse(const Input& in_input, double in_dDone, double in_dShare)
+    {
+        std::string strFault = m_analysis.open(in_input.m_strPath);
+        if (strFault.empty() && m_pWriter == nullptr)
+            settle(m_analysis.getNbOfValues(), m_analysis.getWindowRate());
+        if (strFault.empty())
+            strFault = checkColumns();
+        if (!strFault.empty())
+            return strFault;
+        return m_analysis.writeRows(*m_pWriter, m_output.stream(), m_options.m_bFlushRows, in_dDone, in_dShare);
+    }
+
+    std::string checkColumns() const
+    {
+        if (m_analysis.getNbOfValues() == m_vNbOfValues)
+            return {};
+        return "its " + std::to_string(m_analysis.getWindowRate()) +
+               " Hz give other columns than the recordings before it at " + std::to_string(m_uiSettledRate) +
+               " Hz; analyse it in a run of its own, convert it with 'sox IN -r " + std::to_string(m_uiSettledRate) +
+               " OUT', or cut all windows alike with --sample-rate " + std::to_string(m_uiSettledRate);
+    }
+
+    int finish(std::size_t in_uiNbOfInputs)
+    {
+        const double dAudioSeconds = m_analysis.getAudioSeconds();
+        const bool bWritten = m_output.stream().good() && m_output.commit();
+        m_progress.finish(dAudioSeconds);
+        if (!bWritten) {
+            const std::string strFault = m_output.getFault();
+            if (!strFault.empty())
+                m_messages.error("cannot write: " + strFault);
+            return EXIT_UNUSABLE;
+        }
+        if (m_uiNbOfFailures == 0)
+            return EXIT_DONE;
+        if (in_uiNbOfInputs > 1)
+            m_messages.note(std::to_string(m_uiNbOfFailures) + " of " + counted(in_uiNbOfInputs, "input") + " failed");
+        return EXIT_SOME_FAILED;
+    }
+
+    const CommandFeatures::Options& m_options;
+    Messages m_messages;
+    Progress m_progress;
+    LogBridge m_log;
+    FeatureSet m_features;
+    OutputFile m_output;
+    RecordingAnalysis m_analysis;
+    std::unique_ptr<RowWriter> m_pWriter;
+    std::vector<std::size_t> m_vNbOfValues;
+    unsigned long m_uiSettledRate = 0;
+    std::size_t m_uiNbOfFailures = 0;
+};
+
+} // namespace
+
+int CommandFeatures::run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages)
+{
+    return FeaturesRun(in_options, out_data, out_messages).run();
+}
+
+} // namespace Corvana::Tools

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/MessageOptions.h"
+#include "tools/Progress.h"
+#include "tools/RecordingAnalysis.h"
+#include "tools/RowWriter.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// `corvana features`: reads recordings window by window and writes a row a window.
+struct CommandFeatures
+{
+    struct Options
+    {
+        std::vector<std::string> m_vInputs;
+        std::vector<std::string> m_vLists;    ///< files with one recording a line
+        std::vector<std::string> m_vFeatures; ///< descriptions; none: defaultFeatures()
+        WindowOptions m_windows;
+        RowFormat m_format = RowFormat::CSV;
+        std::string m_strOutput; ///< empty: out_data
+        bool m_bFlushRows = false;
+        ProgressMode m_progress = ProgressMode::AUTO;
+        bool m_bStatusLine = false; ///< out_messages is a terminal that does not also show the rows
+        MessageOptions m_messages;
+    };
+
+    /// Returns an ExitCode.
+    static int run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages);
+};
+
+} // namespace Corvana::Tools

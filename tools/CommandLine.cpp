@@ -1,0 +1,379 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/CommandLine.h"
+
+#include "corvana/NumberText.h"
+#include "corvana/Version.h"
+#include "tools/CommandFeatures.h"
+#include "tools/CommandInfo.h"
+#include "tools/CommandListFeatures.h"
+#include "tools/ExitCode.h"
+#include "tools/LogBridge.h"
+#include "tools/Messages.h"
+#include "tools/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace Corvana::Tools {
+namespace {
+
+constexpr const char* s_szProgramFooter = R"(
+Examples:
+  corvana features call.wav                    features of each window, as CSV
+  corvana features -f spectrum500hz -o calls.csv a.wav b.wav
+  corvana info call.wav                        format, rate, length
+  corvana list-features                        all features
+  corvana help features                        all options, with examples
+
+Exit codes: 0 done; 1 finished, but some inputs failed; 2 wrong usage, or the output could not be written.)";
+
+constexpr const char* s_szFeaturesFooter = R"(
+Features are named as 'corvana list-features' shows them. Stages joined by | form a chain in which each stage reads
+what the one before it gives. Without -f, spectrum500hz and spectrum|flatness are computed.
+
+CSV has the columns file, time, and one for each value: the description itself when it gives one value, else
+DESC[0], DESC[1] and so on. Fields are quoted as RFC 4180 says; lines end with a line feed alone, as other tools on
+this system expect. Numbers are the shortest text that reads back to the same double; what is not a number is nan.
+JSON lines hold an object a window: "file", "time", and for each description its number, or an array of its numbers
+when it gives several. There, not-a-number is null and infinities are 1e999 and -1e999.
+The time is that of the end of the window, in seconds.
+
+Examples:
+  corvana features call.wav > call.csv
+  corvana features -f 'spectrum|flatness' -f spectrum500hz -o calls.csv a.wav b.wav
+  corvana features --window-ms 32 --overlap-ms 16 --format jsonl call.wav
+  corvana features --list calls.txt -o calls.csv
+  sox call.mp3 -r 8000 -c 1 -t au - | corvana features -
+
+Exit codes: 0 done; 1 finished, but some inputs failed (each is named, the others are complete); 2 wrong usage, or
+the output could not be written.)";
+
+constexpr const char* s_szInfoFooter = R"(
+Examples:
+  corvana info call.wav
+  corvana info --json *.wav
+
+The clipping level is the amplitude from which a sample of the recording's encoding counts as clipped.)";
+
+constexpr const char* s_szListFeaturesFooter = R"(
+Examples:
+  corvana list-features
+  corvana list-features --json)";
+
+constexpr const char* s_szHelpFooter = R"(
+Examples:
+  corvana help
+  corvana help features)";
+
+constexpr unsigned long s_uiMaxWindowMs = 600000;
+constexpr unsigned long s_uiMaxReadFactor = 1000000;
+constexpr unsigned long s_uiMaxSampleRate = 10000000;
+
+unsigned long readNumber(const std::string& in_strOption, const std::string& in_strText, unsigned long in_uiMin,
+                         unsigned long in_uiMax, const char* in_szElse = "")
+{
+    unsigned long uiValue = 0;
+    if (parseNumber(in_strText, uiValue) && uiValue >= in_uiMin && uiValue <= in_uiMax)
+        return uiValue;
+    throw CLI::ValidationError(in_strOption, "wants a whole number from " + std::to_string(in_uiMin) + " to " +
+                                                 std::to_string(in_uiMax) + in_szElse + ", not " +
+                                                 inQuotes(in_strText));
+}
+
+// An option whose text is one of a few words.
+template <class ValueT>
+ValueT readWord(const std::string& in_strOption, const std::string& in_strText,
+                const std::vector<std::pair<std::string, ValueT>>& in_vWords)
+{
+    std::vector<std::string> vWords;
+    for (const auto& [strWord, value] : in_vWords) {
+        if (strWord == in_strText)
+            return value;
+        vWords.push_back(strWord);
+    }
+    throw CLI::ValidationError(in_strOption, "is one of " + joined(vWords) + ", not " + inQuotes(in_strText));
+}
+
+CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
+                     const std::string& in_strHelp, std::function<void(const std::string&)> in_take)
+{
+    return inout_app.add_option_function<std::string>(in_strNames, std::move(in_take), in_strHelp)
+        ->type_name(in_strType);
+}
+
+void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,
+               unsigned long in_uiMin, unsigned long in_uiMax, unsigned long& out_uiValue)
+{
+    addText(inout_app, in_strName, "N", in_strHelp, [=, &out_uiValue](const std::string& in_strText) {
+        out_uiValue = readNumber(in_strName, in_strText, in_uiMin, in_uiMax);
+    });
+}
+
+/// Help without the parser's own remarks on options.
+class PlainFormatter : public CLI::Formatter
+{
+public:
+    PlainFormatter() { column_width(26); }
+    std::string make_option_opts(const CLI::Option* in_pOption) const override
+    {
+        const std::string strType = in_pOption->get_type_size() == 0 ? "" : in_pOption->get_type_name();
+        return strType.empty() ? "" : " " + strType;
+    }
+};
+
+/// The commands with their options; each sets what is to be run.
+class Program
+{
+public:
+    Program(Terminals in_terminals, std::ostream& out_data, std::ostream& out_messages)
+        : m_terminals(in_terminals)
+        , m_data(out_data)
+        , m_messageStream(out_messages)
+        , m_messages(out_messages, false)
+        , m_app("Measures telephone recordings: a row of audio features for each short window.", "corvana")
+    {
+        m_app.footer(s_szProgramFooter);
+        m_app.set_version_flag("--version", std::string("corvana ") + getVersion(), "Show the version");
+        m_app.formatter(std::make_shared<PlainFormatter>());
+        m_app.require_subcommand(0, 1);
+        addFeatures();
+        addInfo();
+        addListFeatures();
+        addHelp();
+        for (CLI::App* pCommand : commands())
+            pCommand->allow_extras(); // collected, so that the nearest option can be named
+    }
+
+    int run(const std::vector<std::string>& in_vArguments)
+    {
+        if (in_vArguments.empty()) {
+            m_messageStream << m_app.help() << std::flush;
+            return EXIT_UNUSABLE;
+        }
+        if (!in_vArguments[0].starts_with('-') && findCommand(in_vArguments[0]) == nullptr)
+            return refuseCommand(in_vArguments[0]);
+        try {
+            m_app.parse(std::vector<std::string>(in_vArguments.rbegin(), in_vArguments.rend()));
+        } catch (const CLI::CallForHelp&) {
+            m_data << help(m_app.get_subcommands());
+            return EXIT_DONE;
+        } catch (const CLI::CallForVersion& version) {
+            m_data << version.what() << '\n';
+            return EXIT_DONE;
+        } catch (const CLI::ParseError& error) {
+            return refuse(error.what());
+        }
+        return runCommand();
+    }
+
+private:
+    std::vector<CLI::App*> commands()
+    {
+        return m_app.get_subcommands([](const CLI::App*) { return true; });
+    }
+
+    CLI::App* findCommand(const std::string& in_strName)
+    {
+        for (CLI::App* pCommand : commands())
+            if (pCommand->get_name() == in_strName)
+                return pCommand;
+        return nullptr;
+    }
+
+    std::string help(const std::vector<CLI::App*>& in_vCommands)
+    {
+        return in_vCommands.empty() ? m_app.help() : in_vCommands[0]->help("corvana");
+    }
+
+    int refuse(const std::string& in_strText)
+    {
+        const std::vector<CLI::App*> vCommands = m_app.get_subcommands();
+        const std::string strCommand = vCommands.empty() ? "" : vCommands[0]->get_name();
+        m_messages.error((strCommand.empty() ? "" : strCommand + ": ") + printable(in_strText) + "\nTry 'corvana help" +
+                         (strCommand.empty() ? "" : " " + strCommand) + "'.");
+        return EXIT_UNUSABLE;
+    }
+
+    int refuseCommand(const std::string& in_strName)
+    {
+        std::vector<std::string> vNames;
+        for (const CLI::App* pCommand : commands())
+            vNames.push_back(pCommand->get_name());
+        m_messages.error("no command " + inQuotes(in_strName) + didYouMean(nearestNames(in_strName, vNames)) +
+                         "\nThe commands are " + joined(vNames) + ".");
+        return EXIT_UNUSABLE;
+    }
+
+    int refuseExtra(const CLI::App& in_command, const std::string& in_strExtra)
+    {
+        if (!in_strExtra.starts_with('-'))
+            return refuse("does not know what to do with " + inQuotes(in_strExtra));
+        std::vector<std::string> vNames;
+        for (const CLI::Option* pOption : in_command.get_options())
+            for (const std::string& strName : pOption->get_lnames())
+                vNames.push_back("--" + strName);
+        const std::string strName = in_strExtra.substr(0, in_strExtra.find('='));
+        return refuse("unknown option " + inQuotes(in_strExtra) + didYouMean(nearestNames(strName, vNames)));
+    }
+
+    int runCommand()
+    {
+        const std::vector<CLI::App*> vCommands = m_app.get_subcommands();
+        if (vCommands.empty())
+            return refuse("no command given");
+        std::vector<std::string> vExtras = vCommands[0]->remaining();
+        std::erase(vExtras, "--"); // ends the options, and counts as collected too
+        if (!vExtras.empty())
+            return refuseExtra(*vCommands[0], vExtras[0]);
+        return m_runs.at(vCommands[0])();
+    }
+
+    CLI::App& add(const std::string& in_strName, const std::string& in_strHelp, const char* in_szFooter,
+                  std::function<int()> in_run)
+    {
+        CLI::App& command = *m_app.add_subcommand(in_strName, in_strHelp);
+        command.footer(in_szFooter);
+        m_runs.emplace(&command, std::move(in_run));
+        return command;
+    }
+
+    void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
+    {
+        inout_command.add_flag("-q,--quiet", out_options.m_bQuiet, "Errors only: no progress, warnings or notes");
+        const auto setDebug = [&out_options](std::int64_t) {
+            out_options.m_iLogLevel = std::min<int>(out_options.m_iLogLevel, LOG_DEBUG);
+        };
+        inout_command.add_flag_function("-v,--verbose", setDebug, "Also the libraries' log, as --log-level debug");
+        const auto setLevel = [&out_options](const std::string& in_strText) {
+            if (!parseLogLevel(in_strText, out_options.m_iLogLevel))
+                throw CLI::ValidationError("--log-level", "is one of trace, debug, info, warn, error, off, not " +
+                                                              inQuotes(in_strText));
+        };
+        addText(inout_command, "--log-level", "LEVEL",
+                "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
+    }
+
+    void addFeatures()
+    {
+        CommandFeatures::Options& options = m_features;
+        CLI::App& command = add("features", "Computes features of recordings, a row a window", s_szFeaturesFooter,
+                                [this] { return runFeatures(); });
+        command
+            .add_option("INPUT", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads, or -")
+            ->type_name("");
+        command
+            .add_option("-f,--feature", options.m_vFeatures,
+                        "A feature, or a chain such as 'spectrum|flatness'; repeatable")
+            ->type_name("DESC")
+            ->allow_extra_args(false);
+        command.add_option("--list", options.m_vLists, "A file with one recording a line; repeatable")
+            ->type_name("FILE")
+            ->allow_extra_args(false);
+        addText(command, "-o,--output", "FILE", "Write to FILE, which appears when it is complete",
+                [&options](const std::string& in_strText) {
+                    if (in_strText.empty())
+                        throw CLI::ValidationError("--output", "wants the name of a file");
+                    options.m_strOutput = in_strText;
+                });
+        addText(command, "--format", "FORMAT", "csv (default) or jsonl", [&options](const std::string& in_strText) {
+            options.m_format =
+                readWord<RowFormat>("--format", in_strText, {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}});
+        });
+        addWindowOptions(command, options.m_windows);
+        addText(command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
+                [&options](const std::string& in_strText) {
+                    options.m_progress = readWord<ProgressMode>("--progress", in_strText,
+                                                                {{"auto", ProgressMode::AUTO},
+                                                                 {"always", ProgressMode::ALWAYS},
+                                                                 {"never", ProgressMode::NEVER}});
+                });
+        addMessageOptions(command, options.m_messages);
+    }
+
+    void addWindowOptions(CLI::App& inout_command, WindowOptions& out_options)
+    {
+        addNumber(inout_command, "--window-ms", "Length of a window in milliseconds (default 16)", 1, s_uiMaxWindowMs,
+                  out_options.m_uiWindowMs);
+        addNumber(inout_command, "--overlap-ms", "What consecutive windows share (default 0)", 0, s_uiMaxWindowMs,
+                  out_options.m_uiOverlapMs);
+        inout_command.add_flag("--suppress-dc", out_options.m_bSuppressDC, "Subtract each window's mean from it");
+        addNumber(inout_command, "--read-factor", "Windows read at a time (default 1); changes no result", 1,
+                  s_uiMaxReadFactor, out_options.m_uiReadFactor);
+        addText(inout_command, "--sample-rate", "N|file",
+                "Rate that windows are cut for, in Hz; file (default): each recording's own",
+                [&out_options](const std::string& in_strText) {
+                    out_options.m_uiSampleRate = in_strText == "file" ? 0
+                                                                      : readNumber("--sample-rate", in_strText, 1,
+                                                                                   s_uiMaxSampleRate, ", or file");
+                });
+    }
+
+    int runFeatures()
+    {
+        const bool bToStream = m_features.m_strOutput.empty() || m_features.m_strOutput == "-";
+        m_features.m_bStatusLine = m_terminals.m_bMessages && !(m_terminals.m_bData && bToStream);
+        m_features.m_bFlushRows = m_terminals.m_bData && bToStream;
+        return CommandFeatures::run(m_features, m_data, m_messageStream);
+    }
+
+    void addInfo()
+    {
+        CLI::App& command = add("info", "Tells what recordings are: format, rate, frames, duration", s_szInfoFooter,
+                                [this] { return CommandInfo::run(m_info, m_data, m_messageStream); });
+        command.add_option("FILE", m_info.m_vInputs, "Recordings")->type_name("");
+        command.add_flag("--json", m_info.m_bJson, "As a JSON array");
+        addMessageOptions(command, m_info.m_messages);
+    }
+
+    void addListFeatures()
+    {
+        CLI::App& command = add("list-features", "Shows the features that can be computed", s_szListFeaturesFooter,
+                                [this] { return CommandListFeatures::run(m_listFeatures, m_data, m_messageStream); });
+        command.add_flag("--json", m_listFeatures.m_bJson, "As a JSON array");
+    }
+
+    void addHelp()
+    {
+        CLI::App& command = add("help", "Shows how a command is used", s_szHelpFooter, [this] { return runHelp(); });
+        command.add_option("COMMAND", m_strHelpAbout, "The command; without one, all commands are shown")
+            ->type_name("");
+    }
+
+    int runHelp()
+    {
+        if (m_strHelpAbout.empty()) {
+            m_data << m_app.help();
+            return EXIT_DONE;
+        }
+        CLI::App* pCommand = findCommand(m_strHelpAbout);
+        if (pCommand == nullptr)
+            return refuseCommand(m_strHelpAbout);
+        m_data << help({pCommand});
+        return EXIT_DONE;
+    }
+
+    Terminals m_terminals;
+    std::ostream& m_data;
+    std::ostream& m_messageStream;
+    Messages m_messages;
+    CLI::App m_app;
+    std::map<const CLI::App*, std::function<int()>> m_runs;
+    CommandFeatures::Options m_features;
+    CommandInfo::Options m_info;
+    CommandListFeatures::Options m_listFeatures;
+    std::string m_strHelpAbout;
+};
+
+} // namespace
+
+int runCommandLine(const std::vector<std::string>& in_vArguments, Terminals in_terminals, std::ostream& out_data,
+                   std::ostream& out_messages)
+{
+    return Program(in_terminals, out_data, out_messages).run(in_vArguments);
+}
+
+} // namespace Corvana::Tools

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/FeatureSet.h"
+
+#include "corvana/AudioFeatureFactory.h"
+#include "tools/Text.h"
+#include "tools/WindowAdvice.h"
+
+#include <algorithm>
+#include <bit>
+#include <string_view>
+
+namespace Corvana::Tools {
+namespace {
+
+bool readsA(const DescriptionStage& in_stage, const char* in_szInput)
+{
+    return std::string_view(in_stage.m_pDescription->m_szInput) == in_szInput;
+}
+
+// What a stage cannot work on, as far as its description tells; empty for a fitting input.
+std::string inputFault(const DescriptionStage& in_stage, bool in_bFirst, std::size_t in_uiInput,
+                       unsigned long in_uiSampleRate, unsigned long in_uiWindowMs)
+{
+    const std::string strInput =
+        (in_bFirst ? std::to_string(in_uiWindowMs) + " ms at " + std::to_string(in_uiSampleRate) + " Hz are "
+                   : "the stage before it gives ") +
+        std::to_string(in_uiInput);
+    const DescriptionStage& stage = in_stage;
+    if (stage.m_pDescription->m_bNeedsPowerOfTwo && !std::has_single_bit(in_uiInput)) {
+        const std::string strNeed = std::string(in_bFirst ? "windows of" : "an input of") + " a power of two samples";
+        return std::string(stage.m_pDescription->m_szName) + " needs " + strNeed + ", and " + strInput +
+               (in_bFirst ? "; " + powerOfTwoAdvice(in_uiSampleRate, in_uiWindowMs) : "");
+    }
+    if (readsA(stage, "value") && in_uiInput != 1)
+        return std::string(stage.m_pDescription->m_szName) + " reads exactly one value, and " + strInput;
+    return {};
+}
+
+} // namespace
+
+std::vector<std::string> defaultFeatures()
+{
+    return {"spectrum500hz", "spectrum|flatness"};
+}
+
+FeatureSet::FeatureSet()
+{
+    m_pool.addFactory(new Audio::AudioFeatureFactory);
+}
+
+FeatureSet::~FeatureSet() = default;
+
+bool FeatureSet::configure(const std::vector<std::string>& in_vDescriptions, Messages& out_messages)
+{
+    const DescriptionChecker checker(m_pool);
+    bool bGood = true;
+    for (const std::string& strDescription : in_vDescriptions)
+        bGood = add(strDescription, checker, out_messages) && bGood;
+    return bGood;
+}
+
+bool FeatureSet::add(const std::string& in_strDescription, const DescriptionChecker& in_checker, Messages& out_messages)
+{
+    DescriptionFault fault;
+    Stages vStages = in_checker.check(in_strDescription, fault);
+    if (vStages.empty()) {
+        out_messages.error(faultText(in_strDescription, fault));
+        return false;
+    }
+    if (std::find(m_vDescriptions.begin(), m_vDescriptions.end(), in_strDescription) != m_vDescriptions.end()) {
+        out_messages.error("the feature " + inQuotes(in_strDescription) +
+                           " is asked for twice, which would make two columns of one name");
+        return false;
+    }
+    if (readsA(vStages.front(), "spectrum"))
+        out_messages.warning("in " + inQuotes(in_strDescription) + ", " + vStages.front().m_pDescription->m_szName +
+                             " reads the samples of the window; it is meant for a spectrum: " +
+                             inQuotes("spectrum|" + in_strDescription));
+    m_vDescriptions.push_back(in_strDescription);
+    m_vStages.push_back(std::move(vStages));
+    m_vPrototypes.emplace_back(m_pool.getNewFeature(in_strDescription.c_str()));
+    return true;
+}
+
+std::vector<FeaturePtr> FeatureSet::getFreshFeatures() const
+{
+    std::vector<FeaturePtr> vFeatures;
+    for (const FeaturePtr& pPrototype : m_vPrototypes)
+        vFeatures.emplace_back(pPrototype->clone());
+    return vFeatures;
+}
+
+std::string FeatureSet::probe(std::size_t in_uiFeature, unsigned long in_uiSampleRate, unsigned long in_uiWindowMs,
+                              LogBridge& inout_log, std::size_t& out_uiNbOfValues) const
+{
+    Math::DoubleVector vInput(windowSamples(in_uiSampleRate, in_uiWindowMs), 0.0);
+    const Stages& vStages = m_vStages[in_uiFeature];
+    for (const DescriptionStage& stage : vStages) {
+        const bool bFirst = &stage == vStages.data();
+        std::string strFault = inputFault(stage, bFirst, vInput.size(), in_uiSampleRate, in_uiWindowMs);
+        if (!strFault.empty())
+            return strFault;
+        inout_log.beginInput({});
+        Math::DoubleVector vOutput;
+        const FeaturePtr pFeature(m_pool.getNewFeature(stage.m_strText.c_str()));
+        const bool bComputed = pFeature->compute(vInput, vOutput);
+        const std::string strReason = inout_log.takeErrors();
+        if (!bComputed)
+            return stage.m_strText + " cannot work on " + counted(vInput.size(), bFirst ? "sample" : "value") +
+                   (strReason.empty() ? "" : ": " + strReason);
+        vInput.swap(vOutput);
+    }
+    out_uiNbOfValues = vInput.size();
+    return {};
+}
+
+const FeatureSet::Layout& FeatureSet::getLayout(unsigned long in_uiSampleRate, unsigned long in_uiWindowMs,
+                                                LogBridge& inout_log)
+{
+    const auto [entry, bNew] = m_vLayouts.try_emplace(in_uiSampleRate);
+    Layout& layout = entry->second;
+    for (std::size_t uiFeature = 0; bNew && uiFeature < m_vStages.size() && layout.m_strFault.empty(); ++uiFeature) {
+        std::size_t uiNbOfValues = 0;
+        const std::string strFault = probe(uiFeature, in_uiSampleRate, in_uiWindowMs, inout_log, uiNbOfValues);
+        layout.m_vNbOfValues.push_back(uiNbOfValues);
+        if (!strFault.empty())
+            layout.m_strFault =
+                (m_vStages[uiFeature].size() == 1 ? "" : "in " + inQuotes(m_vDescriptions[uiFeature]) + ", ") +
+                strFault;
+    }
+    return layout;
+}
+
+std::vector<std::string> FeatureSet::getNamesAssuming8000Hz() const
+{
+    std::vector<std::string> vNames;
+    for (const Stages& vStages : m_vStages)
+        for (const DescriptionStage& stage : vStages)
+            if (stage.m_pDescription->m_bAssumes8000Hz &&
+                std::find(vNames.begin(), vNames.end(), stage.m_pDescription->m_szName) == vNames.end())
+                vNames.emplace_back(stage.m_pDescription->m_szName);
+    return vNames;
+}
+
+} // namespace Corvana::Tools

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/LogBridge.h"
+
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// One recording to read, or the reason why there is none.
+struct Input
+{
+    std::string m_strPath;  ///< as the user gave it; for an entry of a list its full path, or as spelled if not found
+    std::string m_strFault; ///< empty: can be tried
+};
+
+/// The recordings given one by one, then those of the lists, in their order.
+std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
+                                 LogBridge& inout_log, Messages& out_messages);
+
+/// Why the library did not open a recording: what it logged, and what the system says about the file, as far as that
+/// tells more.
+std::string openingFault(const std::string& in_strPath, LogBridge& inout_log);
+
+} // namespace Corvana::Tools

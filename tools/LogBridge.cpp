@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/LogBridge.h"
+
+#include "corvana/Logger.h"
+#include "tools/Text.h"
+
+#include <log4cplus/appender.h>
+#include <log4cplus/config.hxx>
+#include <log4cplus/logger.h>
+#include <log4cplus/spi/loggingevent.h>
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+#include <vector>
+
+namespace Corvana::Tools {
+namespace {
+
+struct NamedLevel
+{
+    const char* m_szName;
+    int m_iLevel;
+};
+
+constexpr NamedLevel s_aLevels[] = {{"trace", LOG_TRACE}, {"debug", LOG_DEBUG}, {"info", LOG_INFO},
+                                    {"warn", LOG_WARN},   {"error", LOG_ERROR}, {"off", s_iLogOff}};
+
+// A feature that complains about every window must not fill the memory.
+constexpr std::size_t s_uiMaxTexts = 32;
+
+const char* levelName(int in_iLevel)
+{
+    const char* szName = "trace";
+    for (const NamedLevel& level : s_aLevels)
+        if (level.m_iLevel <= in_iLevel)
+            szName = level.m_szName;
+    return szName;
+}
+
+struct HeldError
+{
+    std::string m_strText;
+    unsigned long m_uiCount;
+};
+
+} // namespace
+
+bool parseLogLevel(std::string_view in_strName, int& out_iLevel)
+{
+    const auto* pLevel =
+        std::find_if(std::begin(s_aLevels), std::end(s_aLevels),
+                     [in_strName](const NamedLevel& in_level) { return in_level.m_szName == in_strName; });
+    if (pLevel == std::end(s_aLevels))
+        return false;
+    out_iLevel = pLevel->m_iLevel;
+    return true;
+}
+
+void limitLogThreads()
+{
+    log4cplus::setThreadPoolSize(1);
+}
+
+class LogBridge::Appender : public log4cplus::Appender
+{
+public:
+    Appender(Messages& out_messages, int in_iLevel)
+        : m_messages(out_messages)
+        , m_iLevel(in_iLevel)
+    {
+    }
+    ~Appender() override { destructorImpl(); }
+    void close() override { closed = true; }
+
+    void beginInput(const std::string& in_strInput)
+    {
+        m_strInput = in_strInput;
+        m_bHolding = true;
+        m_vHeld.clear();
+        m_vWarned.clear();
+    }
+
+    std::string takeErrors()
+    {
+        std::vector<std::string> vTexts;
+        for (const HeldError& error : m_vHeld)
+            vTexts.push_back(error.m_strText);
+        m_vHeld.clear();
+        m_bHolding = false;
+        std::string strText;
+        for (const std::string& strPart : vTexts)
+            strText += (strText.empty() ? "" : "; ") + strPart;
+        return strText;
+    }
+
+    void endInput()
+    {
+        if (m_iLevel <= LOG_ERROR)
+            for (const HeldError& error : m_vHeld)
+                m_messages.inputWarning(m_strInput,
+                                        error.m_strText + (error.m_uiCount == 1
+                                                               ? std::string()
+                                                               : " (" + counted(error.m_uiCount, "time") + ")"));
+        m_vHeld.clear();
+        m_bHolding = false;
+        m_strInput.clear();
+    }
+
+protected:
+    void append(const log4cplus::spi::InternalLoggingEvent& in_event) override
+    {
+        const int iEventLevel = in_event.getLogLevel();
+        if (iEventLevel >= LOG_ERROR && m_bHolding)
+            hold(printable(in_event.getMessage()));
+        else if (iEventLevel < m_iLevel)
+            return;
+        else if (iEventLevel >= LOG_WARN)
+            tell(iEventLevel, printable(in_event.getMessage()));
+        else
+            m_messages.plain(line(in_event));
+    }
+
+private:
+    void hold(std::string in_strText)
+    {
+        const auto isSame = [&](const HeldError& in_error) { return in_error.m_strText == in_strText; };
+        const auto error = std::find_if(m_vHeld.begin(), m_vHeld.end(), isSame);
+        if (error != m_vHeld.end())
+            ++error->m_uiCount;
+        else if (m_vHeld.size() < s_uiMaxTexts)
+            m_vHeld.push_back({std::move(in_strText), 1});
+    }
+
+    void tell(int in_iEventLevel, const std::string& in_strText)
+    {
+        if (m_vWarned.size() >= s_uiMaxTexts || !m_vWarned.insert(in_strText).second)
+            return;
+        if (in_iEventLevel >= LOG_ERROR)
+            m_messages.error(in_strText);
+        else if (m_strInput.empty())
+            m_messages.warning(in_strText);
+        else
+            m_messages.inputWarning(m_strInput, in_strText);
+    }
+
+    static std::string line(const log4cplus::spi::InternalLoggingEvent& in_event)
+    {
+        return std::string("corvana: [") + levelName(in_event.getLogLevel()) + "] " + in_event.getLoggerName() + " " +
+               in_event.getFile() + ":" + std::to_string(in_event.getLine()) + " " + printable(in_event.getMessage()) +
+               "\n";
+    }
+
+    Messages& m_messages;
+    int m_iLevel;
+    bool m_bHolding = false;
+    std::string m_strInput;
+    std::vector<HeldError> m_vHeld;
+    std::set<std::string> m_vWarned;
+};
+
+struct LogBridge::Impl
+{
+    Impl(Messages& out_messages, int in_iLevel)
+        : m_root(log4cplus::Logger::getRoot())
+        , m_iFormerLevel(m_root.getLogLevel())
+        , m_pAppender(new Appender(out_messages, in_iLevel))
+        , m_pShared(m_pAppender)
+    {
+    }
+
+    log4cplus::Logger m_root;
+    int m_iFormerLevel;
+    Appender* m_pAppender;
+    log4cplus::SharedAppenderPtr m_pShared;
+};
+
+LogBridge::LogBridge(Messages& out_messages, int in_iLevel)
+    : m_pImpl(std::make_unique<Impl>(out_messages, in_iLevel))
+{
+    // Errors are wanted whatever is shown: they are the reasons of failures.
+    m_pImpl->m_root.setLogLevel(std::min<int>(in_iLevel, LOG_ERROR));
+    m_pImpl->m_root.addAppender(m_pImpl->m_pShared);
+}
+
+LogBridge::~LogBridge()
+{
+    m_pImpl->m_root.removeAppender(m_pImpl->m_pShared);
+    m_pImpl->m_root.setLogLevel(m_pImpl->m_iFormerLevel);
+}
+
+void LogBridge::beginInput(const std::string& in_strInput)
+{
+    m_pImpl->m_pAppender->beginInput(in_strInput);
+}
+
+std::string LogBridge::takeErrors()
+{
+    return m_pImpl->m_pAppender->takeErrors();
+}
+
+void LogBridge::endInput()
+{
+    m_pImpl->m_pAppender->endInput();
+}
+
+} // namespace Corvana::Tools

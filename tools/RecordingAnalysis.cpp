@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/RecordingAnalysis.h"
+
+#include "corvana/NumberText.h"
+#include "tools/InputList.h"
+#include "tools/Text.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <new>
+
+namespace Corvana::Tools {
+namespace {
+
+// The status line is asked about this often: often enough for the slowest features, and not worth measuring.
+constexpr unsigned long s_uiRowsPerUpdate = 64;
+
+bool isRegularFile(const std::string& in_strPath)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(in_strPath, error);
+}
+
+} // namespace
+
+bool RecordingAnalysis::Reader::setSourceAudioFile(const char* in_szFileName)
+{
+    m_uiNbOfFramesRead = 0;
+    return WindowedAudioFileReader::setSourceAudioFile(in_szFileName);
+}
+
+bool RecordingAnalysis::Reader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
+{
+    if (!WindowedAudioFileReader::getNextLinearFrames(out_vFrames))
+        return false;
+    m_uiNbOfFramesRead += out_vFrames.size();
+    return true;
+}
+
+RecordingAnalysis::RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
+                                     Messages& out_messages, Progress& out_progress)
+    : m_options(in_options)
+    , m_features(inout_features)
+    , m_log(inout_log)
+    , m_messages(out_messages)
+    , m_progress(out_progress)
+{
+    m_reader.setChunkReadFactor(m_options.m_uiReadFactor);
+}
+
+unsigned long RecordingAnalysis::getWindowRate() const
+{
+    return m_options.m_uiSampleRate == 0 ? m_reader.getSampleRate() : m_options.m_uiSampleRate;
+}
+
+std::string RecordingAnalysis::open(const std::string& in_strPath)
+{
+    m_dSecondsOfFormerFiles += secondsRead();
+    m_strPath = in_strPath;
+    m_bLengthKnown = isRegularFile(in_strPath);
+    m_log.beginInput(in_strPath);
+    if (!m_reader.setSourceAudioFile(in_strPath.c_str()))
+        return openingFault(in_strPath, m_log);
+    m_log.endInput();
+    const std::string strFault = configureReader();
+    if (!strFault.empty())
+        return strFault;
+    m_pLayout = &m_features.getLayout(getWindowRate(), m_options.m_uiWindowMs, m_log);
+    return m_pLayout->m_strFault;
+}
+
+// Nothing has been read yet, so this is as good as configuring before opening, and a pipe is opened only once.
+std::string RecordingAnalysis::configureReader()
+{
+    Audio::LinearAudioWindower::Config config;
+    config.m_uiSampleRate = getWindowRate();
+    config.m_uiWindowSizeMs = m_options.m_uiWindowMs;
+    config.m_uiWindowOverlapMs = m_options.m_uiOverlapMs;
+    config.m_bSuppressDCOffset = m_options.m_bSuppressDC;
+    if (m_reader.configure(config))
+        return {};
+    return "at " + std::to_string(config.m_uiSampleRate) + " Hz, an overlap of " +
+           std::to_string(m_options.m_uiOverlapMs) + " ms is as many samples as a window of " +
+           std::to_string(m_options.m_uiWindowMs) + " ms; it must be shorter";
+}
+
+void RecordingAnalysis::warnAboutRate()
+{
+    constexpr unsigned long uiAssumedRate = 8000;
+    const unsigned long uiRate = m_reader.getSampleRate();
+    const std::vector<std::string> vNames = m_features.getNamesAssuming8000Hz();
+    if (uiRate != uiAssumedRate && !vNames.empty()) {
+        const double dFactor = static_cast<double>(uiRate) / static_cast<double>(uiAssumedRate);
+        m_messages.inputWarning(m_strPath, "recorded at " + std::to_string(uiRate) + " Hz, but " + joined(vNames) +
+                                               (vNames.size() == 1 ? " assumes" : " assume") +
+                                               " 8000 Hz, a spectrum from 0 to 4000 Hz; here it reaches " +
+                                               toShortestText(static_cast<double>(uiRate) / 2.0) +
+                                               " Hz, so each frequency and width in Hz stands for " +
+                                               toShortestText(dFactor) + " times as much");
+    }
+    if (getWindowRate() != uiRate)
+        m_messages.inputWarning(
+            m_strPath, "recorded at " + std::to_string(uiRate) + " Hz, but windows are cut as for " +
+                           std::to_string(getWindowRate()) +
+                           " Hz (--sample-rate): " + std::to_string(m_options.m_uiWindowMs) + " ms of 'time' are " +
+                           toShortestText(static_cast<double>(m_options.m_uiWindowMs) *
+                                          static_cast<double>(getWindowRate()) / static_cast<double>(uiRate)) +
+                           " ms of the recording");
+}
+
+std::string RecordingAnalysis::writeRows(RowWriter& inout_writer, std::ostream& out_stream, bool in_bFlushRows,
+                                         double in_dDone, double in_dShare)
+try {
+    warnAboutRate();
+    m_log.beginInput(m_strPath);
+    inout_writer.beginFile(m_strPath);
+    std::vector<FeaturePtr> vFeatures = m_features.getFreshFeatures();
+    unsigned long uiNbOfRows = 0;
+    while (m_reader.getNextWindow(m_vWindow)) {
+        const std::string strFault = writeRow(inout_writer, vFeatures);
+        if (!strFault.empty())
+            return strFault;
+        const std::string& strRow = inout_writer.endRow();
+        if (!out_stream.write(strRow.data(), static_cast<std::streamsize>(strRow.size())))
+            return {};
+        if (in_bFlushRows)
+            out_stream.flush();
+        if (++uiNbOfRows % s_uiRowsPerUpdate == 0 && m_progress.isShown())
+            m_progress.update(in_dShare < 0.0 ? -1.0 : in_dDone + in_dShare * fractionRead(), getAudioSeconds(),
+                              m_strPath);
+    }
+    m_log.endInput();
+    const std::string strFault = checkEnd();
+    if (strFault.empty() && uiNbOfRows == 0)
+        m_messages.inputWarning(m_strPath, "shorter than one window of " + std::to_string(m_options.m_uiWindowMs) +
+                                               " ms: no rows");
+    return strFault;
+} catch (const std::bad_alloc&) {
+    return "not enough memory for windows of " + std::to_string(m_options.m_uiWindowMs) + " ms read " +
+           std::to_string(m_options.m_uiReadFactor) + " at a time";
+}
+
+// Returns a fault; the row is complete only without one.
+std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, std::vector<FeaturePtr>& inout_vFeatures)
+{
+    inout_writer.beginRow(m_reader.getCurrentAudioTime());
+    for (std::size_t uiFeature = 0; uiFeature < inout_vFeatures.size(); ++uiFeature) {
+        m_vValues.clear();
+        const bool bComputed = inout_vFeatures[uiFeature]->compute(m_vWindow, m_vValues);
+        if (!bComputed || m_vValues.size() != getNbOfValues()[uiFeature])
+            return featureFault(uiFeature, bComputed);
+        inout_writer.addFeature(uiFeature, m_vValues);
+    }
+    return {};
+}
+
+std::string RecordingAnalysis::featureFault(std::size_t in_uiFeature, bool in_bComputed)
+{
+    const std::string strReason = m_log.takeErrors();
+    const std::string strWhere = "the feature " + inQuotes(m_features.getDescriptions()[in_uiFeature]) +
+                                 (in_bComputed ? " gave " + counted(m_vValues.size(), "value") + " instead of " +
+                                                     std::to_string(getNbOfValues()[in_uiFeature])
+                                               : " failed") +
+                                 " for the window that ends at " + toShortestText(m_reader.getCurrentAudioTime()) +
+                                 " s";
+    return strReason.empty() ? strWhere : strWhere + ": " + strReason;
+}
+
+// A read error looks like the end of the file to the reader; the frames that are missing betray it.
+std::string RecordingAnalysis::checkEnd() const
+{
+    if (!m_bLengthKnown || m_reader.getNbOfFramesRead() >= m_reader.getNbOfFrames())
+        return {};
+    return "breaks off: " + std::to_string(m_reader.getNbOfFramesRead()) + " of " +
+           std::to_string(m_reader.getNbOfFrames()) + " frames could be read";
+}
+
+double RecordingAnalysis::fractionRead() const
+{
+    return static_cast<double>(m_reader.getNbOfFramesRead()) /
+           static_cast<double>(std::max(1UL, m_reader.getNbOfFrames()));
+}
+
+double RecordingAnalysis::secondsRead() const
+{
+    return static_cast<double>(m_reader.getNbOfFramesRead()) /
+           static_cast<double>(std::max(1UL, m_reader.getSampleRate()));
+}
+
+double RecordingAnalysis::getAudioSeconds() const
+{
+    return m_dSecondsOfFormerFiles + secondsRead();
+}
+
+} // namespace Corvana::Tools

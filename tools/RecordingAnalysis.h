@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "corvana/AudioWindowedFileReader.h"
+#include "tools/FeatureSet.h"
+#include "tools/Progress.h"
+#include "tools/RowWriter.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// How recordings are cut into windows.
+struct WindowOptions
+{
+    unsigned long m_uiWindowMs = 16;
+    unsigned long m_uiOverlapMs = 0;
+    bool m_bSuppressDC = false;
+    unsigned long m_uiReadFactor = 1;
+    unsigned long m_uiSampleRate = 0; ///< 0: the rate of each recording
+};
+
+/// Reads recordings one after another and writes a row for each window. Memory stays the same however long they are.
+/// Order of calls: open(), then writeRows() when it succeeded.
+class RecordingAnalysis
+{
+public:
+    RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
+                      Messages& out_messages, Progress& out_progress);
+
+    /// Opens a recording and finds out what its rows look like; empty, or why it cannot be analysed.
+    std::string open(const std::string& in_strPath);
+    /// The layout of the rows of the open recording.
+    const std::vector<std::size_t>& getNbOfValues() const { return m_pLayout->m_vNbOfValues; }
+    /// The rate that windows of the open recording are cut for.
+    unsigned long getWindowRate() const;
+    /// Writes all rows; empty, or why the recording failed in its middle. Stops when the stream fails; whole rows are
+    /// written until then. Each row is flushed when in_bFlushRows is set.
+    /// in_dDone and in_dShare tell the progress which part of all work lies behind and in this recording.
+    std::string writeRows(RowWriter& inout_writer, std::ostream& out_stream, bool in_bFlushRows, double in_dDone,
+                          double in_dShare);
+
+    /// Seconds of all recordings read so far.
+    double getAudioSeconds() const;
+
+private:
+    // Counts what really came, for files that break off.
+    class Reader : public Audio::WindowedAudioFileReader
+    {
+    public:
+        bool setSourceAudioFile(const char* in_szFileName) override;
+        bool getNextLinearFrames(Math::DoubleVector& out_vFrames) override;
+        unsigned long getNbOfFramesRead() const { return m_uiNbOfFramesRead; }
+
+    private:
+        unsigned long m_uiNbOfFramesRead = 0;
+    };
+
+    std::string configureReader();
+    void warnAboutRate();
+    std::string writeRow(RowWriter& inout_writer, std::vector<FeaturePtr>& inout_vFeatures);
+    std::string featureFault(std::size_t in_uiFeature, bool in_bComputed);
+    std::string checkEnd() const;
+    double fractionRead() const;
+    double secondsRead() const;
+
+    WindowOptions m_options;
+    FeatureSet& m_features;
+    LogBridge& m_log;
+    Messages& m_messages;
+    Progress& m_progress;
+    Reader m_reader;
+    std::string m_strPath;
+    bool m_bLengthKnown = false;
+    const FeatureSet::Layout* m_pLayout = nullptr;
+    Math::DoubleVector m_vWindow;
+    Math::DoubleVector m_vValues;
+    double m_dSecondsOfFormerFiles = 0.0;
+};
+
+} // namespace Corvana::Tools

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/RowWriter.h"
+
+#include "corvana/NumberText.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <utility>
+
+namespace Corvana::Tools {
+namespace {
+
+class CsvRowWriter : public RowWriter
+{
+public:
+    CsvRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues)
+        : m_strHeader("file,time")
+    {
+        for (std::size_t uiFeature = 0; uiFeature < in_vDescriptions.size(); ++uiFeature)
+            appendColumns(in_vDescriptions[uiFeature], in_vNbOfValues[uiFeature]);
+        m_strHeader += '\n';
+    }
+
+    std::string getHeader() const override { return m_strHeader; }
+
+    void beginFile(const std::string& in_strFile) override { m_strRowStart = csvField(in_strFile) + ","; }
+
+    void beginRow(double in_dTime) override
+    {
+        m_strRow = m_strRowStart;
+        appendShortestText(m_strRow, in_dTime);
+    }
+
+    void addFeature(std::size_t, const Math::DoubleVector& in_vValues) override
+    {
+        for (const double dValue : in_vValues) {
+            m_strRow += ',';
+            appendShortestText(m_strRow, dValue);
+        }
+    }
+
+    const std::string& endRow() override
+    {
+        m_strRow += '\n';
+        return m_strRow;
+    }
+
+private:
+    void appendColumns(const std::string& in_strDescription, std::size_t in_uiNbOfValues)
+    {
+        if (in_uiNbOfValues == 1)
+            m_strHeader += "," + csvField(in_strDescription);
+        for (std::size_t uiValue = 0; in_uiNbOfValues != 1 && uiValue < in_uiNbOfValues; ++uiValue)
+            m_strHeader += "," + csvField(in_strDescription + "[" + std::to_string(uiValue) + "]");
+    }
+
+    std::string m_strHeader;
+    std::string m_strRowStart;
+    std::string m_strRow;
+};
+
+class JsonRowWriter : public RowWriter
+{
+public:
+    JsonRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues)
+        : m_vNbOfValues(in_vNbOfValues)
+    {
+        for (const std::string& strDescription : in_vDescriptions)
+            m_vKeys.push_back("," + jsonString(strDescription) + ":");
+    }
+
+    std::string getHeader() const override { return {}; }
+
+    void beginFile(const std::string& in_strFile) override
+    {
+        m_strRowStart = "{\"file\":" + jsonString(in_strFile) + ",\"time\":";
+    }
+
+    void beginRow(double in_dTime) override
+    {
+        m_strRow = m_strRowStart;
+        appendJsonNumber(m_strRow, in_dTime);
+    }
+
+    void addFeature(std::size_t in_uiFeature, const Math::DoubleVector& in_vValues) override
+    {
+        m_strRow += m_vKeys[in_uiFeature];
+        if (m_vNbOfValues[in_uiFeature] == 1)
+            appendJsonNumber(m_strRow, in_vValues[0]);
+        else
+            appendArray(in_vValues);
+    }
+
+    const std::string& endRow() override
+    {
+        m_strRow += "}\n";
+        return m_strRow;
+    }
+
+private:
+    void appendArray(const Math::DoubleVector& in_vValues)
+    {
+        m_strRow += '[';
+        for (std::size_t uiIndex = 0; uiIndex < in_vValues.size(); ++uiIndex) {
+            if (uiIndex > 0)
+                m_strRow += ',';
+            appendJsonNumber(m_strRow, in_vValues[uiIndex]);
+        }
+        m_strRow += ']';
+    }
+
+    std::vector<std::size_t> m_vNbOfValues;
+    std::vector<std::string> m_vKeys;
+    std::string m_strRowStart;
+    std::string m_strRow;
+};
+
+} // namespace
+
+std::unique_ptr<RowWriter> RowWriter::make(RowFormat in_format, const std::vector<std::string>& in_vDescriptions,
+                                           const std::vector<std::size_t>& in_vNbOfValues)
+{
+    if (in_format == RowFormat::JSONL)
+        return std::make_unique<JsonRowWriter>(in_vDescriptions, in_vNbOfValues);
+    return std::make_unique<CsvRowWriter>(in_vDescriptions, in_vNbOfValues);
+}
+
+std::string csvField(const std::string& in_strText)
+{
+    if (in_strText.find_first_of(",\"\r\n") == std::string::npos)
+        return in_strText;
+    std::string strField = "\"";
+    for (const char cLetter : in_strText) {
+        if (cLetter == '"')
+            strField += '"';
+        strField += cLetter;
+    }
+    return strField + "\"";
+}
+
+std::string jsonString(const std::string& in_strText)
+{
+    return nlohmann::json(in_strText).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void appendJsonNumber(std::string& inout_strText, double in_dValue)
+{
+    if (std::isnan(in_dValue))
+        inout_strText += "null";
+    else if (std::isinf(in_dValue))
+        inout_strText += in_dValue > 0.0 ? "1e999" : "-1e999";
+    else
+        appendShortestText(inout_strText, in_dValue);
+}
+
+} // namespace Corvana::Tools

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "corvana/MathDoubleVector.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+enum class RowFormat
+{
+    CSV,
+    JSONL
+};
+
+/// Puts rows into text, in a buffer that is used again for each row.
+/// Order of calls: getHeader(), then for each recording beginFile() and for each window beginRow(), addFeature() for
+/// every feature in order, endRow().
+class RowWriter
+{
+public:
+    static std::unique_ptr<RowWriter> make(RowFormat in_format, const std::vector<std::string>& in_vDescriptions,
+                                           const std::vector<std::size_t>& in_vNbOfValues);
+    virtual ~RowWriter() = default;
+
+    /// The text before the first row.
+    virtual std::string getHeader() const = 0;
+    virtual void beginFile(const std::string& in_strFile) = 0;
+    virtual void beginRow(double in_dTime) = 0;
+    virtual void addFeature(std::size_t in_uiFeature, const Math::DoubleVector& in_vValues) = 0;
+    /// The whole row with its line end; holds until the next one begins.
+    virtual const std::string& endRow() = 0;
+};
+
+/// A text as a field of comma-separated values: between quotes, with its own quotes doubled, when it contains a
+/// comma, a quote or a line end (RFC 4180).
+std::string csvField(const std::string& in_strText);
+
+/// A text as a JSON string; bytes that are no UTF-8 become U+FFFD.
+std::string jsonString(const std::string& in_strText);
+
+/// Appends a number as JSON: NaN as null, the infinities as 1e999 and -1e999, which every reader takes for them.
+void appendJsonNumber(std::string& inout_strText, double in_dValue);
+
+} // namespace Corvana::Tools

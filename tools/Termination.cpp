@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/Termination.h"
+
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <unistd.h>
+
+namespace Corvana::Tools {
+namespace {
+
+constexpr int s_aiSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+// Plain storage: a signal handler may touch nothing that allocates.
+char s_acTemporaryFile[PATH_MAX] = {};
+std::atomic<bool> s_bStatusLine = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+void cleanUpAndDie(int in_iSignal)
+{
+    if (s_acTemporaryFile[0] != '\0')
+        unlink(s_acTemporaryFile);
+    constexpr char acWipe[] = "\r\033[K";
+    if (s_bStatusLine && write(STDERR_FILENO, acWipe, sizeof acWipe - 1) < 0) {
+        // nobody to tell
+    }
+    std::signal(in_iSignal, SIG_DFL);
+    raise(in_iSignal); // delivered when the handler returns
+}
+
+sigset_t handledSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int iSignal : s_aiSignals)
+        sigaddset(&signals, iSignal);
+    return signals;
+}
+
+} // namespace
+
+void Termination::install()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct sigaction action = {};
+    action.sa_handler = cleanUpAndDie;
+    action.sa_mask = handledSignals();
+    for (const int iSignal : s_aiSignals) {
+        struct sigaction former = {};
+        if (sigaction(iSignal, nullptr, &former) == 0 && former.sa_handler != SIG_IGN)
+            sigaction(iSignal, &action, nullptr);
+    }
+}
+
+Termination::Delay::Delay()
+{
+    static_assert(sizeof(sigset_t) <= sizeof m_aucFormerMask);
+    const sigset_t signals = handledSignals();
+    sigset_t former;
+    pthread_sigmask(SIG_BLOCK, &signals, &former);
+    std::memcpy(m_aucFormerMask, &former, sizeof former);
+}
+
+Termination::Delay::~Delay()
+{
+    sigset_t former;
+    std::memcpy(&former, m_aucFormerMask, sizeof former);
+    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+}
+
+bool Termination::setTemporaryFile(const std::string& in_strPath)
+{
+    if (in_strPath.size() >= sizeof s_acTemporaryFile)
+        return false;
+    std::memcpy(s_acTemporaryFile, in_strPath.c_str(), in_strPath.size() + 1);
+    return true;
+}
+
+void Termination::setStatusLine(bool in_bShown)
+{
+    s_bStatusLine = in_bShown;
+}
+
+} // namespace Corvana::Tools

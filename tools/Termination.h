@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace Corvana::Tools {
+
+/// What the program leaves behind when it is told to stop: no temporary file, no half-written status line, and the
+/// signal as its cause of death, so that shells and schedulers see what happened.
+class Termination
+{
+public:
+    /// From now on SIGINT, SIGTERM, SIGHUP and SIGQUIT clean up first (those that the caller has ignored stay
+    /// ignored). A closed pipe and a file that reaches its size limit become errors of write().
+    static void install();
+
+    /// The signals wait until the end of the scope.
+    class Delay
+    {
+    public:
+        Delay();
+        ~Delay();
+        Delay(const Delay&) = delete;
+        Delay& operator=(const Delay&) = delete;
+
+    private:
+        // Large enough for a signal set, whose header is kept out of here.
+        alignas(16) unsigned char m_aucFormerMask[128];
+    };
+
+    /// The one file to remove; "" for none. Call with the signals delayed.
+    static bool setTemporaryFile(const std::string& in_strPath);
+    /// Whether standard error holds a status line to be wiped.
+    static void setStatusLine(bool in_bShown);
+};
+
+} // namespace Corvana::Tools
