@@ -12,8 +12,8 @@ int main()
 
     for (const Corvana::Audio::FeatureDescription& description : Corvana::Audio::getFeatureDescriptions()) {
         std::cout << description.m_szName << description.m_szParameters << ": " << description.m_szMeaning << '\n'
-                  << "    from a " << description.m_szInput << " of n values: " << description.m_szNbOfValues
-                  << " values (" << description.m_szUnit << ")\n";
+                  << "    reads a " << description.m_szInput << " of n values, gives " << description.m_szNbOfValues
+                  << " (" << description.m_szUnit << ")\n";
         const std::unique_ptr<Corvana::Math::SignalFeature> pFeature(pool.getNewFeature(description.m_szExample));
         if (pFeature == nullptr) {
             std::cerr << description.m_szExample << " cannot be made\n";

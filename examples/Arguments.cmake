@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: Apache-2.0
+# out_arguments: what stands behind "--" in the call of the script that includes this.
+function(get_arguments out_arguments)
+  set(arguments)
+  set(behind_dashes FALSE)
+  math(EXPR last "${CMAKE_ARGC} - 1")
+  foreach(index RANGE ${last})
+    if(behind_dashes)
+      list(APPEND arguments "${CMAKE_ARGV${index}}")
+    elseif(CMAKE_ARGV${index} STREQUAL "--")
+      set(behind_dashes TRUE)
+    endif()
+  endforeach()
+  set(${out_arguments} "${arguments}" PARENT_SCOPE)
+endfunction()

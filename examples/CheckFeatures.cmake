@@ -1,0 +1,17 @@
+# SPDX-License-Identifier: Apache-2.0
+# cmake -DDOCUMENT=FILE -DLISTING=PROGRAM -P CheckFeatures.cmake: fails unless every feature that the program
+# list-features prints is named in a heading of the document.
+cmake_minimum_required(VERSION 3.24)
+
+file(STRINGS ${DOCUMENT} headings REGEX "^### ")
+execute_process(COMMAND ${LISTING} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "(^|\n)[a-z0-9]+" names "${listing}")
+if(names STREQUAL "")
+  message(FATAL_ERROR "${LISTING} lists no features")
+endif()
+foreach(name IN LISTS names)
+  string(STRIP "${name}" name)
+  if(NOT headings MATCHES "`${name}`")
+    message(FATAL_ERROR "${DOCUMENT} has no section for ${name}")
+  endif()
+endforeach()
