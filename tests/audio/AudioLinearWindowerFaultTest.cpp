@@ -63,6 +63,7 @@ using Test::Fault;
 using Test::LogCapture;
 using Test::ramp;
 using Test::s_fault;
+using Test::s_strNameAskedFor;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -90,7 +91,7 @@ TEST(LinearAudioWindowerFault, AsksTheFactoryForTheMeanByName)
 {
     const LinearAudioWindower windower;
 
-    EXPECT_EQ("TemporalMean_Mean_Amplitude", Test::s_strNameAskedFor);
+    EXPECT_EQ("TemporalMean_Mean_Amplitude", s_strNameAskedFor);
 }
 
 TEST(LinearAudioWindowerFault, ReportsAMissingMeanFeatureWhenReset)
