@@ -100,25 +100,36 @@ void requireWholeFile(Audio::AudioFileReader& inout_reader, const Sound& in_soun
     CORVANA_FUZZ_REQUIRE(sameValues(vAll, in_sound.m_vFrames));
 }
 
+// All windows of the file just opened; one sample is one millisecond.
+void requireAllWindows(Audio::WindowedAudioFileReader& inout_reader, const Sound& in_sound, unsigned long in_uiFactor)
+{
+    const std::size_t uiWindow = inout_reader.getConfig().m_uiWindowSizeMs;
+    const std::size_t uiHop = uiWindow - inout_reader.getConfig().m_uiWindowOverlapMs;
+    const std::size_t uiMaxFrames = s_uiMaxFrames - uiWindow * in_uiFactor;
+    std::size_t uiPosition = 0;
+    double dTime = 0.0;
+    Math::DoubleVector vWindow;
+    while (uiPosition + uiWindow <= uiMaxFrames && inout_reader.getNextWindow(vWindow)) {
+        CORVANA_FUZZ_REQUIRE(vWindow.size() == uiWindow);
+        CORVANA_FUZZ_REQUIRE(sameValues(vWindow, framesFrom(in_sound, uiPosition, uiWindow)));
+        dTime += static_cast<double>(uiPosition == 0 ? uiWindow : uiHop) / 1000.0;
+        CORVANA_FUZZ_REQUIRE(sameValue(inout_reader.getCurrentAudioTime(), dTime));
+        uiPosition += uiHop;
+    }
+    CORVANA_FUZZ_REQUIRE(uiPosition + uiWindow > std::min(in_sound.m_vFrames.size(), uiMaxFrames));
+}
+
 void requireWindows(const char* in_szPath, const Sound& in_sound, unsigned long in_uiFactor, unsigned long in_uiOverlap)
 {
     Audio::LinearAudioWindower::Config config;
-    config.m_uiSampleRate = 1000; // one sample a millisecond, whatever the file says
+    config.m_uiSampleRate = 1000; // whatever the file says
     config.m_uiWindowOverlapMs = in_uiOverlap;
     Audio::WindowedAudioFileReader reader;
     CORVANA_FUZZ_REQUIRE(reader.setChunkReadFactor(in_uiFactor) && reader.configure(config));
     CORVANA_FUZZ_REQUIRE(reader.setSourceAudioFile(in_szPath));
-
-    const std::size_t uiWindow = config.m_uiWindowSizeMs;
-    std::size_t uiPosition = 0;
-    Math::DoubleVector vWindow;
-    while (uiPosition + uiWindow * (in_uiFactor + 1) <= s_uiMaxFrames && reader.getNextWindow(vWindow)) {
-        CORVANA_FUZZ_REQUIRE(vWindow.size() == uiWindow);
-        CORVANA_FUZZ_REQUIRE(sameValues(vWindow, framesFrom(in_sound, uiPosition, uiWindow)));
-        uiPosition += uiWindow - in_uiOverlap;
-    }
-    CORVANA_FUZZ_REQUIRE(uiPosition + uiWindow >
-                         std::min(in_sound.m_vFrames.size(), s_uiMaxFrames - uiWindow * in_uiFactor));
+    requireAllWindows(reader, in_sound, in_uiFactor);
+    CORVANA_FUZZ_REQUIRE(reader.setSourceAudioFile(in_szPath)); // what was left over is forgotten
+    requireAllWindows(reader, in_sound, in_uiFactor);
 }
 
 void requireNoFile(Audio::AudioFileReader& inout_reader)

@@ -101,6 +101,7 @@ def sounds():
     }
     for name, contents in files.items():
         write("AudioFileReaderFuzzer", name, contents + read)
+    write("AudioFileReaderFuzzer", "seek-rounds-up", wav(7, 8, bytes8 + b"x") + bytes([0, 99, 6, 99, 3, 1]))
     write("AudioFileReaderFuzzer", "chunk-multiple-read", files["chunk-multiple"] + bytes([0, 99, 199, 255, 15, 0]))
 
 
@@ -166,21 +167,59 @@ def configurations():
         write("ConfigurationFuzzer", "text-%02d" % index, value + b"\x03key" + text)
 
 
+class VectorProgram:
+    """Operations in the target's encoding, where a position takes no byte while the vector is empty."""
+
+    def __init__(self):
+        self.contents = b""
+        self.size = 0
+
+    def place(self, position):
+        return bytes([position]) if self.size > 0 else b""
+
+    def operation(self, code, arguments=b"", position=0, grows=0):
+        self.contents += bytes([code]) + self.place(position) + arguments
+        self.size += grows
+        return self
+
+    def push(self, *values):
+        for value in values:
+            self.operation(0, struct.pack(">d", value), grows=1)
+        return self
+
+    def own(self, position, first, last):
+        return self.operation(2, bytes([first, last]), position, grows=last - first)
+
+    def words(self, code, values, position=0):
+        return self.operation(code, bytes([len(values)]) + bytes(values), position, grows=len(values))
+
+
 def vectors():
-    push = b"\x00\x00" + struct.pack(">d", 1.5)
+    def counted(count):
+        return VectorProgram().push(*[1.0 + index for index in range(count)])
+
     programs = {
-        "pushes": push * 9,
-        "own-range": push * 4 + b"\x02\x02\x00\x04" * 8,
-        "own-range-behind": push * 6 + b"\x02\x00\x03\x06" * 6,
-        "erase": push * 12 + b"\x06\x03\x04" * 4,
-        "deque-and-words": push * 3 + b"\x04\x02\x05abcde" + b"\x05\x01\x03abc",
-        "resize-reserve": push * 3 + b"\x07\x00\x01\x00" + b"\x08\x00\x02\x00" + b"\x09\x00" + push,
-        "copies": push * 3 + b"\x0b\x00\x00" + push + b"\x0b\x00\x02" + b"\x0b\x00\x01" + b"\x0b\x00\x05" + b"\x0b\x00\x03",
-        "own-value": push * 2 + b"\x0c\x00" * 20,
-        "extremes": push + b"\x00\x00" + struct.pack(">d", -2.5) + push + b"\x0d\x00\x0a\x00\x0d\x00",
+        "pushes": counted(20),
+        "pops": counted(3).operation(1, grows=-1).operation(1, grows=-1).operation(1, grows=-1).operation(1).push(1.0),
+        "own-range-at-end": counted(4).own(4, 0, 4).own(8, 0, 8),
+        "own-range-in-front": counted(6).own(0, 3, 6).own(0, 0, 9),
+        "own-range-inside": counted(6).own(3, 1, 5).own(4, 2, 9).own(1, 0, 1),
+        "own-range-behind": counted(6).operation(8, b"\x00\x40").own(1, 2, 5).own(5, 1, 4).own(2, 2, 2),
+        "own-range-empty": VectorProgram().own(0, 0, 0).push(1.0).own(1, 1, 1),
+        "erase": counted(12).operation(6, b"\x04", 3, grows=-4).operation(6, b"\x00", 8).operation(6, b"\x08", 0, grows=-8),
+        "bytes": counted(3).operation(3, struct.pack(">ddd", 7.0, math.nan, -math.inf), 1, grows=3),
+        "deque": counted(3).words(4, [9, 8, 7], 1).words(4, [], 6),
+        "words": VectorProgram().words(5, list(range(40))).words(5, [1, 2], 40),
+        "resize": counted(3).operation(7, b"\x00\x05", grows=2).operation(7, b"\x00\x01", grows=-4).operation(7, b"\x01\x00"),
+        "reserve-clear": counted(3).operation(8, b"\x00\x64").operation(9, grows=-3).push(4.0),
+        "copies": counted(3).operation(11, b"\0").push(4.0).operation(11, b"\2").operation(11, b"\1").operation(11, b"\5")
+        .operation(11, b"\3").operation(11, b"\4").operation(11, b"\5"),
+        "own-value": VectorProgram().push(5.0, 6.0).operation(12, grows=1).operation(12, grows=1).operation(12, grows=1),
+        "extremes": VectorProgram().operation(13).push(1.0, -7.0, 7.0, 7.0, -7.0).operation(13).operation(10).operation(13),
+        "signed-zeros": VectorProgram().push(0.0, -0.0, -0.0, 0.0).operation(13).operation(10),
     }
-    for name, contents in programs.items():
-        write("DoubleVectorFuzzer", name, contents)
+    for name, program in programs.items():
+        write("DoubleVectorFuzzer", name, program.contents)
 
 
 for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors):
