@@ -1,4 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
+cmake_minimum_required(VERSION 3.24)
+
 # cmake -DINCLUDE_DIR=... -P CheckUmbrella.cmake: fails unless Corvana.h includes every public header exactly once and
 # nothing else.
 file(GLOB headers RELATIVE ${INCLUDE_DIR}/corvana ${INCLUDE_DIR}/corvana/*)
