@@ -229,3 +229,45 @@ TEST_F(CloneableObjPtrTest, KeepsItsObjectWhenCloningThrows)
 
     EXPECT_EQ(4, pAssigned->m_iValue);
 }
+
+namespace {
+
+// A part that owns the next one.
+class Link : public Part
+{
+public:
+    explicit Link(int in_iValue, Link* in_pNext = nullptr)
+        : Part(in_iValue)
+        , m_pNext(in_pNext)
+    {
+    }
+    Link* clone() const override { return new Link(*this); }
+
+    CloneableObjPtr<Link> m_pNext;
+};
+
+} // namespace
+
+// Disabled until the pointer is mended: assignment reads its source after destroying the object that holds it, and move
+// assignment leaves that object owning itself.
+TEST_F(CloneableObjPtrTest, DISABLED_CanBeAssignedWhatItsOwnObjectHolds)
+{
+    CloneableObjPtr<Link> pFirst(new Link(1, new Link(2, new Link(3))));
+
+    pFirst = pFirst->m_pNext;
+
+    ASSERT_FALSE(pFirst.isNull());
+    EXPECT_EQ(2, pFirst->m_iValue);
+    EXPECT_EQ(2, s_iNbAlive);
+}
+
+TEST_F(CloneableObjPtrTest, DISABLED_CanBeMoveAssignedWhatItsOwnObjectHolds)
+{
+    CloneableObjPtr<Link> pFirst(new Link(1, new Link(2, new Link(3))));
+
+    pFirst = std::move(pFirst->m_pNext);
+
+    ASSERT_FALSE(pFirst.isNull());
+    EXPECT_EQ(2, pFirst->m_iValue);
+    EXPECT_EQ(2, s_iNbAlive);
+}
