@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <locale>
 #include <new>
 #include <sstream>
 #include <stdexcept>
@@ -251,6 +252,22 @@ TEST_F(AudioFileReaderTest, LogsTheFormatCodeInHexadecimal)
     LogCapture log;
 
     const std::string strPath = open(coarseNoise(10), 1024, 8000, WAV_PCM16);
+
+    EXPECT_THAT(log.events(), ElementsAre(formatMessage(strPath, "10002")));
+}
+
+TEST_F(AudioFileReaderTest, LogsTheFormatCodeWithoutTheHostsDigitGrouping)
+{
+    struct Grouping : std::numpunct<char>
+    {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale former = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    LogCapture log;
+
+    const std::string strPath = open(coarseNoise(10), 1024, 8000, WAV_PCM16);
+    std::locale::global(former);
 
     EXPECT_THAT(log.events(), ElementsAre(formatMessage(strPath, "10002")));
 }

@@ -114,6 +114,34 @@ TEST(SampleQueue, CopiesAreIndependent)
     EXPECT_EQ(DoubleVector({2.0, 3.0, 4.0}), contents(copy));
 }
 
+TEST(SampleQueue, GrowsRatherThanMovingManySamplesForALittleRoom)
+{
+    SampleQueue queue;
+    push(queue, ramp(100)); // exactly full
+    queue.pop(49);
+    const DoubleVector vOne = {100.0};
+    const unsigned long uiBlocks = nbOfVectorBlocks();
+
+    push(queue, vOne);
+
+    EXPECT_EQ(uiBlocks + 1, nbOfVectorBlocks());
+    EXPECT_EQ(ramp(52, 49.0), contents(queue));
+}
+
+TEST(SampleQueue, ReusesTheRoomInFrontOnceHalfOfTheSamplesWereTaken)
+{
+    SampleQueue queue;
+    push(queue, ramp(100)); // exactly full
+    queue.pop(50);
+    const DoubleVector vFifty = ramp(50, 100.0);
+    const unsigned long uiBlocks = nbOfVectorBlocks();
+
+    push(queue, vFifty);
+
+    EXPECT_EQ(uiBlocks, nbOfVectorBlocks());
+    EXPECT_EQ(ramp(100, 50.0), contents(queue));
+}
+
 TEST(SampleQueue, AllocatesNothingInTheLongRun)
 {
     SampleQueue queue;

@@ -611,6 +611,38 @@ TEST_F(AudioSetParserTest, RejectsAnEntryWhosePathInTheDataFolderCannotBeResolve
                 ElementsAre(tried(m_dir.file("sets/loop/y.wav"), 171), errorInFileName("loop/y.wav", 198)));
 }
 
+TEST_F(AudioSetParserTest, RejectsAnEntryWithATooLongName)
+{
+    const std::string strEntry(5000, 'x');
+    readList("");
+    LogCapture log;
+
+    EXPECT_EQ("", resolve(strEntry));
+
+    EXPECT_THAT(log.events(), ElementsAre(errorInFileName(strEntry, 167)));
+}
+
+TEST_F(AudioSetParserTest, RejectsAnEntryWhenTheWorkingDirectoryIsGone)
+{
+    std::filesystem::create_directories(m_dir.file("gone"));
+    const ScopedWorkingDirectory directory(m_dir.file("gone"));
+    std::filesystem::remove(m_dir.file("gone"));
+    LogCapture log;
+
+    EXPECT_EQ("", resolve("y.wav"));
+
+    EXPECT_THAT(log.events(), ElementsAre(errorInFileName("y.wav", 167)));
+}
+
+// Disabled until it is mended: the former text is emptied before it is read.
+TEST_F(AudioSetParserTest, DISABLED_ResolvesTheTextThatItReturnedBefore)
+{
+    const std::string strFile = touch("sets/a.wav");
+    readList("");
+
+    EXPECT_STREQ(strFile.c_str(), m_parser.getFullFilename(m_parser.getFullFilename("a.wav")));
+}
+
 TEST_F(AudioSetParserTest, RejectsAnEmptyEntryWithoutAList)
 {
     LogCapture log;
