@@ -689,7 +689,7 @@ TEST(MeanMaxFeature, DiscardsAMaximumOfLessThanHalfTheMean)
 
 TEST(MeanMaxFeature, MeasuresFromTheBaseline)
 {
-    // Above the baseline of 2: 2, then 4 (twice), 1.5 (half of 3) and, of the mean 2.5, a little more than twice.
+    // Above the baseline of 2: 2, then twice as much, then half the mean, 1.5 of 3.
     MeanMaxFeature feature(s_dStep, 2.0);
 
     EXPECT_EQ(succeeds({4.5, 6.0}), meanMaxOf(feature, {4.0, 6.0, 3.5}));
@@ -705,10 +705,10 @@ TEST(MeanMaxFeature, MeasuresFromTheBaseline)
 
 TEST(MeanMaxFeature, LowersTheLargestWhenItStartsAfresh)
 {
-    // With a baseline above all maxima, every difference is negative: the lower maximum is more than twice the mean.
+    // With a baseline above all maxima every difference is negative, and -6 is more than twice -5.
     MeanMaxFeature feature(s_dStep, 10.0);
 
-    EXPECT_EQ(succeeds({7.0, 7.0}), meanMaxOf(feature, {5.0, 7.0}));
+    EXPECT_EQ(succeeds({4.0, 4.0}), meanMaxOf(feature, {5.0, 4.0}));
 }
 
 TEST(MeanMaxFeature, ReturnsToItsInitialStateAtResetAndKeepsStepAndBaseline)
