@@ -114,7 +114,7 @@ TEST(SplitParams, TakesThousandsOfParameters)
 {
     std::string strDescription = "f(0";
     for (int iParam = 1; iParam < 5000; ++iParam)
-        strDescription += "," + std::to_string(iParam);
+        strDescription.append(1, ',').append(std::to_string(iParam));
 
     const Split result = split((strDescription + ")").c_str());
 
