@@ -106,11 +106,11 @@ std::string AudioSetParser::getCurrentEntry() const
 
 const char* AudioSetParser::getFullFilename(const char* in_szEntry)
 {
-    const std::string strEntry = in_szEntry;
+    const std::string strEntry = in_szEntry; // which may be the text that was returned before
     m_strFullFileName.clear();
-    if (OS::isPathRelative(in_szEntry))
+    if (OS::isPathRelative(strEntry.c_str()))
         resolveRelative(strEntry);
-    else if (doesFileExist(in_szEntry))
+    else if (doesFileExist(strEntry.c_str()))
         m_strFullFileName = strEntry;
     else
         CORVANA_LOG_ERROR_AT(at::absoluteNotFound, fileScopeLogger(),

@@ -32,13 +32,15 @@ public:
     {
         if (this == &in_other)
             return *this;
+        // The source may lie within the object that goes, so it is not looked at afterwards.
+        const bool bNull = in_other.isNull();
         reset(cloneOf(in_other));
-        CORVANA_ASSERT_AT(CORVANA_HERE, in_other.isNull() || m_ptr != nullptr, "rhs.isNull() || m_ptr");
+        CORVANA_ASSERT_AT(CORVANA_HERE, bNull || m_ptr != nullptr, "rhs.isNull() || m_ptr");
         return *this;
     }
     CloneableObjPtr& operator=(CloneableObjPtr&& inout_other) noexcept
     {
-        std::swap(m_ptr, inout_other.m_ptr);
+        reset(std::exchange(inout_other.m_ptr, nullptr));
         return *this;
     }
 

@@ -634,8 +634,7 @@ TEST_F(AudioSetParserTest, RejectsAnEntryWhenTheWorkingDirectoryIsGone)
     EXPECT_THAT(log.events(), ElementsAre(errorInFileName("y.wav", 167)));
 }
 
-// Disabled until it is mended: the former text is emptied before it is read.
-TEST_F(AudioSetParserTest, DISABLED_ResolvesTheTextThatItReturnedBefore)
+TEST_F(AudioSetParserTest, ResolvesTheTextThatItReturnedBefore)
 {
     const std::string strFile = touch("sets/a.wav");
     readList("");
