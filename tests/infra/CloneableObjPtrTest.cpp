@@ -172,6 +172,28 @@ TEST_F(CloneableObjPtrTest, MoveAssigningTakesTheObjectWithoutCloning)
     EXPECT_EQ(pRaw, pTarget.get());
 }
 
+TEST_F(CloneableObjPtrTest, MoveAssigningDestroysTheFormerObject)
+{
+    CloneableObjPtr<Part> pPart(new Part(3));
+    CloneableObjPtr<Part> pTarget(new Part(4));
+
+    pTarget = std::move(pPart);
+
+    EXPECT_EQ(1, s_iNbAlive);
+    EXPECT_TRUE(pPart.isNull()); // NOLINT(bugprone-use-after-move): what is left is the point
+}
+
+TEST_F(CloneableObjPtrTest, SurvivesMovingIntoItself)
+{
+    CloneableObjPtr<Part> pPart(new Part(3));
+    CloneableObjPtr<Part>& pSelf = pPart;
+
+    pPart = std::move(pSelf);
+
+    ASSERT_FALSE(pPart.isNull());
+    EXPECT_EQ(3, pPart->m_iValue);
+}
+
 TEST_F(CloneableObjPtrTest, ResetDestroysTheFormerObject)
 {
     CloneableObjPtr<Part> pPart(new Part(3));
@@ -228,4 +250,44 @@ TEST_F(CloneableObjPtrTest, KeepsItsObjectWhenCloningThrows)
     EXPECT_THROW(pAssigned = pPart, std::runtime_error);
 
     EXPECT_EQ(4, pAssigned->m_iValue);
+}
+
+namespace {
+
+// A part that owns the next one.
+class Link : public Part
+{
+public:
+    explicit Link(int in_iValue, Link* in_pNext = nullptr)
+        : Part(in_iValue)
+        , m_pNext(in_pNext)
+    {
+    }
+    Link* clone() const override { return new Link(*this); }
+
+    CloneableObjPtr<Link> m_pNext;
+};
+
+} // namespace
+
+TEST_F(CloneableObjPtrTest, CanBeAssignedWhatItsOwnObjectHolds)
+{
+    CloneableObjPtr<Link> pFirst(new Link(1, new Link(2, new Link(3))));
+
+    pFirst = pFirst->m_pNext;
+
+    ASSERT_FALSE(pFirst.isNull());
+    EXPECT_EQ(2, pFirst->m_iValue);
+    EXPECT_EQ(2, s_iNbAlive);
+}
+
+TEST_F(CloneableObjPtrTest, CanBeMoveAssignedWhatItsOwnObjectHolds)
+{
+    CloneableObjPtr<Link> pFirst(new Link(1, new Link(2, new Link(3))));
+
+    pFirst = std::move(pFirst->m_pNext);
+
+    ASSERT_FALSE(pFirst.isNull());
+    EXPECT_EQ(2, pFirst->m_iValue);
+    EXPECT_EQ(2, s_iNbAlive);
 }
