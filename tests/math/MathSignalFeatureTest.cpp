@@ -4,9 +4,9 @@
 #include "corvana/AudioFeatureImpl.h"
 #include "corvana/AudioSignalWindow.h"
 #include "corvana/MathMeanFeature.h"
+#include "corvana/MathRangeFeature.h"
 #include "corvana/MathSignalFeatureComposed.h"
-#include "corvana/MathSignalFeatureFactory.h"
-#include "corvana/MathSignalFeaturePool.h"
+#include "corvana/MathSlidingWindowFeature.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +16,6 @@
 
 using Corvana::Cloneable;
 using Corvana::Audio::FlatnessFeature;
-using Corvana::Audio::HannWindow;
-using Corvana::Audio::SignalWindowImpl;
-using Corvana::Audio::SpectrumFeature;
 using Corvana::Audio::SpectrumReducedFeature;
 using Corvana::Math::MeanFeature;
 using Corvana::Math::SignalFeature;
@@ -36,6 +33,10 @@ std::unique_ptr<T> made()
         return std::make_unique<T>();
     else if constexpr (std::is_constructible_v<T, SignalFeature*, SignalFeature*>)
         return std::make_unique<T>(new MeanFeature, new MeanFeature);
+    else if constexpr (std::is_constructible_v<T, double, double>)
+        return std::make_unique<T>(8.0, 8.0);
+    else if constexpr (std::is_same_v<T, Corvana::Audio::RatiosFeature>)
+        return std::make_unique<T>(true);
     else
         return std::make_unique<T>(8UL);
 }
@@ -45,8 +46,18 @@ class EveryCloneableClass : public testing::Test
 {
 };
 
-using CloneableClasses = testing::Types<MeanFeature, SignalFeatureComposed, SpectrumFeature, SpectrumReducedFeature,
-                                        FlatnessFeature, SignalWindowImpl, HannWindow>;
+namespace Audio = Corvana::Audio;
+namespace Math = Corvana::Math;
+using CloneableClasses = testing::Types<
+    Math::MeanFeature, Math::RangeFeature, Math::SlidingWindowFeature, Math::SignalFeatureComposed,
+    Audio::SpectrumFeature, Audio::SpectrumReducedFeature, Audio::FlatnessFeature, Audio::ZeroCrossingRateFeature,
+    Audio::ClippingRateFeature, Audio::SilenceRatioFeature, Audio::SilenceRatioFeatureT<50>,
+    Audio::MeanEnergyAboveThreshFeature, Audio::EnergyHistogramFeature, Audio::MaxNeighbourhoodFeature,
+    Audio::RatiosFeature, Audio::MeanMaxFeature, Audio::DeltaToSlidingMeanFeature, Audio::SpectralRangeFeature,
+    Audio::MaxSpectralRangesFeature, Audio::LowFreqEnergyRatioFeature, Audio::LowFreqEnergyRatiosFeature,
+    Audio::SpectralWeightedAreaFeature, Audio::SpectralSlopeFeature, Audio::HarmonicProductFeature,
+    Audio::RobustHarmonicProductFeature, Audio::AntiHarmonicProductFeature, Audio::OldHarmonicProductFeature,
+    Audio::PeaksFeature, Audio::MyFeature, Audio::SignalWindowImpl, Audio::HannWindow>;
 TYPED_TEST_SUITE(EveryCloneableClass, CloneableClasses);
 
 } // namespace
