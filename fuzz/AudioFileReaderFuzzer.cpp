@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t s_uiControlBytes = 6;
 // A few bytes of a compressed format can stand for hours of silence.
-constexpr std::size_t s_uiMaxFrames = 1U << 18U;
+constexpr std::size_t s_uiMaxFrames = 1U << 15U;
 
 // What libsndfile alone delivers in one piece, from the open or from a seek on.
 struct Sound
