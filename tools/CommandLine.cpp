@@ -151,7 +151,7 @@ public:
     int run(const std::vector<std::string>& in_vArguments)
     {
         if (in_vArguments.empty()) {
-            m_messageStream << m_app.help() << std::flush;
+            m_messageStream << help({}) << std::flush;
             return EXIT_UNUSABLE;
         }
         if (!in_vArguments[0].starts_with('-') && findCommand(in_vArguments[0]) == nullptr)
@@ -186,7 +186,10 @@ private:
 
     std::string help(const std::vector<CLI::App*>& in_vCommands)
     {
-        return in_vCommands.empty() ? m_app.help() : in_vCommands[0]->help("corvana");
+        // Not App::help(), which would show the command that was called instead of the one that was asked about.
+        const CLI::App* pApp = in_vCommands.empty() ? &m_app : in_vCommands[0];
+        const std::string strName = in_vCommands.empty() ? "corvana" : "corvana " + pApp->get_name();
+        return m_app.get_formatter()->make_help(pApp, strName, CLI::AppFormatMode::Normal);
     }
 
     int refuse(const std::string& in_strText)
@@ -346,7 +349,7 @@ private:
     int runHelp()
     {
         if (m_strHelpAbout.empty()) {
-            m_data << m_app.help();
+            m_data << help({});
             return EXIT_DONE;
         }
         CLI::App* pCommand = findCommand(m_strHelpAbout);

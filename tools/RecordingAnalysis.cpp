@@ -53,8 +53,14 @@ unsigned long RecordingAnalysis::getWindowRate() const
     return m_options.m_uiSampleRate == 0 ? m_reader.getSampleRate() : m_options.m_uiSampleRate;
 }
 
-std::string RecordingAnalysis::open(const std::string& in_strPath)
+std::string RecordingAnalysis::outOfMemory() const
 {
+    return "not enough memory for windows of " + std::to_string(m_options.m_uiWindowMs) + " ms, " +
+           std::to_string(m_options.m_uiReadFactor) + " read at a time";
+}
+
+std::string RecordingAnalysis::open(const std::string& in_strPath)
+try {
     m_dSecondsOfFormerFiles += secondsRead();
     m_strPath = in_strPath;
     m_bLengthKnown = isRegularFile(in_strPath);
@@ -67,6 +73,8 @@ std::string RecordingAnalysis::open(const std::string& in_strPath)
         return strFault;
     m_pLayout = &m_features.getLayout(getWindowRate(), m_options.m_uiWindowMs, m_log);
     return m_pLayout->m_strFault;
+} catch (const std::bad_alloc&) {
+    return outOfMemory();
 }
 
 // Nothing has been read yet, so this is as good as configuring before opening, and a pipe is opened only once.
@@ -136,8 +144,7 @@ try {
                                                " ms: no rows");
     return strFault;
 } catch (const std::bad_alloc&) {
-    return "not enough memory for windows of " + std::to_string(m_options.m_uiWindowMs) + " ms read " +
-           std::to_string(m_options.m_uiReadFactor) + " at a time";
+    return outOfMemory();
 }
 
 // Returns a fault; the row is complete only without one.

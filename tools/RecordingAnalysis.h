@@ -63,6 +63,7 @@ private:
     std::string writeRow(RowWriter& inout_writer, std::vector<FeaturePtr>& inout_vFeatures);
     std::string featureFault(std::size_t in_uiFeature, bool in_bComputed);
     std::string checkEnd() const;
+    std::string outOfMemory() const;
     double fractionRead() const;
     double secondsRead() const;
 

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/LogBridge.h"
+
+#include "corvana/Logger.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace Corvana::Tools {
+namespace {
+
+constexpr SourcePosition s_position{"SomeFile", 42};
+
+class LogBridgeTest : public testing::Test
+{
+protected:
+    void log(int in_iLevel, const char* in_szText) { CORVANA_LOG_AT(in_iLevel, s_position, m_logger, in_szText); }
+
+    std::ostringstream m_stream;
+    Messages m_messages{m_stream, false};
+    Logger m_logger{"test.logbridge"};
+};
+
+TEST_F(LogBridgeTest, ShowsWarningsAndErrorsByDefault)
+{
+    LogBridge bridge(m_messages, LOG_WARN);
+    log(LOG_INFO, "information");
+    log(LOG_WARN, "careful");
+    log(LOG_ERROR, "broken");
+    EXPECT_EQ(m_stream.str(), "corvana: warning: careful\ncorvana: broken\n");
+}
+
+TEST_F(LogBridgeTest, ShowsLowerLevelsAsLinesOfTheLog)
+{
+    LogBridge bridge(m_messages, LOG_DEBUG);
+    log(LOG_TRACE, "step");
+    log(LOG_DEBUG, "detail");
+    log(LOG_INFO, "information\nof two lines");
+    EXPECT_EQ(m_stream.str(), "corvana: [debug] test.logbridge SomeFile:42 detail\n"
+                              "corvana: [info] test.logbridge SomeFile:42 information\\nof two lines\n");
+}
+
+TEST_F(LogBridgeTest, ShowsNothingWhenOff)
+{
+    LogBridge bridge(m_messages, s_iLogOff);
+    log(LOG_ERROR, "broken");
+    EXPECT_EQ(m_stream.str(), "");
+}
+
+TEST_F(LogBridgeTest, HoldsErrorsBackAsTheReasonOfAFailure)
+{
+    LogBridge bridge(m_messages, s_iLogOff);
+    bridge.beginInput("a.wav");
+    log(LOG_ERROR, "first");
+    log(LOG_ERROR, "second");
+    log(LOG_ERROR, "first");
+    EXPECT_EQ(bridge.takeErrors(), "first; second");
+    EXPECT_EQ(bridge.takeErrors(), "");
+    EXPECT_EQ(m_stream.str(), "");
+}
+
+TEST_F(LogBridgeTest, TurnsErrorsThatMadeNothingFailIntoWarningsWithTheirNumber)
+{
+    LogBridge bridge(m_messages, LOG_WARN);
+    bridge.beginInput("a.wav");
+    log(LOG_ERROR, "odd");
+    log(LOG_ERROR, "odd");
+    log(LOG_ERROR, "strange");
+    bridge.endInput();
+    EXPECT_EQ(m_stream.str(), "corvana: a.wav: warning: odd (2 times)\ncorvana: a.wav: warning: strange\n");
+}
+
+TEST_F(LogBridgeTest, ShowsAWarningOnceForAnInput)
+{
+    LogBridge bridge(m_messages, LOG_WARN);
+    for (const char* szInput : {"a.wav", "b.wav"}) {
+        bridge.beginInput(szInput);
+        log(LOG_WARN, "careful");
+        log(LOG_WARN, "careful");
+        bridge.endInput();
+    }
+    EXPECT_EQ(m_stream.str(), "corvana: a.wav: warning: careful\ncorvana: b.wav: warning: careful\n");
+}
+
+TEST_F(LogBridgeTest, PutsTheLogBackAsItWas)
+{
+    const int iFormerLevel = Logger::getRoot().getLogLevel();
+    {
+        LogBridge bridge(m_messages, LOG_TRACE);
+        EXPECT_EQ(Logger::getRoot().getLogLevel(), LOG_TRACE);
+    }
+    EXPECT_EQ(Logger::getRoot().getLogLevel(), iFormerLevel);
+    EXPECT_FALSE(m_logger.hasAppender());
+}
+
+TEST(LogLevel, IsReadByName)
+{
+    int iLevel = -7;
+    EXPECT_TRUE(parseLogLevel("debug", iLevel));
+    EXPECT_EQ(iLevel, LOG_DEBUG);
+    EXPECT_TRUE(parseLogLevel("off", iLevel));
+    EXPECT_EQ(iLevel, s_iLogOff);
+    EXPECT_FALSE(parseLogLevel("loud", iLevel));
+    EXPECT_FALSE(parseLogLevel("", iLevel));
+    EXPECT_EQ(iLevel, s_iLogOff);
+}
+
+} // namespace
+} // namespace Corvana::Tools
