@@ -9,6 +9,12 @@
 #include <utility>
 
 namespace Corvana::Math {
+namespace {
+
+// A chain is a feature within a feature: one without an end would exhaust the stack.
+constexpr std::size_t s_uiMaxNbOfStages = 256;
+
+} // namespace
 
 SignalFeaturePool::SignalFeaturePool() = default;
 SignalFeaturePool::~SignalFeaturePool() = default;
@@ -39,6 +45,8 @@ SignalFeature* SignalFeaturePool::getNewFeature(const char* in_szDescription) co
     if (in_szDescription == nullptr)
         return nullptr;
     std::string_view strRest = in_szDescription;
+    if (static_cast<std::size_t>(std::count(strRest.begin(), strRest.end(), '|')) >= s_uiMaxNbOfStages)
+        return nullptr;
     std::unique_ptr<SignalFeature> pChain;
     for (;;) {
         const std::size_t uiBar = strRest.find('|');

@@ -33,7 +33,8 @@ public:
     bool atEnd() const { return m_bAtEnd; }
     /// Back to the first frame; a file that cannot seek is closed and opened again.
     virtual bool gotoStart();
-    /// To the frame nearest to a time in seconds. False: the file cannot seek, or the time lies outside it.
+    /// To the frame nearest to a time in seconds. False: the file cannot seek, or the time lies outside it. Without an
+    /// open file it depends on libsndfile, as every operation does.
     virtual bool gotoAudioTime(double in_dSeconds);
 
     /// Replaces out_vFrames by the next chunk. The last one may be short, and is empty when the file's length is a

@@ -24,7 +24,7 @@ public:
 
     /// A new feature, owned by the caller. The factories are asked in the order of adding, and the first that makes
     /// the description wins. Descriptions joined by "|" are a chain, each stage reading the values of the one before:
-    /// "spectrum|flatness". Null: a stage is empty or no factory makes it.
+    /// "spectrum|flatness". Null: a stage is empty or no factory makes it, or there are more than 256 of them.
     SignalFeature* getNewFeature(const char* in_szDescription) const;
 
     unsigned long getNbOfFactories() const;
