@@ -18,7 +18,8 @@ bool Chunk::setData(const std::uint8_t* in_pData, std::uint32_t in_uiLength)
 {
     if (isContainer())
         return false;
-    m_vData.assign(in_pData, in_pData + in_uiLength);
+    std::vector<std::uint8_t> vData(in_pData, in_pData + in_uiLength); // which may be the chunk's own bytes
+    m_vData.swap(vData);
     return true;
 }
 

@@ -66,12 +66,14 @@ bool Logger::hasAppender() const
 {
     log4cplus::Logger logger = m_pHandle->m_logger;
     log4cplus::Logger root = log4cplus::Logger::getRoot();
-    // The root is met by name: asking it for its parent would make log4cplus complain.
-    while (logger.getName() != root.getName()) {
+    for (;;) {
         if (!logger.getAllAppenders().empty())
             return true;
         if (!logger.getAdditivity())
             return false;
+        // The root is met by name: asking it for its parent would make log4cplus complain.
+        if (logger.getName() == root.getName())
+            break;
         logger = logger.getParent();
     }
     return !root.getAllAppenders().empty();

@@ -38,6 +38,8 @@ Account* findAccount(const char* in_szTag, std::size_t in_uiNbOfAccounts)
     return nullptr;
 }
 
+constexpr const char* s_szOther = "(other)";
+
 Account& accountOf(const char* in_szTag)
 {
     if (Account* pAccount = findAccount(in_szTag, s_uiNbOfAccounts.load(std::memory_order_acquire)))
@@ -49,7 +51,7 @@ Account& accountOf(const char* in_szTag)
         return *pAccount;
 
     const std::size_t uiLength = std::strlen(in_szTag);
-    if (uiNbOfAccounts == s_uiMaxNbOfTags || uiLength > s_uiMaxTagLength)
+    if (uiNbOfAccounts == s_uiMaxNbOfTags || uiLength > s_uiMaxTagLength || std::strcmp(in_szTag, s_szOther) == 0)
         return s_vAccounts[0];
     // The text is copied: a tag may lie in a library that is unloaded later.
     std::memcpy(s_vAccounts[uiNbOfAccounts].m_acTag, in_szTag, uiLength + 1);
@@ -81,7 +83,7 @@ static_assert(s_uiSizeHeader >= alignof(std::max_align_t) && s_uiSizeHeader >= s
 
 MemAccount getMemAccount(const char* in_szTag)
 {
-    const bool bOther = std::strcmp(in_szTag, "(other)") == 0;
+    const bool bOther = std::strcmp(in_szTag, s_szOther) == 0;
     const Account* pAccount =
         bOther ? s_vAccounts.data() : findAccount(in_szTag, s_uiNbOfAccounts.load(std::memory_order_acquire));
     MemAccount account;

@@ -32,6 +32,9 @@ bool getCanonicalPath(const char* in_szPath, std::string& out_strPath)
     if (error)
         return false;
     out_strPath = pathCanonical.string();
+    // What does not exist keeps the slash behind it.
+    while (out_strPath.size() > 1 && out_strPath.back() == '/')
+        out_strPath.pop_back();
     return true;
 }
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/MathRealFourierPlan.h"
 
+#include "corvana/MathFourierTransform.h"
+
+#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -33,6 +36,7 @@ struct Recurrence
 RealFourierPlan::RealFourierPlan(unsigned long in_uiSize)
     : m_uiSize(in_uiSize)
 {
+    assert(in_uiSize >= 2 && isPowerOfTwo(in_uiSize));
     makeSwaps();
     makeStages();
     makeRealPart();

@@ -66,7 +66,7 @@ bool SignalFeatureFactory::splitParams(const char* in_szFeatureName, std::string
 {
     out_strFeature.clear();
     out_vParams.clear();
-    if (split(in_szFeatureName, out_strFeature, out_vParams))
+    if (in_szFeatureName != nullptr && split(in_szFeatureName, out_strFeature, out_vParams))
         return true;
     out_strFeature.clear();
     out_vParams.clear();

@@ -15,7 +15,8 @@ namespace Corvana::Math {
 class CORVANA_API RealFourierPlan
 {
 public:
-    /// in_uiSize: a power of two from 2 to 2^32; the tables take about 14 bytes a value.
+    /// in_uiSize: a power of two from 2 to 2^32 (checked by the standard assertion in debug builds); the tables take
+    /// about 14 bytes a value.
     explicit RealFourierPlan(unsigned long in_uiSize);
 
     unsigned long getSize() const { return m_uiSize; }

@@ -24,8 +24,8 @@ public:
     virtual const char* getFactoryName() const = 0;
 
     /// Cuts "name(p1, p2)" into "name" and the texts "p1", "p2"; blanks around each are dropped. "name" and "name()"
-    /// have no parameters. False, with both outputs empty: an empty name, an empty parameter, text behind the closing
-    /// parenthesis, or parentheses that are not one pair.
+    /// have no parameters. False, with both outputs empty: null, an empty name, an empty parameter, text behind the
+    /// closing parenthesis, or parentheses that are not one pair.
     static bool splitParams(const char* in_szFeatureName, std::string& out_strFeature,
                             std::vector<std::string>& out_vParams);
 

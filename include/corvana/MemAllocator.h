@@ -18,7 +18,8 @@ struct MemAccount
 };
 
 /// The account of a tag, for tests and support; all zero for a tag never used. Any thread may ask.
-/// Tags beyond the first 63 different ones, and tags longer than 47 characters, share the account "(other)".
+/// Tags beyond the first 63 different ones, and tags longer than 47 characters, are counted together under "(other)";
+/// by their own names they are unknown.
 CORVANA_API MemAccount getMemAccount(const char* in_szTag);
 
 /// Allocation whose owner remembers the size. Blocks are aligned as operator new aligns.

@@ -23,10 +23,16 @@ struct SourceFileName
     constexpr explicit SourceFileName(const char (&in_acPath)[N])
     {
         std::size_t uiBegin = 0;
-        for (std::size_t uiIndex = 0; uiIndex < N; ++uiIndex)
-            if (in_acPath[uiIndex] == '/')
+        std::size_t uiEnd = N - 1;
+        for (std::size_t uiIndex = 0; uiIndex < N; ++uiIndex) {
+            if (in_acPath[uiIndex] == '/') {
                 uiBegin = uiIndex + 1;
-        for (std::size_t uiIndex = uiBegin; uiIndex < N && in_acPath[uiIndex] != '.'; ++uiIndex)
+                uiEnd = N - 1;
+            } else if (in_acPath[uiIndex] == '.') {
+                uiEnd = uiIndex;
+            }
+        }
+        for (std::size_t uiIndex = uiBegin; uiIndex < uiEnd; ++uiIndex)
             m_acText[uiIndex - uiBegin] = in_acPath[uiIndex];
     }
 };
