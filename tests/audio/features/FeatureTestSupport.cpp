@@ -110,7 +110,7 @@ std::unique_ptr<Math::SignalFeature> newRanges()
 {
     auto pFeature = std::make_unique<MaxSpectralRangesFeature>();
     pFeature->addSpectralRange(1000, 100);
-    pFeature->addSpectralRange(2000, 50);
+    pFeature->addSpectralRange(2000, 100);
     return pFeature;
 }
 

@@ -39,6 +39,10 @@ Outcome succeeds(Values in_vValues);
 /// A refusal, with what is appended nevertheless.
 Outcome refuses(Values in_vValues = {});
 Outcome outcomeOf(Math::SignalFeature& inout_feature, const Values& in_vInput);
+inline Outcome outcomeOf(Math::SignalFeature&& inout_feature, const Values& in_vInput)
+{
+    return outcomeOf(inout_feature, in_vInput);
+}
 Outcome outcomeOf(const PlainResult& in_result);
 
 /// A feature by its description, chains included; null when it is not made.
