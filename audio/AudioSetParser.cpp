@@ -50,13 +50,15 @@ bool AudioSetParser::setAudioSetFilename(const char* in_szFileName)
 {
     CORVANA_TRACE_SCOPE(fileScopeLogger(), "AudioSetParser::setAudioSetFilename");
 
-    std::ifstream stream(in_szFileName);
-    if (!stream) {
-        CORVANA_LOG_ERROR(fileScopeLogger(),
-                          "Could not open file " << in_szFileName << " containing file set to parse");
+    const std::string strFileName = in_szFileName == nullptr ? "" : in_szFileName;
+    std::ifstream stream(strFileName);
+    std::error_code error;
+    // A folder can be opened, but not read: it must not pass for an empty list.
+    if (!stream || std::filesystem::is_directory(strFileName, error)) {
+        CORVANA_LOG_ERROR(fileScopeLogger(), "Could not open file " << strFileName << " containing file set to parse");
         return false;
     }
-    m_strListFileName = in_szFileName;
+    m_strListFileName = strFileName;
     std::string strLine;
     while (std::getline(stream, strLine))
         if (!strLine.empty() && strLine.front() != '#')

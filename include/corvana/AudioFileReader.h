@@ -45,6 +45,8 @@ public:
 
     /// Seconds of audio read so far.
     double getCurrentAudioTime() const override;
+    /// Frames from the start of the file to the next one read.
+    unsigned long getFramePosition() const { return m_uiFramePosition; }
     /// The amplitude from which a sample counts as clipped: 0.980347 for mu-law, 0.984375 for A-law, else 0.999969.
     double getClippingValue() const;
     /// Samples per second of the open file; 0 when none is open.

@@ -50,15 +50,16 @@ public:
     /// a parameter is missing or unusable. Without a call, the first evaluation configures with what the formula says.
     bool configure(const ROConfiguration& in_config, const TSHandle<VirtualFileSystem>& in_hFileSystem = {});
     /// Points out_pResult at the value, which the next evaluation overwrites. Allocates nothing after the first time
-    /// for values of the same sizes. False, with out_pResult as it was, after a message at error level: a variable has
-    /// no value, sizes do not fit, or a function failed.
+    /// for values of the same sizes. False, with out_pResult as it was: a variable has no value, or sizes do not fit,
+    /// after a message at error level that says so; or a function failed.
     bool evaluate(LimitedObjPtr<DoubleVector>& out_pResult);
-    /// Makes the functions forget what earlier evaluations accumulated.
+    /// Makes the functions forget what earlier evaluations accumulated. False: the expression is empty.
     bool reset();
 
     /// An independent expression with variables of its own; configure it again.
     Expression copy() const;
-    /// The node at the top; null when empty.
+    /// The node at the top, to look at; null when empty. Evaluating it directly may give former values of expressions
+    /// that occur twice.
     Handle<ExpressionBaseImpl> getRoot() const;
 
 private:

@@ -52,7 +52,7 @@ public:
     /// Makes the children, then this node, forget what earlier evaluations accumulated.
     virtual bool reset();
     /// Puts a node in the place of another one, wherever it stands below this node. False: it does not, or a node that
-    /// holds it is sealed.
+    /// holds it is sealed. A function that was evaluated goes on reading the variables that it found then.
     virtual bool replace(const Handle<ExpressionBaseImpl>& in_hOld, const Handle<ExpressionBaseImpl>& in_hNew);
     /// Writes one line for each node, indented by its depth.
     virtual void dump(std::ostream& out_stream, unsigned in_uiIndent = 0) const;
@@ -68,24 +68,29 @@ public:
 
     /// Writes the node as formula text.
     std::ostream& write(std::ostream& out_stream) const override;
-    /// Whether the text has to stand in parentheses inside an operator's.
-    virtual bool isOperator() const;
+    /// How tightly the text holds together: 1 for "or" up to s_uiTightest for what no operator can pull apart.
+    virtual unsigned getPrecedence() const;
+    bool isOperator() const { return getPrecedence() < s_uiTightest; }
 
 protected:
+    static constexpr unsigned s_uiTightest = 8;
+
     virtual bool evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult) = 0;
     virtual bool reset_i() = 0;
     virtual Handle<ExpressionBaseImpl> copy_i(ExpressionImplCopier& io_copier) const = 0;
     virtual bool isDependantOf_i(const Handle<ExpressionBaseImpl>& in_hOther) const = 0;
     virtual bool configure_i(const ROConfiguration& in_config, const TSHandle<VirtualFileSystem>& in_hFileSystem) = 0;
     virtual void seal_i();
-    /// False: sealed, or out of range.
+    /// False: sealed, out of range, a null handle, or a node that this one stands below: a circle would never end.
     virtual bool replaceChild_i(long in_iIndex, const Handle<ExpressionBaseImpl>& in_hNew);
 
     /// Returns the child's index.
     long addChild(const Handle<ExpressionBaseImpl>& in_hChild);
     void copyChildren(const ExpressionBaseImpl& in_source, ExpressionImplCopier& io_copier);
-    /// Writes a child, in parentheses when it is an operator.
-    void writeOperand(std::ostream& out_stream, long in_iIndex) const;
+    /// Writes a child, in parentheses unless it holds together as tightly as in_uiPrecedence.
+    void writeOperand(std::ostream& out_stream, long in_iIndex, unsigned in_uiPrecedence) const;
+    /// Whether it is the node itself, or stands below it.
+    bool holds(const ExpressionBaseImpl* in_pOther) const;
 
 private:
     friend class ExpressionImplCopier;
@@ -104,12 +109,13 @@ public:
 
     /// Copies the value. Before the first call, evaluating fails.
     void setValue(const DoubleVector& in_vValue);
-    /// Evaluating and writing are the expression's from now on.
+    /// Evaluating and writing are the expression's from now on. A null handle, or an expression that reads this
+    /// variable, changes nothing.
     void bind(const Handle<ExpressionBaseImpl>& in_hExpression);
     bool isBound() const { return getNbOfChildren() > 0; }
 
     std::ostream& write(std::ostream& out_stream) const override;
-    bool isOperator() const override;
+    unsigned getPrecedence() const override;
 
 protected:
     bool evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult) override;

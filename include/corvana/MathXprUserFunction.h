@@ -51,6 +51,8 @@ protected:
         if (!m_function.calculate(m_arguments, m_vSpare))
             return false;
         m_vResult.swap(m_vSpare);
+        if (m_vSpare.capacity() < m_vResult.size())
+            m_vSpare.reserve(m_vResult.capacity()); // once, so that the next evaluation allocates nothing
         if (out_pResult.get() != &m_vResult)
             out_pResult.pointAt(m_vResult);
         return true;

@@ -387,6 +387,17 @@ TEST_F(AudioSetParserTest, RejectsAMissingAbsoluteEntry)
     EXPECT_THAT(log.events(), ElementsAre(absoluteNotFound("/missing/a.wav")));
 }
 
+TEST_F(AudioSetParserTest, DoesNotTakeAFolderOrNullForAList)
+{
+    const LogCapture log("kestrivon.audio.AudioSetParser");
+
+    EXPECT_FALSE(m_parser.setAudioSetFilename(m_dir.path().c_str()));
+    EXPECT_FALSE(m_parser.setAudioSetFilename(nullptr));
+
+    EXPECT_THAT(log.texts(), ElementsAre("Could not open file " + m_dir.path() + " containing file set to parse",
+                                         "Could not open file  containing file set to parse"));
+}
+
 TEST_F(AudioSetParserTest, DoesNotLookForAnAbsoluteEntryInTheDataFolder)
 {
     touch("data/missing/a.wav");

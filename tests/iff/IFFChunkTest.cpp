@@ -153,3 +153,13 @@ TEST(Chunk, KeepsTheirPlacesForChildrenWhenOthersComeAndGo)
     EXPECT_EQ(pChild, &*it);
     EXPECT_EQ(Chunk::makeId("labl"), it->m_uiId);
 }
+
+TEST(Chunk, CanBeGivenAPartOfItsOwnData)
+{
+    Chunk chunk(Chunk::makeId("data"));
+    chunk.setData(s_aucBytes, 3);
+
+    EXPECT_TRUE(chunk.setData(chunk.m_vData.data() + 1, 2));
+
+    EXPECT_THAT(chunk.m_vData, ElementsAre(s_aucBytes[1], s_aucBytes[2]));
+}

@@ -166,6 +166,14 @@ TEST(Logger, HasTheAppenderOfTheRoot)
     EXPECT_TRUE(Logger::getRoot().hasAppender());
 }
 
+TEST(Logger, FindsTheAppenderOfALoggerThatIsOnlyCalledRoot)
+{
+    const LogCapture log("root");
+
+    EXPECT_TRUE(Logger("root").hasAppender());
+    EXPECT_FALSE(Logger::getRoot().hasAppender());
+}
+
 TEST(Logger, HasNoAppenderOfAnAncestorThatItPassesNothingTo)
 {
     const ScopedAppender appender(underlying("test.additivity"));

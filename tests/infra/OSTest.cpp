@@ -70,6 +70,18 @@ TEST(StrToLower, GoesOnBehindANul)
     EXPECT_EQ(std::string("a\0b", 3), lower(std::string("A\0B", 3)));
 }
 
+TEST(GetCanonicalPath, EndsWithoutASlashWhetherThePathExistsOrNot)
+{
+    const Corvana::Test::TempDir dir;
+
+    EXPECT_EQ(dir.path(), canonical(dir.path() + "/"));
+    EXPECT_EQ(dir.path() + "/missing", canonical(dir.path() + "/missing/"));
+    EXPECT_EQ(dir.path() + "/missing", canonical(dir.path() + "/missing/x/.."));
+    EXPECT_EQ(dir.path(), canonical(dir.path() + "/missing/.."));
+    EXPECT_EQ("/", canonical("/"));
+    EXPECT_EQ("/", canonical("//"));
+}
+
 TEST(IsPathRelative, IsFalseOnlyForALeadingSlash)
 {
     EXPECT_FALSE(isPathRelative("/"));

@@ -69,6 +69,15 @@ TEST(SplitParams, TakesANameWithoutParameters)
     }
 }
 
+TEST(SplitParams, RefusesNull)
+{
+    const Split result = split(nullptr);
+
+    EXPECT_FALSE(result.m_bWellFormed);
+    EXPECT_EQ("", result.m_strFeature);
+    EXPECT_THAT(result.m_vParams, IsEmpty());
+}
+
 TEST(SplitParams, TakesOneParameter)
 {
     for (const char* szDescription : {"peaks(5)", "peaks( 5 )", " peaks (\t5)\t"}) {

@@ -276,6 +276,16 @@ TEST_F(SignalFeaturePoolTest, MakesLongChains)
     EXPECT_EQ(DoubleVector({1.0}), valuesOf(*pFeature, DoubleVector({1.0})));
 }
 
+TEST_F(SignalFeaturePoolTest, RefusesChainsOfMoreThan256Stages)
+{
+    std::string strDescription = "total";
+    for (int iStage = 1; iStage < 256; ++iStage)
+        strDescription += "|total";
+
+    EXPECT_NE(nullptr, made(strDescription.c_str()));
+    EXPECT_EQ(nullptr, made((strDescription + "|total").c_str()));
+}
+
 TEST_F(SignalFeaturePoolTest, MakesFeaturesThatOutliveIt)
 {
     std::unique_ptr<SignalFeature> pFeature;
