@@ -219,6 +219,11 @@ std::vector<DescriptionStage> DescriptionChecker::check(std::string_view in_strD
         }
         vStages.push_back(check.getStage());
     }
+    // Each stage can be made: then the chain as a whole is too long.
+    if (std::unique_ptr<Math::SignalFeature>(m_pool.getNewFeature(std::string(in_strDescription).c_str())) == nullptr) {
+        out_fault = fault("a chain of " + counted(vStages.size(), "stage") + " is too long", description);
+        return {};
+    }
     return vStages;
 }
 

@@ -50,9 +50,15 @@ private:
     void appendColumns(const std::string& in_strDescription, std::size_t in_uiNbOfValues)
     {
         if (in_uiNbOfValues == 1)
-            m_strHeader += "," + csvField(in_strDescription);
+            appendColumn(in_strDescription);
         for (std::size_t uiValue = 0; in_uiNbOfValues != 1 && uiValue < in_uiNbOfValues; ++uiValue)
-            m_strHeader += "," + csvField(in_strDescription + "[" + std::to_string(uiValue) + "]");
+            appendColumn(in_strDescription + "[" + std::to_string(uiValue) + "]");
+    }
+
+    void appendColumn(const std::string& in_strName)
+    {
+        m_strHeader += ',';
+        m_strHeader += csvField(in_strName);
     }
 
     std::string m_strHeader;
@@ -67,7 +73,7 @@ public:
         : m_vNbOfValues(in_vNbOfValues)
     {
         for (const std::string& strDescription : in_vDescriptions)
-            m_vKeys.push_back("," + jsonString(strDescription) + ":");
+            m_vKeys.push_back(jsonString(strDescription) + ":");
     }
 
     std::string getHeader() const override { return {}; }
@@ -85,6 +91,7 @@ public:
 
     void addFeature(std::size_t in_uiFeature, const Math::DoubleVector& in_vValues) override
     {
+        m_strRow += ',';
         m_strRow += m_vKeys[in_uiFeature];
         if (m_vNbOfValues[in_uiFeature] == 1)
             appendJsonNumber(m_strRow, in_vValues[0]);

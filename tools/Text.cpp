@@ -41,7 +41,8 @@ bool startsWith(std::string_view in_strText, std::string_view in_strStart)
 
 std::string twoDigits(unsigned long in_uiValue)
 {
-    return (in_uiValue < 10 ? "0" : "") + std::to_string(in_uiValue);
+    const std::string strDigits = std::to_string(in_uiValue);
+    return std::string(strDigits.size() < 2 ? 2 - strDigits.size() : 0, '0') + strDigits;
 }
 
 } // namespace
@@ -56,7 +57,10 @@ std::string printable(std::string_view in_strText)
 
 std::string inQuotes(std::string_view in_strText)
 {
-    return "'" + printable(in_strText) + "'";
+    std::string strText = "'";
+    strText += printable(in_strText);
+    strText += '\'';
+    return strText;
 }
 
 std::string joined(const std::vector<std::string>& in_vTexts)

@@ -137,6 +137,17 @@ TEST_F(DescriptionCheckerTest, RefusesANullCharacter)
     expectFault(std::string_view("spectrum\0x", 10), "a null character", 8, std::string_view("\0", 1));
 }
 
+TEST_F(DescriptionCheckerTest, RefusesAChainThatIsTooLongForThePool)
+{
+    std::string strChain = "flatness";
+    while (std::unique_ptr<Math::SignalFeature>(m_pool.getNewFeature(strChain.c_str())) != nullptr) {
+        EXPECT_FALSE(check(strChain).empty());
+        strChain += "|flatness";
+        ASSERT_LT(strChain.size(), 100000U);
+    }
+    expectFault(strChain, "a chain of 257 stages is too long", 0, strChain);
+}
+
 TEST_F(DescriptionCheckerTest, AgreesWithThePoolAboutEveryShortText)
 {
     // All texts of up to four pieces; what the checker accepts, and nothing else, must be made.
