@@ -6,6 +6,7 @@
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
 #include "tools/OutputFile.h"
+#include "tools/RunSettings.h"
 #include "tools/Text.h"
 
 #include <filesystem>
@@ -56,8 +57,10 @@ public:
 
     int run()
     {
-        if (!checkOptions())
+        if (!checkOptions() || !saveConfig())
             return EXIT_UNUSABLE;
+        if (!hasInputs())
+            return EXIT_DONE;
         const std::vector<Input> vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_log, m_messages);
         if (!openOutput(vInputs) || !settleForGivenRate())
             return EXIT_UNUSABLE;
@@ -77,7 +80,7 @@ private:
     bool checkOptions()
     {
         const WindowOptions& windows = m_options.m_windows;
-        if (m_options.m_vInputs.empty() && m_options.m_vLists.empty())
+        if (!hasInputs() && m_options.m_strSaveConfig.empty())
             return refuse("no recording given: name at least one, or a list of them with --list FILE");
         if (windows.m_uiOverlapMs >= windows.m_uiWindowMs)
             return refuse("the overlap (--overlap-ms " + std::to_string(windows.m_uiOverlapMs) +
@@ -89,11 +92,25 @@ private:
         return false;
     }
 
+    bool hasInputs() const { return !m_options.m_vInputs.empty() || !m_options.m_vLists.empty(); }
+
+    bool saveConfig()
+    {
+        if (m_options.m_strSaveConfig.empty())
+            return true;
+        const std::string strFault =
+            RunSettings::save(m_options.m_strSaveConfig, {m_options.m_windows, m_features.getDescriptions()});
+        return strFault.empty() || refuse("cannot write: " + strFault);
+    }
+
     bool openOutput(const std::vector<Input>& in_vInputs)
     {
         if (!m_options.m_strOutput.empty() && !m_output.open(m_options.m_strOutput))
             return refuse("cannot write: " + m_output.getFault());
         std::vector<std::string> vRead = m_options.m_vLists;
+        for (const std::string& strFile : {m_options.m_strConfig, m_options.m_strSaveConfig})
+            if (!strFile.empty())
+                vRead.push_back(strFile);
         for (const Input& input : in_vInputs)
             if (input.m_strFault.empty())
                 vRead.push_back(input.m_strPath);
@@ -214,7 +231,18 @@ private:
 
 int CommandFeatures::run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages)
 {
-    return FeaturesRun(in_options, out_data, out_messages).run();
+    if (in_options.m_strConfig.empty())
+        return FeaturesRun(in_options, out_data, out_messages).run();
+
+    RunSettings settings{in_options.m_windows, {}};
+    const std::string strFault = RunSettings::load(in_options.m_strConfig, settings);
+    Options options = in_options;
+    options.m_windows = settings.m_windows;
+    options.m_vFeatures = settings.m_vFeatures;
+    if (strFault.empty())
+        return FeaturesRun(options, out_data, out_messages).run();
+    Messages(out_messages, in_options.m_messages.m_bQuiet).error(printable(in_options.m_strConfig) + ": " + strFault);
+    return EXIT_UNUSABLE;
 }
 
 } // namespace Corvana::Tools

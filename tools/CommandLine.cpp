@@ -47,6 +47,8 @@ Examples:
   corvana features -f 'spectrum|flatness' -f spectrum500hz -o calls.csv a.wav b.wav
   corvana features --window-ms 32 --overlap-ms 16 --format jsonl call.wav
   corvana features --list calls.txt -o calls.csv
+  corvana features -f 'spectrum|peaks' --window-ms 32 --save-config peaks.xml
+  corvana features --config peaks.xml call.wav
   sox call.mp3 -r 8000 -c 1 -t au - | corvana features -
 
 Exit codes: 0 done; 1 finished, but some inputs failed (each is named, the others are complete); 2 wrong usage, or
@@ -287,6 +289,10 @@ private:
                 readWord<RowFormat>("--format", in_strText, {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}});
         });
         addWindowOptions(command, options.m_windows);
+        addText(command, "--config", "FILE", "Features and windows as --save-config kept them",
+                [&options](const std::string& in_strText) { options.m_strConfig = in_strText; });
+        addText(command, "--save-config", "FILE", "Keep features and windows in FILE, for --config; needs no INPUT",
+                [&options](const std::string& in_strText) { options.m_strSaveConfig = in_strText; });
         addText(command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
                 [&options](const std::string& in_strText) {
                     options.m_progress = readWord<ProgressMode>("--progress", in_strText,
@@ -315,8 +321,23 @@ private:
                 });
     }
 
+    // What a saved configuration settles cannot be said beside it: nobody could tell which one holds.
+    bool isSaidTwice(std::string& out_strOption)
+    {
+        for (const char* szOption : {"--feature", "--window-ms", "--overlap-ms", "--suppress-dc", "--sample-rate"}) {
+            if (!m_features.m_strConfig.empty() && findCommand("features")->count(szOption) > 0) {
+                out_strOption = szOption;
+                return true;
+            }
+        }
+        return false;
+    }
+
     int runFeatures()
     {
+        std::string strOption;
+        if (isSaidTwice(strOption))
+            return refuse(strOption + " cannot stand beside --config, which settles it");
         const bool bToStream = m_features.m_strOutput.empty() || m_features.m_strOutput == "-";
         m_features.m_bStatusLine = m_terminals.m_bMessages && !(m_terminals.m_bData && bToStream);
         m_features.m_bFlushRows = m_terminals.m_bData && bToStream;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/FeatureSet.h"
 
+#include "corvana/AudioFeatureComputerImpl.h"
 #include "corvana/AudioFeatureFactory.h"
 #include "tools/Text.h"
 #include "tools/WindowAdvice.h"
@@ -78,16 +79,15 @@ bool FeatureSet::add(const std::string& in_strDescription, const DescriptionChec
                              inQuotes("spectrum|" + in_strDescription));
     m_vDescriptions.push_back(in_strDescription);
     m_vStages.push_back(std::move(vStages));
-    m_vPrototypes.emplace_back(m_pool.getNewFeature(in_strDescription.c_str()));
     return true;
 }
 
-std::vector<FeaturePtr> FeatureSet::getFreshFeatures() const
+std::unique_ptr<Math::FeatureComputerImpl> FeatureSet::getFreshComputer() const
 {
-    std::vector<FeaturePtr> vFeatures;
-    for (const FeaturePtr& pPrototype : m_vPrototypes)
-        vFeatures.emplace_back(pPrototype->clone());
-    return vFeatures;
+    auto pComputer = std::make_unique<Audio::FeatureComputerImpl>();
+    for (const std::string& strDescription : m_vDescriptions)
+        pComputer->addFeature(strDescription.c_str());
+    return pComputer;
 }
 
 std::string FeatureSet::probe(std::size_t in_uiFeature, unsigned long in_uiSampleRate, unsigned long in_uiWindowMs,
@@ -102,7 +102,7 @@ std::string FeatureSet::probe(std::size_t in_uiFeature, unsigned long in_uiSampl
             return strFault;
         inout_log.beginInput({});
         Math::DoubleVector vOutput;
-        const FeaturePtr pFeature(m_pool.getNewFeature(stage.m_strText.c_str()));
+        const std::unique_ptr<Math::SignalFeature> pFeature(m_pool.getNewFeature(stage.m_strText.c_str()));
         const bool bComputed = pFeature->compute(vInput, vOutput);
         const std::string strReason = inout_log.takeErrors();
         if (!bComputed)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "corvana/MathFeatureComputer.h"
 #include "corvana/MathSignalFeaturePool.h"
 #include "tools/DescriptionChecker.h"
 #include "tools/LogBridge.h"
@@ -15,8 +16,6 @@ namespace Corvana::Tools {
 
 /// The descriptions that run when none is given: a coarse spectrum and how tonal the window is.
 std::vector<std::string> defaultFeatures();
-
-using FeaturePtr = std::unique_ptr<Math::SignalFeature>;
 
 /// The features of a run: checked descriptions, fresh features for each recording, and the number of values that each
 /// feature gives for windows of a length.
@@ -39,8 +38,8 @@ public:
     bool configure(const std::vector<std::string>& in_vDescriptions, Messages& out_messages);
 
     const std::vector<std::string>& getDescriptions() const { return m_vDescriptions; }
-    /// Features that have seen nothing yet.
-    std::vector<FeaturePtr> getFreshFeatures() const;
+    /// A computer of all features, in order, that has seen nothing yet.
+    std::unique_ptr<Math::FeatureComputerImpl> getFreshComputer() const;
     /// Tries windows of zeros. The rate and the length in milliseconds serve the explanation of a fault.
     const Layout& getLayout(unsigned long in_uiSampleRate, unsigned long in_uiWindowMs, LogBridge& inout_log);
     /// The names of the features whose values mean what they say only at 8000 samples per second, each once.
@@ -56,7 +55,6 @@ private:
     Math::SignalFeaturePool m_pool;
     std::vector<std::string> m_vDescriptions;
     std::vector<Stages> m_vStages;
-    std::vector<FeaturePtr> m_vPrototypes;
     std::map<unsigned long, Layout> m_vLayouts; // by sample rate
 };
 

@@ -7,7 +7,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <new>
+#include <numeric>
+#include <span>
 
 namespace Corvana::Tools {
 namespace {
@@ -122,10 +125,10 @@ try {
     warnAboutRate();
     m_log.beginInput(m_strPath);
     inout_writer.beginFile(m_strPath);
-    std::vector<FeaturePtr> vFeatures = m_features.getFreshFeatures();
+    const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();
     unsigned long uiNbOfRows = 0;
     while (m_reader.getNextWindow(m_vWindow)) {
-        const std::string strFault = writeRow(inout_writer, vFeatures);
+        const std::string strFault = writeRow(inout_writer, *pComputer);
         if (!strFault.empty())
             return strFault;
         const std::string& strRow = inout_writer.endRow();
@@ -148,28 +151,29 @@ try {
 }
 
 // Returns a fault; the row is complete only without one.
-std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, std::vector<FeaturePtr>& inout_vFeatures)
+std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer)
 {
+    inout_computer.setWindow(m_vWindow);
+    const bool bComputed = inout_computer.computeFeatures(m_vValues);
+    const std::vector<std::size_t>& vNbOfValues = getNbOfValues();
+    if (!bComputed || m_vValues.size() != std::accumulate(vNbOfValues.begin(), vNbOfValues.end(), std::size_t{0}))
+        return rowFault(bComputed);
     inout_writer.beginRow(m_reader.getCurrentAudioTime());
-    for (std::size_t uiFeature = 0; uiFeature < inout_vFeatures.size(); ++uiFeature) {
-        m_vValues.clear();
-        const bool bComputed = inout_vFeatures[uiFeature]->compute(m_vWindow, m_vValues);
-        if (!bComputed || m_vValues.size() != getNbOfValues()[uiFeature])
-            return featureFault(uiFeature, bComputed);
-        inout_writer.addFeature(uiFeature, m_vValues);
+    std::span<const double> values(m_vValues.data(), m_vValues.size());
+    for (std::size_t uiFeature = 0; uiFeature < vNbOfValues.size(); ++uiFeature) {
+        inout_writer.addFeature(uiFeature, values.first(vNbOfValues[uiFeature]));
+        values = values.subspan(vNbOfValues[uiFeature]);
     }
     return {};
 }
 
-std::string RecordingAnalysis::featureFault(std::size_t in_uiFeature, bool in_bComputed)
+std::string RecordingAnalysis::rowFault(bool in_bComputed)
 {
     const std::string strReason = m_log.takeErrors();
-    const std::string strWhere = "the feature " + inQuotes(m_features.getDescriptions()[in_uiFeature]) +
-                                 (in_bComputed ? " gave " + counted(m_vValues.size(), "value") + " instead of " +
-                                                     std::to_string(getNbOfValues()[in_uiFeature])
-                                               : " failed") +
-                                 " for the window that ends at " + toShortestText(m_reader.getCurrentAudioTime()) +
-                                 " s";
+    const std::string strWhere =
+        (in_bComputed ? "the features gave another number of values (" + std::to_string(m_vValues.size()) + ")"
+                      : std::string("the features failed")) +
+        " for the window that ends at " + toShortestText(m_reader.getCurrentAudioTime()) + " s";
     return strReason.empty() ? strWhere : strWhere + ": " + strReason;
 }
 

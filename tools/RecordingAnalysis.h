@@ -60,8 +60,8 @@ private:
 
     std::string configureReader();
     void warnAboutRate();
-    std::string writeRow(RowWriter& inout_writer, std::vector<FeaturePtr>& inout_vFeatures);
-    std::string featureFault(std::size_t in_uiFeature, bool in_bComputed);
+    std::string writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer);
+    std::string rowFault(bool in_bComputed);
     std::string checkEnd() const;
     std::string outOfMemory() const;
     double fractionRead() const;

@@ -32,9 +32,9 @@ public:
         appendShortestText(m_strRow, in_dTime);
     }
 
-    void addFeature(std::size_t, const Math::DoubleVector& in_vValues) override
+    void addFeature(std::size_t, std::span<const double> in_values) override
     {
-        for (const double dValue : in_vValues) {
+        for (const double dValue : in_values) {
             m_strRow += ',';
             appendShortestText(m_strRow, dValue);
         }
@@ -89,14 +89,14 @@ public:
         appendJsonNumber(m_strRow, in_dTime);
     }
 
-    void addFeature(std::size_t in_uiFeature, const Math::DoubleVector& in_vValues) override
+    void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) override
     {
         m_strRow += ',';
         m_strRow += m_vKeys[in_uiFeature];
         if (m_vNbOfValues[in_uiFeature] == 1)
-            appendJsonNumber(m_strRow, in_vValues[0]);
+            appendJsonNumber(m_strRow, in_values[0]);
         else
-            appendArray(in_vValues);
+            appendArray(in_values);
     }
 
     const std::string& endRow() override
@@ -106,13 +106,13 @@ public:
     }
 
 private:
-    void appendArray(const Math::DoubleVector& in_vValues)
+    void appendArray(std::span<const double> in_values)
     {
         m_strRow += '[';
-        for (std::size_t uiIndex = 0; uiIndex < in_vValues.size(); ++uiIndex) {
+        for (std::size_t uiIndex = 0; uiIndex < in_values.size(); ++uiIndex) {
             if (uiIndex > 0)
                 m_strRow += ',';
-            appendJsonNumber(m_strRow, in_vValues[uiIndex]);
+            appendJsonNumber(m_strRow, in_values[uiIndex]);
         }
         m_strRow += ']';
     }

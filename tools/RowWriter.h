@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "corvana/MathDoubleVector.h"
-
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -30,7 +29,7 @@ public:
     virtual std::string getHeader() const = 0;
     virtual void beginFile(const std::string& in_strFile) = 0;
     virtual void beginRow(double in_dTime) = 0;
-    virtual void addFeature(std::size_t in_uiFeature, const Math::DoubleVector& in_vValues) = 0;
+    virtual void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) = 0;
     /// The whole row with its line end; holds until the next one begins.
     virtual const std::string& endRow() = 0;
 };

@@ -70,6 +70,21 @@ unsigned long FeatureComputerImpl::getNbOfFeatures() const
     return m_pGraph->getNbOfFeatures();
 }
 
+const std::string& FeatureComputerImpl::getDescription(unsigned long in_uiIndex) const
+{
+    return m_pGraph->getEntry(in_uiIndex).m_strDescription;
+}
+
+const std::string& FeatureComputerImpl::getInputName(unsigned long in_uiIndex) const
+{
+    return m_pGraph->getEntry(in_uiIndex).m_strInput;
+}
+
+const std::string& FeatureComputerImpl::getOutputName(unsigned long in_uiIndex) const
+{
+    return m_pGraph->getEntry(in_uiIndex).m_strOutput;
+}
+
 SignalFeaturePool& FeatureComputerImpl::getFeaturePool()
 {
     return m_pool;

@@ -6,6 +6,7 @@
 #include "corvana/Resettable.h"
 
 #include <memory>
+#include <string>
 
 namespace boost::serialization {
 class access;
@@ -70,6 +71,10 @@ public:
     bool reset() override;
 
     unsigned long getNbOfFeatures() const;
+    /// What addFeature() was given; in_uiIndex is below getNbOfFeatures().
+    const std::string& getDescription(unsigned long in_uiIndex) const;
+    const std::string& getInputName(unsigned long in_uiIndex) const;
+    const std::string& getOutputName(unsigned long in_uiIndex) const;
     SignalFeaturePool& getFeaturePool();
 
 protected:

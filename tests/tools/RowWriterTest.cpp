@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -17,8 +18,8 @@ std::string rowOf(RowWriter& inout_writer, const std::string& in_strFile)
 {
     inout_writer.beginFile(in_strFile);
     inout_writer.beginRow(0.016);
-    inout_writer.addFeature(0, {0.1, -s_dInfinity});
-    inout_writer.addFeature(1, {s_dNaN});
+    inout_writer.addFeature(0, std::array{0.1, -s_dInfinity});
+    inout_writer.addFeature(1, std::array{s_dNaN});
     return inout_writer.endRow();
 }
 
@@ -73,7 +74,7 @@ TEST(JsonRowWriter, WritesOneValueAsANumberAndNoneAsAnEmptyArray)
     const auto pWriter = RowWriter::make(RowFormat::JSONL, {"one", "none"}, {1, 0});
     pWriter->beginFile("x");
     pWriter->beginRow(1.0);
-    pWriter->addFeature(0, {2.5});
+    pWriter->addFeature(0, std::array{2.5});
     pWriter->addFeature(1, {});
 
     EXPECT_EQ(pWriter->endRow(), "{\"file\":\"x\",\"time\":1,\"one\":2.5,\"none\":[]}\n");

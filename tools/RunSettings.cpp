@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/RunSettings.h"
+
+#include "corvana/AudioFeatureComputerImpl.h"
+#include "corvana/AudioLinearWindower.h"
+#include "tools/OutputFile.h"
+
+#include <boost/archive/polymorphic_xml_iarchive.hpp>
+#include <boost/archive/polymorphic_xml_oarchive.hpp>
+
+#include <exception>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+namespace Corvana::Tools {
+namespace {
+
+using Audio::LinearAudioWindower;
+
+// Names and order are the saved format.
+constexpr const char* s_szWindowsItem = "Windows";
+constexpr const char* s_szComputerItem = "Computer";
+
+void write(std::ostream& out_stream, const LinearAudioWindower::Config& in_config,
+           const Math::FeatureComputerImpl* in_pComputer)
+{
+    boost::archive::polymorphic_xml_oarchive archive(out_stream);
+    boost::archive::polymorphic_oarchive& interface = archive;
+    interface << boost::serialization::make_nvp(s_szWindowsItem, in_config);
+    interface << boost::serialization::make_nvp(s_szComputerItem, in_pComputer);
+}
+
+std::unique_ptr<Math::FeatureComputerImpl> read(std::istream& io_stream, LinearAudioWindower::Config& out_config)
+{
+    boost::archive::polymorphic_xml_iarchive archive(io_stream);
+    boost::archive::polymorphic_iarchive& interface = archive;
+    Math::FeatureComputerImpl* pComputer = nullptr;
+    interface >> boost::serialization::make_nvp(s_szWindowsItem, out_config);
+    interface >> boost::serialization::make_nvp(s_szComputerItem, pComputer);
+    return std::unique_ptr<Math::FeatureComputerImpl>(pComputer);
+}
+
+} // namespace
+
+std::string RunSettings::save(const std::string& in_strPath, const RunSettings& in_settings)
+{
+    LinearAudioWindower::Config config;
+    config.m_uiSampleRate = in_settings.m_windows.m_uiSampleRate;
+    config.m_uiWindowSizeMs = in_settings.m_windows.m_uiWindowMs;
+    config.m_uiWindowOverlapMs = in_settings.m_windows.m_uiOverlapMs;
+    config.m_bSuppressDCOffset = in_settings.m_windows.m_bSuppressDC;
+    Audio::FeatureComputerImpl computer;
+    for (const std::string& strFeature : in_settings.m_vFeatures)
+        computer.addFeature(strFeature.c_str());
+
+    std::ostringstream unused;
+    OutputFile file(unused);
+    if (!file.open(in_strPath))
+        return file.getFault();
+    write(file.stream(), config, &computer);
+    return file.commit() ? std::string() : file.getFault();
+}
+
+std::string RunSettings::load(const std::string& in_strPath, RunSettings& out_settings)
+try {
+    std::ifstream stream(in_strPath, std::ios::binary);
+    if (!stream)
+        return "cannot be opened";
+    LinearAudioWindower::Config config;
+    const std::unique_ptr<Math::FeatureComputerImpl> pComputer = read(stream, config);
+    if (pComputer == nullptr || pComputer->getNbOfFeatures() == 0)
+        return "holds no features";
+
+    out_settings.m_windows.m_uiSampleRate = config.m_uiSampleRate;
+    out_settings.m_windows.m_uiWindowMs = config.m_uiWindowSizeMs;
+    out_settings.m_windows.m_uiOverlapMs = config.m_uiWindowOverlapMs;
+    out_settings.m_windows.m_bSuppressDC = config.m_bSuppressDCOffset;
+    out_settings.m_vFeatures.clear();
+    for (unsigned long uiIndex = 0; uiIndex < pComputer->getNbOfFeatures(); ++uiIndex) {
+        if (!pComputer->getInputName(uiIndex).empty() || !pComputer->getOutputName(uiIndex).empty())
+            return "has features with named inputs or outputs, which only programs can run";
+        out_settings.m_vFeatures.push_back(pComputer->getDescription(uiIndex));
+    }
+    return {};
+} catch (const std::exception& exception) {
+    return std::string("is no saved configuration (") + exception.what() + ")";
+}
+
+} // namespace Corvana::Tools
