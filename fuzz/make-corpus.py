@@ -222,5 +222,23 @@ def vectors():
         write("DoubleVectorFuzzer", name, program.contents)
 
 
-for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors):
+def expressions():
+    formulas = [
+        b"flatness(spectrum(x)) < 0.2",
+        b"spectralRange(spectrum(x), frequencyHz=1000, widthHz=100)",
+        b'maxSpectralRanges(spectrum(x), frequenciesList="440, 480")[0] > .1 and not a == b',
+        b"spectralRange(spectrum(x))", b"concat(silenceRatio(x), lowFreqEnergyRatios(spectrum(x)), peaks(spectrum(x)))",
+        b"harmonicProduct(spectrum(x)) / sum(harmonicProduct(spectrum(x)))", b"a + b * c - -d / e", b"((a - b) - c) - (d - e)",
+        b"not not a or b and c", b"(a < b) == (c >= d)", b"a < b < c", b"-v[0][size(v) - 1]", b"(-v)[not 0]",
+        b"min(v) + max(v) - mean(v) * sum(v) / size(v)", b"log(abs(sqrt(x)))", b"1e400", b"1e-9 + 5e-324 + .5 + 5. + 1E+3",
+        b"", b" \t\r\n", b"1 +", b"spectrm(x)", b"max()", b"max(x, n=1)", b'spectralRange(x, widthHz="1', b"a\xc3\xa4", b"v[1",
+        b"spectralRange(widthHz=-1e15, frequencyHz=1e15, x)", b"maxSpectralRanges(x, frequenciesList=-0.0)", b"a" + b"+a" * 400,
+        b"(" * 300, b"-" * 256 + b"a", b"abs(" * 256 + b"a" + b")" * 256, b"1+(" * 200 + b"a" + b")" * 200, b"a" + b"[0]" * 257,
+        b"x * x + x * x + (x * x)[0]", b"x + e", b"a and b or not c != d", b"1.2.3", b"0x10", b"inf + nan",
+    ]
+    for index, formula in enumerate(formulas):
+        write("ExpressionFuzzer", "formula-%02d" % index, formula)
+
+
+for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions):
     make()

@@ -118,6 +118,26 @@ private:
     std::vector<Handle<ExpressionBaseImpl>> m_vHandles;
 };
 
+bool isInName(char in_c)
+{
+    return (in_c >= 'a' && in_c <= 'z') || (in_c >= 'A' && in_c <= 'Z') || (in_c >= '0' && in_c <= '9') || in_c == '_';
+}
+
+// Leaves out the blanks that only please the eye: those that neither part two words nor stand in a quoted text.
+std::string withoutNeedlessBlanks(const std::string& in_strText)
+{
+    std::string strShort;
+    bool bQuoted = false;
+    for (std::size_t uiIndex = 0; uiIndex < in_strText.size(); ++uiIndex) {
+        const char c = in_strText[uiIndex];
+        bQuoted = bQuoted != (c == '"');
+        // What is written neither begins nor ends with a blank, so both neighbours exist.
+        if (c != ' ' || bQuoted || (isInName(strShort.back()) && isInName(in_strText[uiIndex + 1])))
+            strShort += c;
+    }
+    return strShort;
+}
+
 } // namespace
 
 Expression::Expression() = default;
@@ -131,14 +151,20 @@ bool Expression::parse(const char* in_szFormula)
     m_strError.clear();
     Parser parser;
     Syntax syntax;
-    if (!parser.parse(in_szFormula, syntax)) {
+    if (!parser.parse(in_szFormula == nullptr ? "" : in_szFormula, syntax)) {
         m_strError = parser.getError();
         return false;
     }
     auto pGraph = std::make_unique<Graph>();
     GraphBuilder(syntax).build(*pGraph);
     m_pGraph = std::move(pGraph);
-    return true;
+    if (getText().size() <= Parser::s_uiMaxLength)
+        return true;
+    // The text has to parse again, and "1e4" is written as "10000".
+    m_pGraph.reset();
+    m_strError = "the formula is longer than " + std::to_string(Parser::s_uiMaxLength) +
+                 " bytes with its numbers written out at column 1";
+    return false;
 }
 
 const std::string& Expression::getError() const
@@ -156,7 +182,8 @@ std::string Expression::getText() const
     std::ostringstream stream;
     if (!isEmpty())
         m_pGraph->m_hRoot->write(stream);
-    return stream.str();
+    const std::string strText = stream.str();
+    return strText.size() <= Parser::s_uiMaxLength ? strText : withoutNeedlessBlanks(strText);
 }
 
 std::vector<std::string> Expression::getVariableNames() const
@@ -175,7 +202,7 @@ std::vector<std::string> Expression::getParameterNames() const
 
 bool Expression::setVariable(const char* in_szName, const DoubleVector& in_vValue)
 {
-    if (isEmpty())
+    if (isEmpty() || in_szName == nullptr)
         return false;
     for (const auto& hVariable : m_pGraph->m_vVariables) {
         if (hVariable->getName() == in_szName) {

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/MathXprExpressionImpl.h"
 
+#include "corvana/Logger.h"
+
 #include <algorithm>
 #include <ostream>
+
+CORVANA_FILE_SCOPE_LOGGER("kestrivon.mathxpr.ExpressionImpl")
 
 namespace Corvana::Math::Xpr {
 
@@ -53,8 +57,6 @@ bool ExpressionBaseImpl::reset()
 
 bool ExpressionBaseImpl::replace(const Handle<ExpressionBaseImpl>& in_hOld, const Handle<ExpressionBaseImpl>& in_hNew)
 {
-    if (in_hNew.isNull())
-        return false;
     bool bReplaced = false;
     for (long iIndex = 0; iIndex < getNbOfChildren(); ++iIndex) {
         const Handle<ExpressionBaseImpl> hChild = getChildAt(iIndex);
@@ -106,14 +108,20 @@ std::ostream& ExpressionBaseImpl::write(std::ostream& out_stream) const
     return out_stream << m_strName;
 }
 
-bool ExpressionBaseImpl::isOperator() const
+unsigned ExpressionBaseImpl::getPrecedence() const
 {
-    return false;
+    return s_uiTightest;
+}
+
+bool ExpressionBaseImpl::holds(const ExpressionBaseImpl& in_node, const ExpressionBaseImpl& in_other)
+{
+    return &in_node == &in_other || std::any_of(in_node.m_vChildren.begin(), in_node.m_vChildren.end(),
+                                                [&](const auto& in_hChild) { return holds(*in_hChild, in_other); });
 }
 
 bool ExpressionBaseImpl::replaceChild_i(long in_iIndex, const Handle<ExpressionBaseImpl>& in_hNew)
 {
-    if (m_bSealed || in_iIndex < 0 || in_iIndex >= getNbOfChildren())
+    if (m_bSealed || in_iIndex < 0 || in_iIndex >= getNbOfChildren() || in_hNew.isNull() || holds(*in_hNew, *this))
         return false;
     m_vChildren[static_cast<std::size_t>(in_iIndex)] = in_hNew;
     return true;
@@ -131,10 +139,10 @@ void ExpressionBaseImpl::copyChildren(const ExpressionBaseImpl& in_source, Expre
         m_vChildren.push_back(io_copier.copyOf(hChild));
 }
 
-void ExpressionBaseImpl::writeOperand(std::ostream& out_stream, long in_iIndex) const
+void ExpressionBaseImpl::writeOperand(std::ostream& out_stream, long in_iIndex, unsigned in_uiPrecedence) const
 {
     const Handle<ExpressionBaseImpl> hChild = getChildAt(in_iIndex);
-    if (hChild->isOperator())
+    if (hChild->getPrecedence() < in_uiPrecedence)
         hChild->write(out_stream << '(') << ')';
     else
         hChild->write(out_stream);
@@ -155,6 +163,8 @@ void VariableImpl::setValue(const DoubleVector& in_vValue)
 
 void VariableImpl::bind(const Handle<ExpressionBaseImpl>& in_hExpression)
 {
+    if (in_hExpression.isNull() || holds(*in_hExpression, *this))
+        return;
     if (isBound())
         replaceChild_i(0, in_hExpression);
     else
@@ -166,9 +176,9 @@ std::ostream& VariableImpl::write(std::ostream& out_stream) const
     return isBound() ? getChildAt(0)->write(out_stream) : ExpressionBaseImpl::write(out_stream);
 }
 
-bool VariableImpl::isOperator() const
+unsigned VariableImpl::getPrecedence() const
 {
-    return isBound() && getChildAt(0)->isOperator();
+    return isBound() ? getChildAt(0)->getPrecedence() : s_uiTightest;
 }
 
 bool VariableImpl::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
@@ -177,6 +187,8 @@ bool VariableImpl::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
         return getChildAt(0)->evaluate(out_pResult);
     if (m_bSet)
         out_pResult.pointAt(m_vValue);
+    else
+        CORVANA_LOG_ERROR(fileScopeLogger(), "Variable without a value : " << getName());
     return m_bSet;
 }
 

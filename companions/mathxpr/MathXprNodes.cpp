@@ -22,6 +22,13 @@ const DoubleVector* PlainNode::evaluateChild(long in_iIndex) const
     return getChildAt(in_iIndex)->evaluate(pValue) ? pValue.get() : nullptr;
 }
 
+void PlainNode::keepResult(DoubleVector& inout_vResult, DoubleVector& inout_vSpare)
+{
+    inout_vResult.swap(inout_vSpare);
+    if (inout_vSpare.capacity() < inout_vResult.size())
+        inout_vSpare.reserve(inout_vResult.capacity());
+}
+
 void PlainNode::reportError(const std::string& in_strReason) const
 {
     constexpr std::size_t uiMaxLength = 200;
@@ -58,6 +65,24 @@ const char* toText(Operator in_operator)
 {
     static constexpr const char* s_aszTexts[] = {"+", "-", "*", "/", "<", "<=", ">", ">=", "==", "!=", "and", "or"};
     return s_aszTexts[static_cast<std::size_t>(in_operator)];
+}
+
+unsigned precedenceOf(Operator in_operator)
+{
+    switch (in_operator) {
+    case Operator::OR:
+        return 1;
+    case Operator::AND:
+        return 2;
+    case Operator::ADD:
+    case Operator::SUBTRACT:
+        return 5;
+    case Operator::MULTIPLY:
+    case Operator::DIVIDE:
+        return 6;
+    default:
+        return 4; // the comparisons; "not" is looser, with 3
+    }
 }
 
 namespace {
@@ -139,17 +164,24 @@ bool ChainNode::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
         if (pOperand == nullptr || !combine(m_vOperators[uiIndex], *pOperand))
             return false;
     }
-    m_vResult.swap(m_vSpare);
+    keepResult(m_vResult, m_vSpare);
     out_pResult.pointAt(m_vResult);
     return true;
 }
 
+unsigned ChainNode::getPrecedence() const
+{
+    return precedenceOf(m_vOperators.front());
+}
+
 std::ostream& ChainNode::write(std::ostream& out_stream) const
 {
-    writeOperand(out_stream, 0);
+    // Operands that are chains of the same strength were in parentheses, else they would belong to this chain.
+    const unsigned uiOperand = getPrecedence() + 1;
+    writeOperand(out_stream, 0, uiOperand);
     for (std::size_t uiIndex = 0; uiIndex < m_vOperators.size(); ++uiIndex) {
         out_stream << ' ' << toText(m_vOperators[uiIndex]) << ' ';
-        writeOperand(out_stream, static_cast<long>(uiIndex) + 1);
+        writeOperand(out_stream, static_cast<long>(uiIndex) + 1, uiOperand);
     }
     return out_stream;
 }
@@ -181,10 +213,15 @@ bool UnaryNode::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
     return true;
 }
 
+unsigned UnaryNode::getPrecedence() const
+{
+    return m_kind == Kind::NEGATE ? 7 : 3;
+}
+
 std::ostream& UnaryNode::write(std::ostream& out_stream) const
 {
     out_stream << (m_kind == Kind::NEGATE ? "-" : "not ");
-    writeOperand(out_stream, 0);
+    writeOperand(out_stream, 0, getPrecedence());
     return out_stream;
 }
 
@@ -226,7 +263,7 @@ bool ElementNode::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
 
 std::ostream& ElementNode::write(std::ostream& out_stream) const
 {
-    writeOperand(out_stream, 0);
+    writeOperand(out_stream, 0, s_uiTightest);
     return getChildAt(1)->write(out_stream << '[') << ']';
 }
 
@@ -339,7 +376,7 @@ bool OwnFunctionNode::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
             return false;
         }
     }
-    m_vResult.swap(m_vSpare);
+    keepResult(m_vResult, m_vSpare);
     out_pResult.pointAt(m_vResult);
     return true;
 }
@@ -380,9 +417,9 @@ std::ostream& SharedNode::write(std::ostream& out_stream) const
     return getChildAt(0)->write(out_stream);
 }
 
-bool SharedNode::isOperator() const
+unsigned SharedNode::getPrecedence() const
 {
-    return getChildAt(0)->isOperator();
+    return getChildAt(0)->getPrecedence();
 }
 
 Handle<ExpressionBaseImpl> SharedNode::copy_i(ExpressionImplCopier& io_copier) const

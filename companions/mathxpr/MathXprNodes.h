@@ -26,6 +26,9 @@ protected:
 
     /// Evaluates a child; null when it fails.
     const DoubleVector* evaluateChild(long in_iIndex) const;
+    /// Makes the value just computed the result, and the former one's storage the next evaluation's spare: both are
+    /// large enough from the first evaluation on, so that the second one allocates nothing.
+    static void keepResult(DoubleVector& inout_vResult, DoubleVector& inout_vSpare);
     /// Logs why this node could not be evaluated.
     void reportError(const std::string& in_strReason) const;
 };
@@ -59,6 +62,7 @@ enum class Operator
     OR
 };
 const char* toText(Operator in_operator);
+unsigned precedenceOf(Operator in_operator);
 
 /// Operands joined by operators of one strength, evaluated from left to right. One node for the whole chain, so that
 /// a long sum is not a deep tree.
@@ -68,7 +72,7 @@ public:
     explicit ChainNode(std::vector<Operator> in_vOperators);
 
     std::ostream& write(std::ostream& out_stream) const override;
-    bool isOperator() const override { return true; }
+    unsigned getPrecedence() const override;
 
 protected:
     bool evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult) override;
@@ -94,7 +98,7 @@ public:
     explicit UnaryNode(Kind in_kind);
 
     std::ostream& write(std::ostream& out_stream) const override;
-    bool isOperator() const override { return true; }
+    unsigned getPrecedence() const override;
 
 protected:
     bool evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult) override;
@@ -157,7 +161,7 @@ public:
 
     void forgetValue() { m_bEvaluated = false; }
     std::ostream& write(std::ostream& out_stream) const override;
-    bool isOperator() const override;
+    unsigned getPrecedence() const override;
 
 protected:
     bool evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult) override;

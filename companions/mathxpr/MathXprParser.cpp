@@ -30,9 +30,14 @@ bool isBlank(char in_c)
     return in_c == ' ' || in_c == '\t' || in_c == '\n' || in_c == '\r';
 }
 
+// For messages: shortened, and without bytes that are no visible ASCII, which would spoil the message or the terminal.
 std::string quoted(std::string_view in_strText)
 {
-    return '"' + std::string(in_strText) + '"';
+    constexpr std::size_t uiMaxLength = 40;
+    std::string strVisible;
+    for (const char c : in_strText.substr(0, uiMaxLength))
+        strVisible += c >= ' ' && c <= '~' ? c : '?';
+    return '"' + strVisible + (in_strText.size() > uiMaxLength ? "...\"" : "\"");
 }
 
 // Levenshtein's distance between two short texts.
@@ -135,8 +140,8 @@ void Parser::readNumber()
     // "1e" leaves a rest that no rule takes; a number beyond all doubles is none.
     m_token.m_kind = result.ec == std::errc() ? Token::Kind::NUMBER : Token::Kind::INVALID;
     m_token.m_strText = m_strFormula.substr(m_uiNext, static_cast<std::size_t>(result.ptr - pBegin));
-    if (m_token.m_strText.empty())
-        m_token.m_strText = m_strFormula.substr(m_uiNext, 1);
+    if (m_token.m_kind == Token::Kind::INVALID)
+        m_token.m_szFault = "a number too large or too small for a double";
     m_uiNext += m_token.m_strText.size();
 }
 
@@ -145,7 +150,7 @@ void Parser::readText()
     const std::size_t uiEnd = m_strFormula.find('"', m_uiNext + 1);
     if (uiEnd == std::string_view::npos) {
         m_token.m_kind = Token::Kind::INVALID;
-        m_token.m_strText = "\" without an end";
+        m_token.m_szFault = "a text without its closing quote";
         m_uiNext = m_strFormula.size();
         return;
     }
@@ -206,15 +211,9 @@ bool Parser::skipSymbol(std::string_view in_strText)
 
 std::string Parser::describeToken() const
 {
-    constexpr std::size_t uiMaxLength = 40;
-    if (m_token.m_kind == Token::Kind::END)
-        return "the end";
-    const std::string_view strText = m_token.m_strText.substr(0, uiMaxLength);
-    // Bytes that are no visible ASCII would spoil the message, or the terminal.
-    std::string strVisible;
-    for (const char c : strText)
-        strVisible += c >= ' ' && c <= '~' ? c : '?';
-    return quoted(strVisible);
+    if (m_token.m_szFault != nullptr)
+        return m_token.m_szFault;
+    return m_token.m_kind == Token::Kind::END ? "the end" : quoted(m_token.m_strText);
 }
 
 Parser::Result Parser::fail(const std::string& in_strWhat, std::size_t in_uiColumn)
@@ -227,6 +226,11 @@ Parser::Result Parser::fail(const std::string& in_strWhat, std::size_t in_uiColu
 Parser::Result Parser::failExpected(const std::string& in_strExpected)
 {
     return fail("expected " + in_strExpected + ", found " + describeToken(), m_token.m_uiColumn);
+}
+
+Parser::Result Parser::failTooDeep(std::size_t in_uiColumn)
+{
+    return fail("nested deeper than " + std::to_string(s_uiMaxDepth), in_uiColumn);
 }
 
 // ---- The table of nodes
@@ -259,7 +263,7 @@ Parser::Result Parser::add(Syntax::Node in_node, std::size_t in_uiColumn)
     for (const std::size_t uiChild : in_node.m_vChildren)
         in_node.m_uiDepth = std::max(in_node.m_uiDepth, m_syntax.m_vNodes[uiChild].m_uiDepth + 1);
     if (in_node.m_uiDepth > s_uiMaxDepth)
-        return fail("nested deeper than " + std::to_string(s_uiMaxDepth), in_uiColumn);
+        return failTooDeep(in_uiColumn);
     const auto [it, bNew] = m_places.try_emplace(keyOf(in_node), m_syntax.m_vNodes.size());
     if (bNew)
         m_syntax.m_vNodes.push_back(std::move(in_node));
@@ -327,7 +331,7 @@ Parser::Result Parser::parseUnaryOperator(Syntax::Kind in_kind, Result (Parser::
     const Nesting nesting(*this);
     const std::size_t uiColumn = m_token.m_uiColumn;
     if (nesting.isTooDeep())
-        return fail("nested deeper than " + std::to_string(s_uiMaxDepth), uiColumn);
+        return failTooDeep(uiColumn);
     advance();
     const Result operand = (this->*in_pOperand)();
     if (!operand.m_bValid)
@@ -389,7 +393,7 @@ Parser::Result Parser::parsePostfix()
         const Nesting nesting(*this);
         const std::size_t uiColumn = m_token.m_uiColumn;
         if (nesting.isTooDeep())
-            return fail("nested deeper than " + std::to_string(s_uiMaxDepth), uiColumn);
+            return failTooDeep(uiColumn);
         advance();
         const Result index = parseOr();
         if (!index.m_bValid)
@@ -406,16 +410,9 @@ Parser::Result Parser::parsePostfix()
 
 Parser::Result Parser::parsePrimary()
 {
-    const Nesting nesting(*this);
+    if (isSymbol("("))
+        return parseParentheses();
     const Token token = m_token;
-    if (nesting.isTooDeep())
-        return fail("nested deeper than " + std::to_string(s_uiMaxDepth), token.m_uiColumn);
-    if (skipSymbol("(")) {
-        const Result inner = parseOr();
-        if (inner.m_bValid && !skipSymbol(")"))
-            return failExpected("\")\"");
-        return inner;
-    }
     Syntax::Node node;
     if (token.m_kind == Token::Kind::NUMBER) {
         node.m_dNumber = token.m_dNumber;
@@ -433,8 +430,23 @@ Parser::Result Parser::parsePrimary()
     return add(std::move(node), token.m_uiColumn);
 }
 
+Parser::Result Parser::parseParentheses()
+{
+    const Nesting nesting(*this);
+    if (nesting.isTooDeep())
+        return failTooDeep(m_token.m_uiColumn);
+    advance();
+    const Result inner = parseOr();
+    if (inner.m_bValid && !skipSymbol(")"))
+        return failExpected("\")\"");
+    return inner;
+}
+
 Parser::Result Parser::parseCall(const Token& in_name)
 {
+    const Nesting nesting(*this);
+    if (nesting.isTooDeep())
+        return failTooDeep(in_name.m_uiColumn);
     Syntax::Node call;
     call.m_strName = in_name.m_strText;
     const bool bOwn = findOwnFunction(in_name.m_strText) != nullptr;

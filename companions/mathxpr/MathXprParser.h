@@ -34,7 +34,7 @@ struct Syntax
         std::vector<Operator> m_vOperators;
         std::vector<std::size_t> m_vChildren;
         std::vector<std::pair<std::string, ParameterValue>> m_vParameters; ///< as written in the call
-        unsigned m_uiDepth = 1;
+        unsigned m_uiDepth = 0; ///< how many nodes stand below each other; none below a number or a variable
     };
 
     std::vector<Node> m_vNodes; ///< the last one is the formula
@@ -67,6 +67,7 @@ private:
         std::string_view m_strText; // of a TEXT, without the quotes
         std::size_t m_uiColumn = 1;
         double m_dNumber = 0.0;
+        const char* m_szFault = nullptr; // what makes it INVALID, when the text does not show it
     };
     // The place of a node in the table; none after an error, which has been noted.
     struct Result
@@ -84,6 +85,7 @@ private:
     bool skipSymbol(std::string_view in_strText);
     Result fail(const std::string& in_strWhat, std::size_t in_uiColumn);
     Result failExpected(const std::string& in_strExpected);
+    Result failTooDeep(std::size_t in_uiColumn);
     std::string describeToken() const;
 
     Result parseOr();
@@ -95,6 +97,7 @@ private:
     Result parseUnary();
     Result parsePostfix();
     Result parsePrimary();
+    Result parseParentheses();
     Result parseCall(const Token& in_name);
     bool parseArguments(Syntax::Node& inout_call, const Token& in_name);
     bool parseParameter(Syntax::Node& inout_call, const Token& in_name);

@@ -26,6 +26,8 @@ bool Registry::registerFunction(const char* in_szName, ExpressionAllocator* in_p
 
 Handle<FunctionBaseImpl> Registry::newFunction(const char* in_szName) const
 {
+    if (in_szName == nullptr)
+        return {};
     const auto it = m_allocators.find(std::string_view(in_szName));
     return it == m_allocators.end() ? Handle<FunctionBaseImpl>() : it->second->newExpression();
 }

@@ -89,8 +89,8 @@ protected:
     void copyChildren(const ExpressionBaseImpl& in_source, ExpressionImplCopier& io_copier);
     /// Writes a child, in parentheses unless it holds together as tightly as in_uiPrecedence.
     void writeOperand(std::ostream& out_stream, long in_iIndex, unsigned in_uiPrecedence) const;
-    /// Whether it is the node itself, or stands below it.
-    bool holds(const ExpressionBaseImpl* in_pOther) const;
+    /// Whether the other node is the node itself, or stands below it.
+    static bool holds(const ExpressionBaseImpl& in_node, const ExpressionBaseImpl& in_other);
 
 private:
     friend class ExpressionImplCopier;

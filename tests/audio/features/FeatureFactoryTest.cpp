@@ -37,6 +37,17 @@ Values indexes(unsigned long in_uiNbOfBins)
     return vBins;
 }
 
+// A feature that is not made fails the test, which goes on.
+Outcome outcomeOfMade(const std::string& in_strDescription, const Values& in_vInput)
+{
+    const auto pFeature = made(in_strDescription);
+    if (pFeature == nullptr) {
+        ADD_FAILURE() << in_strDescription << " is not made";
+        return refuses();
+    }
+    return outcomeOf(*pFeature, in_vInput);
+}
+
 // Everything that any logger says, but for the trace of every name.
 void expectNullInSilence(const std::string& in_strDescription)
 {
@@ -340,11 +351,11 @@ TEST(AudioFeatureFactory, CountsParametersBeforeItReadsThem)
 TEST(AudioFeatureFactory, PassesCentreAndHalfWidthOnInTheOrderWritten)
 {
     EXPECT_EQ(succeeds({28, 29, 30, 31, 32, 33, 34, 35, 36, 0.0}),
-              outcomeOf(*made("SpectralRange(1000,100)"), indexes(128)));
+              outcomeOfMade("SpectralRange(1000,100)", indexes(128)));
     EXPECT_EQ(succeeds({28, 29, 30, 31, 32, 33, 34, 35, 36, 0.0}),
-              outcomeOf(*made("spectralrange( 1000Hz , 100x )"), indexes(128)));
+              outcomeOfMade("spectralrange( 1000Hz , 100x )", indexes(128)));
     EXPECT_EQ(outcomeOf(SpectralRangeFeature(3000, 340), indexes(128)),
-              outcomeOf(*made("spectralrange(3000,340x)"), indexes(128)));
+              outcomeOfMade("spectralrange(3000,340x)", indexes(128)));
     EXPECT_NE(nullptr, made("spectralrange(300,3400x)"));
 }
 
@@ -367,14 +378,15 @@ TEST(AudioFeatureFactory, LeavesAWrongRangeToTheFeature)
 
 TEST(AudioFeatureFactory, AddsARangeOfTwentyHertzForEachParameter)
 {
-    // 800 bins of 5 Hz: four to either side.
-    Values vSpectrum(800, 0.0);
-    vSpectrum[160] = 0.5;
-    const Values vExpected = {0.0, 0.0, 0.0, 0.0, 0.5, 0.0, 0.0, 0.0, 0.0, 0.0};
+    // 4000 bins of 1 Hz.
+    Values vSpectrum(4000, 0.0);
+    vSpectrum[800] = 0.5;
+    Values vExpected(42, 0.0); // 41 bins and the position
+    vExpected[20] = 0.5;
 
-    EXPECT_EQ(succeeds(vExpected), outcomeOf(*made("maxSpectralRanges(400,800,1200)"), vSpectrum));
-    EXPECT_EQ(succeeds(vExpected), outcomeOf(*made("maxspectralranges( 800Hz )"), vSpectrum));
-    EXPECT_EQ(succeeds(Values(10, 0.0)), outcomeOf(*made("maxspectralranges(400,1200)"), vSpectrum));
+    EXPECT_EQ(succeeds(vExpected), outcomeOfMade("maxSpectralRanges(400,800,1200)", vSpectrum));
+    EXPECT_EQ(succeeds(vExpected), outcomeOfMade("maxspectralranges( 800Hz )", vSpectrum));
+    EXPECT_EQ(succeeds(Values(42, 0.0)), outcomeOfMade("maxspectralranges(400,1200)", vSpectrum));
 }
 
 TEST(AudioFeatureFactory, FreesWhatItMadeForARejectedParameter)
@@ -408,9 +420,9 @@ TEST(AudioFeatureFactory, MakesTheReducedSpectraOf40And20And8Bands)
 {
     const Values vWindow = randomWindow(256, 3);
 
-    EXPECT_EQ(40u, outcomeOf(*made("spectrum100hz"), vWindow).m_vValues.size());
-    EXPECT_EQ(20u, outcomeOf(*made("spectrum200hz"), vWindow).m_vValues.size());
-    EXPECT_EQ(8u, outcomeOf(*made("spectrum500hz"), vWindow).m_vValues.size());
+    EXPECT_EQ(40u, outcomeOfMade("spectrum100hz", vWindow).m_vValues.size());
+    EXPECT_EQ(20u, outcomeOfMade("spectrum200hz", vWindow).m_vValues.size());
+    EXPECT_EQ(8u, outcomeOfMade("spectrum500hz", vWindow).m_vValues.size());
 }
 
 TEST(AudioFeatureFactory, MakesTheSilenceRatioOf50AndTheNoiseRatioOf10)
@@ -418,14 +430,16 @@ TEST(AudioFeatureFactory, MakesTheSilenceRatioOf50AndTheNoiseRatioOf10)
     // The peak is 100: below 2, and below 10.
     const Values vWindow = {100.0, 9.0, 8.0, 1.0};
 
-    EXPECT_EQ(succeeds({0.25}), outcomeOf(*made("silenceratio"), vWindow));
-    EXPECT_EQ(succeeds({0.75}), outcomeOf(*made("noiseratio"), vWindow));
+    EXPECT_EQ(succeeds({0.25}), outcomeOfMade("silenceratio", vWindow));
+    EXPECT_EQ(succeeds({0.75}), outcomeOfMade("noiseratio", vWindow));
 }
 
 TEST(AudioFeatureFactory, MakesOnlyTheTemporalDistributionRememberThePeak)
 {
     const auto pPlain = made("amplitudedistribution");
     const auto pTemporal = made("temporalamplitudedistribution");
+    ASSERT_NE(nullptr, pPlain);
+    ASSERT_NE(nullptr, pTemporal);
     outcomeOf(*pPlain, {100.0});
     outcomeOf(*pTemporal, {100.0});
 
@@ -437,6 +451,7 @@ TEST(AudioFeatureFactory, ResetsTheDeltaToTheSlidingMean)
 {
     const AssertionCapture assertions;
     const auto pFeature = made("deltatoslidingmean");
+    ASSERT_NE(nullptr, pFeature);
 
     EXPECT_EQ(succeeds({0.0}), outcomeOf(*pFeature, {3.0}));
     EXPECT_EQ(succeeds({1.0}), outcomeOf(*pFeature, {5.0}));
@@ -446,13 +461,15 @@ TEST(AudioFeatureFactory, ResetsTheDeltaToTheSlidingMean)
 
 TEST(AudioFeatureFactory, MakesTheWeightedAreaFrom500To1500HzOf8000SamplesPerSecond)
 {
-    EXPECT_EQ(succeeds({1071.0 * 31.0}), outcomeOf(*made("spectralweightedarea"), Values(128, 1.0)));
+    EXPECT_EQ(succeeds({1071.0 * 31.0}), outcomeOfMade("spectralweightedarea", Values(128, 1.0)));
 }
 
 TEST(AudioFeatureFactory, MakesFeaturesThatShareNothing)
 {
     const auto pFirst = made("temporalamplitudedistribution");
     const auto pSecond = made("temporalamplitudedistribution");
+    ASSERT_NE(nullptr, pFirst);
+    ASSERT_NE(nullptr, pSecond);
     outcomeOf(*pFirst, {100.0});
 
     EXPECT_EQ(succeeds({1.0, 0.0, 0.0, 0.0}), outcomeOf(*pSecond, {1.0}));
@@ -601,9 +618,21 @@ TEST(FeatureDescriptions, SayWhichInputsMustBeAPowerOfTwo)
             continue;
         const AssertionCapture assertions;
         const std::string strExample = description.m_szExample;
-        outcomeOf(*made(strExample.substr(strExample.rfind('|') + 1)), randomWindow(100, 1));
+        outcomeOfMade(strExample.substr(strExample.rfind('|') + 1), randomWindow(100, 1));
         EXPECT_EQ(description.m_bNeedsPowerOfTwo, !assertions.texts().empty()) << strName;
     }
+}
+
+TEST(FeatureDescriptions, SayWhichFeaturesReadFrequencies)
+{
+    std::vector<std::string> vNames;
+    for (const FeatureDescription& description : getFeatureDescriptions())
+        if (description.m_bAssumes8000Hz)
+            vNames.emplace_back(description.m_szName);
+
+    EXPECT_THAT(vNames, ElementsAre("spectrum100hz", "spectrum200hz", "spectrum500hz", "spectralrange",
+                                    "maxspectralranges", "harmonicproduct", "robustharmonicproduct",
+                                    "spectralweightedarea", "lowfreqenergyratio", "lowfreqenergyratios"));
 }
 
 TEST(FeatureDescriptions, LeaveNothingUnsaid)

@@ -177,11 +177,36 @@ TEST(FeatureAssignment, CopiesConfigurationAndMemory)
 
 // ---- Reset
 
-TEST_P(FeatureProperties, ResetGivesTheStateOfANewObject)
+std::vector<FeatureClass> resettableClasses()
 {
-    const auto pMade = GetParam().m_make();
-    if (dynamic_cast<Resettable*>(pMade.get()) == nullptr)
-        GTEST_SKIP() << "cannot be reset";
+    std::vector<FeatureClass> vClasses;
+    for (const FeatureClass& featureClass : allFeatureClasses())
+        if (dynamic_cast<Resettable*>(featureClass.m_make().get()) != nullptr)
+            vClasses.push_back(featureClass);
+    return vClasses;
+}
+
+class ResettableFeatureProperties : public testing::TestWithParam<FeatureClass>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(All, ResettableFeatureProperties, testing::ValuesIn(resettableClasses()),
+                         [](const auto& in_info) { return std::string(in_info.param.m_szName); });
+
+TEST(ResettableFeatures, AreThoseWithMemoryAndTheFunctionsOfFormulas)
+{
+    std::vector<std::string> vNames;
+    for (const FeatureClass& featureClass : resettableClasses())
+        vNames.emplace_back(featureClass.m_szName);
+
+    EXPECT_EQ(
+        (std::vector<std::string>{"Spectrum", "SpectrumReduced", "Flatness", "MeanEnergyAboveThresh", "Ratios",
+                                  "TemporalRatios", "MeanMax", "DeltaToSlidingMean", "SlidingWindow", "Composed"}),
+        vNames);
+}
+
+TEST_P(ResettableFeatureProperties, ResetGivesTheStateOfANewObject)
+{
     expectProperty("a feature that was reset gives what a new one gives", [] {
         const auto pUsed = GetParam().m_make();
         const auto pNew = GetParam().m_make();

@@ -248,14 +248,14 @@ TEST(OldHarmonicProductFeature, MultipliesFourBinsForEachOfTheFirstQuarter)
 
 TEST(OldHarmonicProductFeature, MultipliesFromLeftToRight)
 {
-    const Values vSpectrum = {0.1, 0.7, 0.3, 0.11, 0.13};
-    double dProduct = 5.0 * 0.1;
-    dProduct = (dProduct * 5.0) * 0.7;
-    dProduct = (dProduct * 5.0) * 0.3;
-    dProduct = (dProduct * 5.0) * 0.11;
+    const Values vSpectrum = {0.1, 0.1, 0.7, 0.11, 0.9, 0.9, 0.9};
+    double dProduct = 7.0 * 0.1;
+    dProduct = (dProduct * 7.0) * 0.1;
+    dProduct = (dProduct * 7.0) * 0.7;
+    dProduct = (dProduct * 7.0) * 0.11;
     OldHarmonicProductFeature feature;
 
-    EXPECT_EQ(succeeds({dProduct, 0.0, 0.0, 0.0, 0.0}), outcomeOf(feature, vSpectrum));
+    EXPECT_EQ(succeeds({dProduct, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0}), outcomeOf(feature, vSpectrum));
 }
 
 TEST(OldHarmonicProductFeature, IsAllZeroForFewerThanFourBins)

@@ -517,11 +517,14 @@ TEST(MaxSpectralRangesFeature, MakesTwoRangesOfTwoListedFrequencies)
 
 TEST(MaxSpectralRangesFeature, IsTwentyHertzWideAroundAListedFrequency)
 {
-    // 800 bins of 5 Hz: four to either side.
+    // 4000 bins of 1 Hz.
+    Values vExpected = indexes(1021);
+    vExpected.erase(vExpected.begin(), vExpected.begin() + 980);
+    vExpected.push_back(0.0);
     MaxSpectralRangesFeature feature;
     ASSERT_TRUE(feature.configure(configurationOf({{"frequenciesList", "1000"}})));
 
-    EXPECT_EQ(succeeds({196, 197, 198, 199, 200, 201, 202, 203, 204, 0.0}), outcomeOf(feature, indexes(800)));
+    EXPECT_EQ(succeeds(vExpected), outcomeOf(feature, indexes(4000)));
 }
 
 TEST(MaxSpectralRangesFeature, ReplacesItsRangesByTheListedOnes)
