@@ -98,8 +98,10 @@ private:
     {
         if (m_options.m_strSaveConfig.empty())
             return true;
+        std::vector<std::string> vRead = m_options.m_vLists;
+        vRead.insert(vRead.end(), m_options.m_vInputs.begin(), m_options.m_vInputs.end());
         const std::string strFault =
-            RunSettings::save(m_options.m_strSaveConfig, {m_options.m_windows, m_features.getDescriptions()});
+            RunSettings::save(m_options.m_strSaveConfig, {m_options.m_windows, m_features.getDescriptions()}, vRead);
         return strFault.empty() || refuse("cannot write: " + strFault);
     }
 

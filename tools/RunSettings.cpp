@@ -4,6 +4,7 @@
 #include "corvana/AudioFeatureComputerImpl.h"
 #include "corvana/AudioLinearWindower.h"
 #include "tools/OutputFile.h"
+#include "tools/Text.h"
 
 #include <boost/archive/polymorphic_xml_iarchive.hpp>
 #include <boost/archive/polymorphic_xml_oarchive.hpp>
@@ -43,7 +44,8 @@ std::unique_ptr<Math::FeatureComputerImpl> read(std::istream& io_stream, LinearA
 
 } // namespace
 
-std::string RunSettings::save(const std::string& in_strPath, const RunSettings& in_settings)
+std::string RunSettings::save(const std::string& in_strPath, const RunSettings& in_settings,
+                              const std::vector<std::string>& in_vRead)
 {
     LinearAudioWindower::Config config;
     config.m_uiSampleRate = in_settings.m_windows.m_uiSampleRate;
@@ -58,6 +60,9 @@ std::string RunSettings::save(const std::string& in_strPath, const RunSettings& 
     OutputFile file(unused);
     if (!file.open(in_strPath))
         return file.getFault();
+    const std::string strBoth = file.findAmong(in_vRead);
+    if (!strBoth.empty())
+        return printable(strBoth) + " is also read by the run";
     write(file.stream(), config, &computer);
     return file.commit() ? std::string() : file.getFault();
 }

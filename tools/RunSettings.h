@@ -16,8 +16,10 @@ struct RunSettings
     WindowOptions m_windows;
     std::vector<std::string> m_vFeatures;
 
-    /// Writes the archive, complete or not at all; returns why it failed, empty when it did not.
-    static std::string save(const std::string& in_strPath, const RunSettings& in_settings);
+    /// Writes the archive, complete or not at all, and never over one of the files that the run reads; returns why it
+    /// failed, empty when it did not.
+    static std::string save(const std::string& in_strPath, const RunSettings& in_settings,
+                            const std::vector<std::string>& in_vRead = {});
     /// Returns what is wrong with the archive; empty for a good one.
     static std::string load(const std::string& in_strPath, RunSettings& out_settings);
 };
