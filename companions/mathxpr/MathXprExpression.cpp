@@ -6,6 +6,7 @@
 #include "corvana/TrieConfiguration.h"
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 #include <utility>
 
@@ -205,7 +206,7 @@ bool Expression::setVariable(const char* in_szName, const DoubleVector& in_vValu
     if (isEmpty() || in_szName == nullptr)
         return false;
     for (const auto& hVariable : m_pGraph->m_vVariables) {
-        if (hVariable->getName() == in_szName) {
+        if (std::strcmp(hVariable->getName().c_str(), in_szName) == 0) {
             hVariable->setValue(in_vValue);
             return true;
         }

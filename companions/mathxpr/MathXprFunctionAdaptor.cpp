@@ -36,8 +36,11 @@ void SingleVariableFunctionImpl::getArgumentNames(std::vector<std::string>& out_
 
 const DoubleVector* SingleVariableFunctionImpl::findArgument(const Arguments& in_arguments) const
 {
-    const auto it = in_arguments.find(m_strVariableName);
-    return it == in_arguments.end() ? nullptr : it->second.get();
+    // One after another: there is one as a rule, and find() would compare its name twice.
+    for (const auto& [strName, pValue] : in_arguments)
+        if (strName == m_strVariableName)
+            return pValue.get();
+    return nullptr;
 }
 
 NoParamFunctionImpl::~NoParamFunctionImpl() = default;

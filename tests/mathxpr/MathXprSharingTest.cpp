@@ -6,46 +6,18 @@
 #include "corvana/MathXprRegistry.h"
 #include "corvana/MathXprUserFunction.h"
 #include "corvana/MemAllocator.h"
-#include "corvana/TrieConfiguration.h"
+#include "mathxpr/AllocationCounter.h"
 #include "support/Signals.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <memory>
-#include <new>
 #include <string>
-
-namespace {
-
-std::atomic<unsigned long> s_uiNbOfAllocations{0};
-
-} // namespace
-
-void* operator new(std::size_t in_uiSize)
-{
-    ++s_uiNbOfAllocations;
-    if (void* pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize))
-        return pBlock;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* in_pBlock) noexcept
-{
-    std::free(in_pBlock);
-}
-
-void operator delete(void* in_pBlock, std::size_t) noexcept
-{
-    std::free(in_pBlock);
-}
+#include <vector>
 
 using Corvana::getMemAccount;
 using Corvana::LimitedObjPtr;
 using Corvana::ROConfiguration;
-using Corvana::TrieConfiguration;
 using Corvana::TSHandle;
 using Corvana::Math::DoubleVector;
 using Corvana::Math::Xpr::Expression;
@@ -54,6 +26,7 @@ using Corvana::Math::Xpr::Registry;
 using Corvana::Math::Xpr::SingleVariableFunctionImpl;
 using Corvana::Math::Xpr::UserFunctionImpl;
 using Corvana::Math::Xpr::VirtualFileSystem;
+using Corvana::Test::nbOfAllocations;
 using Corvana::Test::noise;
 using testing::ElementsAre;
 
@@ -191,12 +164,12 @@ TEST(ExpressionMemory, IsTakenByTheFirstEvaluationOnly)
         const auto blocksOf = [](const char* in_szTag) { return getMemAccount(in_szTag).m_uiTotalBlocks; };
         const std::uint64_t uiVectors = blocksOf("\"DoubleVector\"");
         const std::uint64_t uiCounts = blocksOf("ReferenceCount");
-        const unsigned long uiBefore = s_uiNbOfAllocations;
+        const unsigned long uiBefore = nbOfAllocations();
 
         const bool bEvaluated = expression.setVariable("x", vOther) && expression.evaluate(pResult) &&
                                 expression.setVariable("x", vOther) && expression.evaluate(pResult);
 
-        const unsigned long uiAfter = s_uiNbOfAllocations;
+        const unsigned long uiAfter = nbOfAllocations();
         EXPECT_TRUE(bEvaluated) << szFormula;
         EXPECT_EQ(uiBefore, uiAfter) << szFormula;
         EXPECT_EQ(uiVectors, blocksOf("\"DoubleVector\"")) << szFormula;
