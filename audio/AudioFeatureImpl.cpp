@@ -717,6 +717,20 @@ void MaxSpectralRangesFeature::addSpectralRange(unsigned long in_uiCenterHz, uns
     m_vSpectralRanges.back().reset(new SpectralRangeFeature(in_uiCenterHz, in_uiHalfWidthHz));
 }
 
+bool MaxSpectralRangesFeature::addListedRanges(const std::string& in_strFrequencies)
+{
+    const boost::char_separator<char> separator(", ");
+    for (const std::string& strAtom : boost::tokenizer<boost::char_separator<char>>(in_strFrequencies, separator)) {
+        unsigned long uiFrequency = 0;
+        if (strAtom.find_first_not_of("0123456789") != std::string::npos || !parseNumber(strAtom, uiFrequency)) {
+            CORVANA_LOG_ERROR(fileScopeLogger(), "Could not convert string atom \"" << strAtom << "\"in an integer");
+            return false;
+        }
+        addSpectralRange(uiFrequency, s_uiListedHalfWidthHz);
+    }
+    return true;
+}
+
 bool MaxSpectralRangesFeature::configure(const ROConfiguration& in_config)
 {
     constexpr const char* szKey = "frequenciesList";
@@ -726,15 +740,8 @@ bool MaxSpectralRangesFeature::configure(const ROConfiguration& in_config)
         return false;
 
     MaxSpectralRangesFeature configured;
-    const boost::char_separator<char> separator(", ");
-    for (const std::string& strAtom : boost::tokenizer<boost::char_separator<char>>(strFrequencies, separator)) {
-        unsigned long uiFrequency = 0;
-        if (strAtom.find_first_not_of("0123456789") != std::string::npos || !parseNumber(strAtom, uiFrequency)) {
-            CORVANA_LOG_ERROR(fileScopeLogger(), "Could not convert string atom \"" << strAtom << "\"in an integer");
-            return false;
-        }
-        configured.addSpectralRange(uiFrequency, s_uiListedHalfWidthHz);
-    }
+    if (!reader.guard(szKey, [&] { return configured.addListedRanges(strFrequencies); }))
+        return false;
     m_vSpectralRanges.swap(configured.m_vSpectralRanges);
     return true;
 }
@@ -833,7 +840,7 @@ void SpectralWeightedAreaFeature::establishIndices(unsigned long in_uiNbOfBins)
     const double dMax = dNbOfBins * (2.0 * static_cast<double>(m_uiHighFrequency) / dRate) + 0.5;
     m_uiIndexMin = dMin > 0.0 ? toIndex(dMin) : 0;
     m_uiIndexMax = toIndex(dMax);
-    CORVANA_LOG_DEBUG(fileScopeLogger(), "Index min: " << m_uiIndexMin << ", max: " << m_uiIndexMax);
+    CORVANA_LOG_DEBUG(fileScopeLogger(), "Index min: " << m_uiIndexMin << ", index max: " << m_uiIndexMax);
 }
 
 bool SpectralWeightedAreaFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)

@@ -5,19 +5,9 @@
 #include "corvana/ROConfiguration.h"
 
 #include <cstdint>
-#include <exception>
 #include <utility>
 
 namespace Corvana {
-namespace {
-
-void reportException(const Logger& in_logger, const char* in_szText, const char* in_szKey)
-{
-    CORVANA_LOG_ERROR(in_logger, "Unexpected std::exception " << in_szText << " caught in configure() with " << in_szKey
-                                                              << " in provided config");
-}
-
-} // namespace
 
 ConfigurationReader::ConfigurationReader(const ROConfiguration& in_config, const Logger& in_logger,
                                          const char* in_szPrefix, const char* in_szMissingBefore,
@@ -30,10 +20,18 @@ ConfigurationReader::ConfigurationReader(const ROConfiguration& in_config, const
 {
 }
 
+void ConfigurationReader::reportException(const char* in_szText, const char* in_szKey) const noexcept
+try {
+    CORVANA_LOG_ERROR(m_logger, "Unexpected std::exception " << in_szText << " caught in configure() with " << in_szKey
+                                                             << " in provided config");
+} catch (...) {
+    // Without the memory for a message, the false result has to do.
+}
+
 template <class ValueT, class AcceptT>
 bool ConfigurationReader::readIf(const char* in_szKey, ValueT& out_value, AcceptT in_accept) const
 {
-    try {
+    return guard(in_szKey, [&] {
         std::string strKey = in_szKey;
         if (!m_config.hasKey(strKey.c_str()))
             strKey.insert(0, m_szPrefix);
@@ -48,12 +46,7 @@ bool ConfigurationReader::readIf(const char* in_szKey, ValueT& out_value, Accept
         }
         out_value = std::move(value);
         return true;
-    } catch (const std::exception& exception) {
-        reportException(m_logger, exception.what(), in_szKey);
-    } catch (...) {
-        reportException(m_logger, "of an unknown kind", in_szKey);
-    }
-    return false;
+    });
 }
 
 bool ConfigurationReader::read(const char* in_szKey, unsigned long& out_uiValue) const

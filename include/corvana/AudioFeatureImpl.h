@@ -8,6 +8,7 @@
 #include "corvana/MathXprFunctionAdaptor.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace Corvana::Math {
@@ -384,6 +385,8 @@ public:
     MaxSpectralRangesFeature* clone() const override;
 
 private:
+    bool addListedRanges(const std::string& in_strFrequencies);
+
     std::vector<CloneableObjPtr<SpectralRangeFeature>> m_vSpectralRanges;
     Math::DoubleVector m_vScratchComputation;
     Math::DoubleVector m_vBestResult;

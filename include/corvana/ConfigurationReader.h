@@ -3,6 +3,7 @@
 
 #include "corvana/Export.h"
 
+#include <exception>
 #include <string>
 
 namespace Corvana {
@@ -31,7 +32,22 @@ public:
     /// A whole number from 1 to 2^31 - 1.
     bool readPositive32(const char* in_szKey, unsigned long& out_uiValue) const;
 
+    /// Does what is left to do with the value of a key, and returns what it returns; false when it throws.
+    template <class ActionT>
+    bool guard(const char* in_szKey, ActionT in_action) const
+    {
+        try {
+            return in_action();
+        } catch (const std::exception& exception) {
+            reportException(exception.what(), in_szKey);
+        } catch (...) {
+            reportException("of an unknown kind", in_szKey);
+        }
+        return false;
+    }
+
 private:
+    void reportException(const char* in_szText, const char* in_szKey) const noexcept;
     template <class ValueT, class AcceptT>
     bool readIf(const char* in_szKey, ValueT& out_value, AcceptT in_accept) const;
 

@@ -42,6 +42,20 @@ TEST(ConfigurationReader, ReadsAWholeNumberInSilence)
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
+TEST(ConfigurationReader, GuardsWhatIsDoneWithAValue)
+{
+    const TrieConfiguration config = configurationOf({});
+    const ConfigurationReader reader(config, fileScopeLogger());
+    const LogCapture log("kestrivon.test");
+
+    EXPECT_TRUE(reader.guard("list", [] { return true; }));
+    EXPECT_FALSE(reader.guard("list", [] { return false; }));
+    EXPECT_THAT(log.texts(), IsEmpty());
+    EXPECT_FALSE(reader.guard("list", []() -> bool { throw std::length_error("too long"); }));
+
+    expectError(log, "Unexpected std::exception too long caught in configure() with list in provided config");
+}
+
 TEST(ConfigurationReader, ReadsAText)
 {
     const TrieConfiguration config = configurationOf({{"list", "440, 480"}, {"nothing", ""}});
