@@ -467,28 +467,17 @@ TEST_F(AudioSetParserTest, ResolvesAgainstTheWorkingDirectoryWithoutAnyList)
     EXPECT_EQ(strFile, resolve("y.wav"));
 }
 
-TEST_F(AudioSetParserTest, ResolvesAgainstTheWorkingDirectoryForAListInTheRootFolder)
-{
-    const std::string strFile = touch("y.wav");
-    const ScopedWorkingDirectory directory(m_dir.path());
-    // Only the list's name counts; a folder opens as well as a file does, and has no lines.
-    ASSERT_TRUE(m_parser.setAudioSetFilename("/usr"));
-    LogCapture log;
-
-    EXPECT_EQ(strFile, resolve("y.wav"));
-
-    EXPECT_THAT(log.events(), ElementsAre(tried(strFile, 171)));
-}
-
 TEST_F(AudioSetParserTest, ResolvesAgainstTheWorkingDirectoryForAListWhoseNameBeginsWithItsOnlySeparator)
 {
     touch(":y.wav");
     const std::string strFile = touch("y.wav");
-    m_dir.write(":list.txt", "");
     const ScopedWorkingDirectory directory(m_dir.path());
-    ASSERT_TRUE(m_parser.setAudioSetFilename(":list.txt"));
-
-    EXPECT_EQ(strFile, resolve("y.wav"));
+    // As for a list in the root folder, where a test cannot write.
+    for (const char* szList : {":list.txt", "\\list.txt"}) {
+        m_dir.write(szList, "");
+        ASSERT_TRUE(m_parser.setAudioSetFilename(szList));
+        EXPECT_EQ(strFile, resolve("y.wav")) << szList;
+    }
 }
 
 TEST_F(AudioSetParserTest, ResolvesBesideAListWhoseNameHasASeparatorInTheSecondPlace)
