@@ -86,9 +86,11 @@ private:
             return refuse("the overlap (--overlap-ms " + std::to_string(windows.m_uiOverlapMs) +
                           ") must be shorter than the window (--window-ms " + std::to_string(windows.m_uiWindowMs) +
                           ")");
-        if (m_features.configure(m_options.m_vFeatures.empty() ? defaultFeatures() : m_options.m_vFeatures, m_messages))
+        if (m_features.configure(wantedFeatures(), m_options.m_vFormulas, m_messages))
             return true;
-        m_messages.plain("'corvana list-features' shows all features and how they are written\n");
+        m_messages.plain(m_options.m_bFormulasOnly
+                             ? "'corvana list-functions' shows all functions\n"
+                             : "'corvana list-features' shows all features and how they are written\n");
         return false;
     }
 
@@ -103,6 +105,13 @@ private:
         const std::string strFault =
             RunSettings::save(m_options.m_strSaveConfig, {m_options.m_windows, m_features.getDescriptions()}, vRead);
         return strFault.empty() || refuse("cannot write: " + strFault);
+    }
+
+    std::vector<std::string> wantedFeatures() const
+    {
+        if (m_options.m_bFormulasOnly)
+            return {};
+        return m_options.m_vFeatures.empty() ? defaultFeatures() : m_options.m_vFeatures;
     }
 
     bool openOutput(const std::vector<Input>& in_vInputs)
@@ -124,7 +133,7 @@ private:
     {
         m_vNbOfValues = in_vNbOfValues;
         m_uiSettledRate = in_uiSampleRate;
-        m_pWriter = RowWriter::make(m_options.m_format, m_features.getDescriptions(), in_vNbOfValues);
+        m_pWriter = RowWriter::make(m_options.m_format, m_features.getColumnNames(), in_vNbOfValues);
         m_output.stream() << m_pWriter->getHeader();
         if (m_options.m_bFlushRows)
             m_output.stream().flush();

@@ -18,10 +18,12 @@ struct CommandFeatures
     struct Options
     {
         std::vector<std::string> m_vInputs;
-        std::vector<std::string> m_vLists;    ///< files with one recording a line
-        std::vector<std::string> m_vFeatures; ///< descriptions; none: defaultFeatures()
-        std::string m_strConfig;              ///< a file that gives features and windows; empty: the options here
-        std::string m_strSaveConfig;          ///< a file to keep them in; empty: none
+        std::vector<std::string> m_vLists;     ///< files with one recording a line
+        std::vector<std::string> m_vFeatures;  ///< descriptions; none: defaultFeatures()
+        std::vector<NamedFormula> m_vFormulas; ///< columns behind the features'
+        bool m_bFormulasOnly = false;          ///< no features, not even the default ones
+        std::string m_strConfig;               ///< a file that gives features and windows; empty: the options here
+        std::string m_strSaveConfig;           ///< a file to keep them in; empty: none
         WindowOptions m_windows;
         RowFormat m_format = RowFormat::CSV;
         std::string m_strOutput; ///< empty: out_data

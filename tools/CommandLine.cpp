@@ -6,6 +6,7 @@
 #include "tools/CommandFeatures.h"
 #include "tools/CommandInfo.h"
 #include "tools/CommandListFeatures.h"
+#include "tools/CommandListFunctions.h"
 #include "tools/ExitCode.h"
 #include "tools/LogBridge.h"
 #include "tools/Messages.h"
@@ -26,6 +27,7 @@ Examples:
   corvana features call.wav                    features of each window, as CSV
   corvana features -f spectrum500hz -o calls.csv a.wav b.wav
   corvana info call.wav                        format, rate, length
+  corvana eval 'flatness(spectrum(x))' call.wav  a formula for each window
   corvana list-features                        all features
   corvana help features                        all options, with examples
 
@@ -49,10 +51,27 @@ Examples:
   corvana features --list calls.txt -o calls.csv
   corvana features -f 'spectrum|peaks' --window-ms 32 --save-config peaks.xml
   corvana features --config peaks.xml call.wav
+  corvana features -f silenceratio --expr 'tonal=flatness(spectrum(x)) < 0.2' call.wav
   sox call.mp3 -r 8000 -c 1 -t au - | corvana features -
 
 Exit codes: 0 done; 1 finished, but some inputs failed (each is named, the others are complete); 2 wrong usage, or
 the output could not be written.)";
+
+constexpr const char* s_szEvalFooter = R"(
+The formula's only variable is x, the window. Its column is named after it: FORMULA when it gives one value, else
+FORMULA[0], FORMULA[1] and so on. Rows are as those of 'corvana features', which can also hold formulas (--expr).
+
+Examples:
+  corvana eval 'flatness(spectrum(x)) < 0.2' call.wav
+  corvana eval --window-ms 32 'max(spectralRange(spectrum(x), frequencyHz=450, widthHz=50))' call.wav
+  corvana features --expr 'level=log(mean(x*x))' call.wav
+
+Exit codes: 0 done; 1 finished, but some inputs failed; 2 wrong usage, or the output could not be written.)";
+
+constexpr const char* s_szListFunctionsFooter = R"(
+Examples:
+  corvana list-functions
+  corvana list-functions --json)";
 
 constexpr const char* s_szInfoFooter = R"(
 Examples:
@@ -143,8 +162,10 @@ public:
         m_app.formatter(std::make_shared<PlainFormatter>());
         m_app.require_subcommand(0, 1);
         addFeatures();
+        addEval();
         addInfo();
         addListFeatures();
+        addListFunctions();
         addHelp();
         for (CLI::App* pCommand : commands())
             pCommand->allow_extras(); // collected, so that the nearest option can be named
@@ -262,6 +283,38 @@ private:
                 "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
     }
 
+    // What `features` and `eval` share.
+    void addRowOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
+    {
+        inout_command.add_option("--list", out_options.m_vLists, "A file with one recording a line; repeatable")
+            ->type_name("FILE")
+            ->allow_extra_args(false);
+        addText(inout_command, "-o,--output", "FILE", "Write to FILE, which appears when it is complete",
+                [&out_options](const std::string& in_strText) {
+                    if (in_strText.empty())
+                        throw CLI::ValidationError("--output", "wants the name of a file");
+                    out_options.m_strOutput = in_strText;
+                });
+        addText(inout_command, "--format", "FORMAT", "csv (default) or jsonl",
+                [&out_options](const std::string& in_strText) {
+                    out_options.m_format = readWord<RowFormat>("--format", in_strText,
+                                                               {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}});
+                });
+        addWindowOptions(inout_command, out_options.m_windows);
+    }
+
+    void addProgressOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
+    {
+        addText(inout_command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
+                [&out_options](const std::string& in_strText) {
+                    out_options.m_progress = readWord<ProgressMode>("--progress", in_strText,
+                                                                    {{"auto", ProgressMode::AUTO},
+                                                                     {"always", ProgressMode::ALWAYS},
+                                                                     {"never", ProgressMode::NEVER}});
+                });
+        addMessageOptions(inout_command, out_options.m_messages);
+    }
+
     void addFeatures()
     {
         CommandFeatures::Options& options = m_features;
@@ -275,32 +328,44 @@ private:
                         "A feature, or a chain such as 'spectrum|flatness'; repeatable")
             ->type_name("DESC")
             ->allow_extra_args(false);
-        command.add_option("--list", options.m_vLists, "A file with one recording a line; repeatable")
-            ->type_name("FILE")
+        command
+            .add_option("--expr", m_vNamedFormulas,
+                        "A column of that name with a formula over x, the window; repeatable")
+            ->type_name("NAME=FORMULA")
             ->allow_extra_args(false);
-        addText(command, "-o,--output", "FILE", "Write to FILE, which appears when it is complete",
-                [&options](const std::string& in_strText) {
-                    if (in_strText.empty())
-                        throw CLI::ValidationError("--output", "wants the name of a file");
-                    options.m_strOutput = in_strText;
-                });
-        addText(command, "--format", "FORMAT", "csv (default) or jsonl", [&options](const std::string& in_strText) {
-            options.m_format =
-                readWord<RowFormat>("--format", in_strText, {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}});
-        });
-        addWindowOptions(command, options.m_windows);
+        addRowOptions(command, options);
         addText(command, "--config", "FILE", "Features and windows as --save-config kept them",
                 [&options](const std::string& in_strText) { options.m_strConfig = in_strText; });
         addText(command, "--save-config", "FILE", "Keep features and windows in FILE, for --config; needs no INPUT",
                 [&options](const std::string& in_strText) { options.m_strSaveConfig = in_strText; });
-        addText(command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
-                [&options](const std::string& in_strText) {
-                    options.m_progress = readWord<ProgressMode>("--progress", in_strText,
-                                                                {{"auto", ProgressMode::AUTO},
-                                                                 {"always", ProgressMode::ALWAYS},
-                                                                 {"never", ProgressMode::NEVER}});
-                });
-        addMessageOptions(command, options.m_messages);
+        addProgressOptions(command, options);
+    }
+
+    void addEval()
+    {
+        CommandFeatures::Options& options = m_eval;
+        options.m_bFormulasOnly = true;
+        CLI::App& command = add("eval", "Computes a formula for each window of recordings, a row a window",
+                                s_szEvalFooter, [this] { return runEval(); });
+        command.add_option("FORMULA", m_strFormula, "A formula over x, the window")->type_name("")->required();
+        command
+            .add_option("INPUT", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads, or -")
+            ->type_name("");
+        addRowOptions(command, options);
+        addProgressOptions(command, options);
+    }
+
+    int runEval()
+    {
+        m_eval.m_vFormulas = {{m_strFormula, m_strFormula}};
+        return runRows(m_eval);
+    }
+
+    void addListFunctions()
+    {
+        CLI::App& command = add("list-functions", "Shows the functions that formulas can call", s_szListFunctionsFooter,
+                                [this] { return CommandListFunctions::run(m_listFunctions, m_data, m_messageStream); });
+        command.add_flag("--json", m_listFunctions.m_bJson, "As a JSON array");
     }
 
     void addWindowOptions(CLI::App& inout_command, WindowOptions& out_options)
@@ -338,10 +403,22 @@ private:
         std::string strOption;
         if (isSaidTwice(strOption))
             return refuse(strOption + " cannot stand beside --config, which settles it");
-        const bool bToStream = m_features.m_strOutput.empty() || m_features.m_strOutput == "-";
-        m_features.m_bStatusLine = m_terminals.m_bMessages && !(m_terminals.m_bData && bToStream);
-        m_features.m_bFlushRows = m_terminals.m_bData && bToStream;
-        return CommandFeatures::run(m_features, m_data, m_messageStream);
+        if (!m_features.m_strSaveConfig.empty() && !m_vNamedFormulas.empty())
+            return refuse("--save-config keeps features, not formulas; leave --expr out");
+        for (const std::string& strText : m_vNamedFormulas) {
+            m_features.m_vFormulas.emplace_back();
+            if (!parseNamedFormula(strText, m_features.m_vFormulas.back()))
+                return refuse("--expr wants NAME=FORMULA, not " + inQuotes(strText));
+        }
+        return runRows(m_features);
+    }
+
+    int runRows(CommandFeatures::Options& inout_options)
+    {
+        const bool bToStream = inout_options.m_strOutput.empty() || inout_options.m_strOutput == "-";
+        inout_options.m_bStatusLine = m_terminals.m_bMessages && !(m_terminals.m_bData && bToStream);
+        inout_options.m_bFlushRows = m_terminals.m_bData && bToStream;
+        return CommandFeatures::run(inout_options, m_data, m_messageStream);
     }
 
     void addInfo()
@@ -389,6 +466,10 @@ private:
     CommandFeatures::Options m_features;
     CommandInfo::Options m_info;
     CommandListFeatures::Options m_listFeatures;
+    CommandListFunctions::Options m_listFunctions;
+    CommandFeatures::Options m_eval;
+    std::string m_strFormula;
+    std::vector<std::string> m_vNamedFormulas;
     std::string m_strHelpAbout;
 };
 

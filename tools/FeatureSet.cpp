@@ -51,12 +51,22 @@ FeatureSet::FeatureSet()
 
 FeatureSet::~FeatureSet() = default;
 
-bool FeatureSet::configure(const std::vector<std::string>& in_vDescriptions, Messages& out_messages)
+bool FeatureSet::configure(const std::vector<std::string>& in_vDescriptions,
+                           const std::vector<NamedFormula>& in_vFormulas, Messages& out_messages)
 {
     const DescriptionChecker checker(m_pool);
     bool bGood = true;
     for (const std::string& strDescription : in_vDescriptions)
         bGood = add(strDescription, checker, out_messages) && bGood;
+    bGood = m_formulas.configure(in_vFormulas, out_messages) && bGood;
+    const std::vector<std::string> vNames = getColumnNames();
+    for (std::size_t uiName = m_vDescriptions.size(); bGood && uiName < vNames.size(); ++uiName) {
+        if (std::find(vNames.begin(), vNames.begin() + static_cast<long>(uiName), vNames[uiName]) !=
+            vNames.begin() + static_cast<long>(uiName)) {
+            out_messages.error("the name " + inQuotes(vNames[uiName]) + " would be that of two columns");
+            bGood = false;
+        }
+    }
     return bGood;
 }
 
@@ -80,6 +90,14 @@ bool FeatureSet::add(const std::string& in_strDescription, const DescriptionChec
     m_vDescriptions.push_back(in_strDescription);
     m_vStages.push_back(std::move(vStages));
     return true;
+}
+
+std::vector<std::string> FeatureSet::getColumnNames() const
+{
+    std::vector<std::string> vNames = m_vDescriptions;
+    for (std::size_t uiFormula = 0; uiFormula < m_formulas.size(); ++uiFormula)
+        vNames.push_back(m_formulas.getName(uiFormula));
+    return vNames;
 }
 
 std::unique_ptr<Math::FeatureComputerImpl> FeatureSet::getFreshComputer() const
@@ -128,6 +146,11 @@ const FeatureSet::Layout& FeatureSet::getLayout(unsigned long in_uiSampleRate, u
                 (m_vStages[uiFeature].size() == 1 ? "" : "in " + inQuotes(m_vDescriptions[uiFeature]) + ", ") +
                 strFault;
     }
+    for (std::size_t uiFormula = 0; bNew && uiFormula < m_formulas.size() && layout.m_strFault.empty(); ++uiFormula) {
+        std::size_t uiNbOfValues = 0;
+        layout.m_strFault = m_formulas.probe(uiFormula, in_uiSampleRate, in_uiWindowMs, inout_log, uiNbOfValues);
+        layout.m_vNbOfValues.push_back(uiNbOfValues);
+    }
     return layout;
 }
 
@@ -139,6 +162,8 @@ std::vector<std::string> FeatureSet::getNamesAssuming8000Hz() const
             if (stage.m_pDescription->m_bAssumes8000Hz &&
                 std::find(vNames.begin(), vNames.end(), stage.m_pDescription->m_szName) == vNames.end())
                 vNames.emplace_back(stage.m_pDescription->m_szName);
+    const std::vector<std::string> vFunctions = m_formulas.getFunctionsAssuming8000Hz();
+    vNames.insert(vNames.end(), vFunctions.begin(), vFunctions.end());
     return vNames;
 }
 

@@ -4,6 +4,7 @@
 #include "corvana/MathFeatureComputer.h"
 #include "corvana/MathSignalFeaturePool.h"
 #include "tools/DescriptionChecker.h"
+#include "tools/FormulaSet.h"
 #include "tools/LogBridge.h"
 
 #include <cstddef>
@@ -25,7 +26,7 @@ public:
     /// What a set gives for windows of one length.
     struct Layout
     {
-        std::vector<std::size_t> m_vNbOfValues; ///< of each feature, in order
+        std::vector<std::size_t> m_vNbOfValues; ///< of each feature, then of each formula, in order
         std::string m_strFault;                 ///< why there is none; empty for a good layout
     };
 
@@ -34,15 +35,22 @@ public:
     FeatureSet(const FeatureSet&) = delete;
     FeatureSet& operator=(const FeatureSet&) = delete;
 
-    /// Takes the descriptions; false, after a message for each that is at fault.
-    bool configure(const std::vector<std::string>& in_vDescriptions, Messages& out_messages);
+    /// Takes the descriptions, and the formulas that stand behind them; false, after a message for each that is at
+    /// fault.
+    bool configure(const std::vector<std::string>& in_vDescriptions, const std::vector<NamedFormula>& in_vFormulas,
+                   Messages& out_messages);
 
+    /// Of the features, without the formulas.
     const std::vector<std::string>& getDescriptions() const { return m_vDescriptions; }
+    /// What columns are named by: the descriptions, then the formulas' names.
+    std::vector<std::string> getColumnNames() const;
+    const FormulaSet& getFormulas() const { return m_formulas; }
     /// A computer of all features, in order, that has seen nothing yet.
     std::unique_ptr<Math::FeatureComputerImpl> getFreshComputer() const;
     /// Tries windows of zeros. The rate and the length in milliseconds serve the explanation of a fault.
     const Layout& getLayout(unsigned long in_uiSampleRate, unsigned long in_uiWindowMs, LogBridge& inout_log);
-    /// The names of the features whose values mean what they say only at 8000 samples per second, each once.
+    /// The names of the features and functions whose values mean what they say only at 8000 samples per second, each
+    /// once.
     std::vector<std::string> getNamesAssuming8000Hz() const;
 
 private:
@@ -55,6 +63,7 @@ private:
     Math::SignalFeaturePool m_pool;
     std::vector<std::string> m_vDescriptions;
     std::vector<Stages> m_vStages;
+    FormulaSet m_formulas;
     std::map<unsigned long, Layout> m_vLayouts; // by sample rate
 };
 

@@ -126,9 +126,10 @@ try {
     m_log.beginInput(m_strPath);
     inout_writer.beginFile(m_strPath);
     const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();
+    std::vector<Math::Xpr::Expression> vExpressions = m_features.getFormulas().getFreshExpressions();
     unsigned long uiNbOfRows = 0;
     while (m_reader.getNextWindow(m_vWindow)) {
-        const std::string strFault = writeRow(inout_writer, *pComputer);
+        const std::string strFault = writeRow(inout_writer, *pComputer, vExpressions);
         if (!strFault.empty())
             return strFault;
         const std::string& strRow = inout_writer.endRow();
@@ -151,18 +152,38 @@ try {
 }
 
 // Returns a fault; the row is complete only without one.
-std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer)
+std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer,
+                                        std::vector<Math::Xpr::Expression>& inout_vExpressions)
 {
     inout_computer.setWindow(m_vWindow);
     const bool bComputed = inout_computer.computeFeatures(m_vValues);
-    const std::vector<std::size_t>& vNbOfValues = getNbOfValues();
-    if (!bComputed || m_vValues.size() != std::accumulate(vNbOfValues.begin(), vNbOfValues.end(), std::size_t{0}))
+    const std::size_t uiNbOfFeatures = getNbOfValues().size() - inout_vExpressions.size();
+    const auto itFormulas = getNbOfValues().begin() + static_cast<long>(uiNbOfFeatures);
+    if (!bComputed || m_vValues.size() != std::accumulate(getNbOfValues().begin(), itFormulas, std::size_t{0}))
         return rowFault(bComputed);
     inout_writer.beginRow(m_reader.getCurrentAudioTime());
     std::span<const double> values(m_vValues.data(), m_vValues.size());
-    for (std::size_t uiFeature = 0; uiFeature < vNbOfValues.size(); ++uiFeature) {
-        inout_writer.addFeature(uiFeature, values.first(vNbOfValues[uiFeature]));
-        values = values.subspan(vNbOfValues[uiFeature]);
+    for (std::size_t uiFeature = 0; uiFeature < uiNbOfFeatures; ++uiFeature) {
+        inout_writer.addFeature(uiFeature, values.first(getNbOfValues()[uiFeature]));
+        values = values.subspan(getNbOfValues()[uiFeature]);
+    }
+    return addFormulas(inout_writer, inout_vExpressions);
+}
+
+std::string RecordingAnalysis::addFormulas(RowWriter& inout_writer,
+                                           std::vector<Math::Xpr::Expression>& inout_vExpressions)
+{
+    const std::size_t uiNbOfFeatures = getNbOfValues().size() - inout_vExpressions.size();
+    for (std::size_t uiFormula = 0; uiFormula < inout_vExpressions.size(); ++uiFormula) {
+        Math::Xpr::Expression& expression = inout_vExpressions[uiFormula];
+        expression.setVariable("x", m_vWindow);
+        LimitedObjPtr<Math::DoubleVector> pValues;
+        const bool bEvaluated = expression.evaluate(pValues);
+        if (!bEvaluated || pValues->size() != getNbOfValues()[uiNbOfFeatures + uiFormula]) {
+            m_vValues.resize(bEvaluated ? pValues->size() : 0);
+            return rowFault(bEvaluated);
+        }
+        inout_writer.addFeature(uiNbOfFeatures + uiFormula, {pValues->data(), pValues->size()});
     }
     return {};
 }

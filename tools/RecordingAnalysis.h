@@ -60,7 +60,9 @@ private:
 
     std::string configureReader();
     void warnAboutRate();
-    std::string writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer);
+    std::string writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer,
+                         std::vector<Math::Xpr::Expression>& inout_vExpressions);
+    std::string addFormulas(RowWriter& inout_writer, std::vector<Math::Xpr::Expression>& inout_vExpressions);
     std::string rowFault(bool in_bComputed);
     std::string checkEnd() const;
     std::string outOfMemory() const;

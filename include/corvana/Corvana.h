@@ -43,6 +43,7 @@
 #include "corvana/MathXprExpressionImpl.h"
 #include "corvana/MathXprFunction.h"
 #include "corvana/MathXprFunctionAdaptor.h"
+#include "corvana/MathXprFunctionDescription.h"
 #include "corvana/MathXprRegistry.h"
 #include "corvana/MathXprUserFunction.h"
 #include "corvana/MathXprVirtualFileSystem.h"

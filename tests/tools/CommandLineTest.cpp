@@ -86,7 +86,7 @@ TEST_F(CommandLineTest, ShowsHelpToThoseWhoAsk)
 
 TEST_F(CommandLineTest, ShowsTheSameHelpOfACommandInBothWays)
 {
-    for (const char* szCommand : {"features", "info", "list-features", "help"}) {
+    for (const char* szCommand : {"features", "eval", "info", "list-features", "list-functions", "help"}) {
         EXPECT_EQ(run({"help", szCommand}), EXIT_DONE);
         const std::string strHelp = m_data.str();
         EXPECT_EQ(run({szCommand, "--help"}), EXIT_DONE);
@@ -104,10 +104,11 @@ TEST_F(CommandLineTest, ShowsShortHelpWithoutACommand)
 
 TEST_F(CommandLineTest, NamesTheNearestCommand)
 {
-    expectRefused({"feature", "a.wav"}, "corvana: no command 'feature'; did you mean features?\n"
-                                        "The commands are features, info, list-features, help.\n");
+    expectRefused({"feature", "a.wav"},
+                  "corvana: no command 'feature'; did you mean features?\n"
+                  "The commands are features, eval, info, list-features, list-functions, help.\n");
     expectRefused({"help", "nosuch"}, "corvana: no command 'nosuch'\n"
-                                      "The commands are features, info, list-features, help.\n");
+                                      "The commands are features, eval, info, list-features, list-functions, help.\n");
 }
 
 TEST_F(CommandLineTest, NamesTheNearestOption)
