@@ -9,7 +9,7 @@ import statistics
 import sys
 from collections import defaultdict
 
-PEERS = ("Literal", "Memcpy", "Sndfile")
+PEERS = ("Literal", "Memcpy", "Sndfile", "Direct")
 
 
 def measurements(paths):

@@ -203,7 +203,7 @@ std::vector<std::string> Expression::getParameterNames() const
 
 bool Expression::setVariable(const char* in_szName, const DoubleVector& in_vValue)
 {
-    if (isEmpty() || in_szName == nullptr)
+    if (m_pGraph == nullptr || in_szName == nullptr)
         return false;
     for (const auto& hVariable : m_pGraph->m_vVariables) {
         if (std::strcmp(hVariable->getName().c_str(), in_szName) == 0) {
@@ -224,15 +224,16 @@ bool Expression::configure(const ROConfiguration& in_config, const TSHandle<Virt
 
 bool Expression::evaluate(LimitedObjPtr<DoubleVector>& out_pResult)
 {
-    if (isEmpty())
+    Graph* const pGraph = m_pGraph.get();
+    if (pGraph == nullptr)
         return false;
-    if (!m_pGraph->m_bConfigured && !configure(TrieConfiguration())) {
-        m_pGraph->m_bConfigured = false;
+    if (!pGraph->m_bConfigured && !configure(TrieConfiguration())) {
+        pGraph->m_bConfigured = false;
         return false;
     }
-    for (const auto& hShared : m_pGraph->m_vShared)
+    for (const auto& hShared : pGraph->m_vShared)
         hShared->forgetValue();
-    return m_pGraph->m_hRoot->evaluate(out_pResult);
+    return pGraph->m_hRoot->evaluate(out_pResult);
 }
 
 bool Expression::reset()

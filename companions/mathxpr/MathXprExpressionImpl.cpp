@@ -91,11 +91,6 @@ void ExpressionBaseImpl::seal()
 
 void ExpressionBaseImpl::seal_i() {}
 
-long ExpressionBaseImpl::getNbOfChildren() const
-{
-    return static_cast<long>(m_vChildren.size());
-}
-
 Handle<ExpressionBaseImpl> ExpressionBaseImpl::getChildAt(long in_iIndex) const
 {
     if (in_iIndex < 0 || in_iIndex >= getNbOfChildren())

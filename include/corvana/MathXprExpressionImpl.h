@@ -62,7 +62,7 @@ public:
     /// No replace() from now on, in this node and below.
     void seal();
 
-    long getNbOfChildren() const;
+    long getNbOfChildren() const { return static_cast<long>(m_vChildren.size()); }
     /// A null handle when out of range.
     Handle<ExpressionBaseImpl> getChildAt(long in_iIndex) const;
 

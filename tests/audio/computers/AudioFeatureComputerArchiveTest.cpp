@@ -373,6 +373,19 @@ TEST_P(SavedComputer, KeepsAnUnknownFeature)
                 ElementsAre(isError(s_szMathLogger, "MathFeatureComputer", "Unknown feature probe(7) in archive")));
 }
 
+TEST_P(SavedComputer, TellsTheTextsOfAnUnknownFeature)
+{
+    KnowingComputer source;
+    ASSERT_TRUE(source.m_computer.addFeature("probe(7)", "in", "out"));
+
+    const auto pLoaded = loaded(saved(source.m_computer, GetParam()), GetParam());
+
+    ASSERT_NE(nullptr, pLoaded);
+    EXPECT_EQ("probe(7)", pLoaded->getDescription(0));
+    EXPECT_EQ("in", pLoaded->getInputName(0));
+    EXPECT_EQ("out", pLoaded->getOutputName(0));
+}
+
 TEST_P(SavedComputer, SavesAnUnknownFeatureAgain)
 {
     KnowingComputer source;

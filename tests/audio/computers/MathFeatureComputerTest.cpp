@@ -155,6 +155,20 @@ TEST(FeatureComputerAddFeature, ReportsAMalformedStageByAnAssertion)
     EXPECT_THAT(assertions.texts(), ElementsAre("splitParams(in_szFeatureName, strFeature, vParams)"));
 }
 
+TEST(FeatureComputerAddFeature, KeepsItsTextsAsTheyWereGiven)
+{
+    Audio::FeatureComputerImpl computer;
+    ASSERT_TRUE(computer.addFeature(" Spectrum ", "", "s"));
+    ASSERT_TRUE(computer.addFeature("flatness", "s"));
+
+    EXPECT_EQ(" Spectrum ", computer.getDescription(0));
+    EXPECT_EQ("", computer.getInputName(0));
+    EXPECT_EQ("s", computer.getOutputName(0));
+    EXPECT_EQ("flatness", computer.getDescription(1));
+    EXPECT_EQ("s", computer.getInputName(1));
+    EXPECT_EQ("", computer.getOutputName(1));
+}
+
 // ---- Inputs and outputs
 
 TEST(FeatureComputerOutputs, AreReadByLaterFeatures)

@@ -204,6 +204,17 @@ TEST(AudioXprFormula, FailsToConfigureWithoutAParameterAndNamesIt)
     EXPECT_THAT(log.texts(), ElementsAre("Parameter widthHz is not set for spectral range feature"));
 }
 
+TEST(AudioXprFormula, NamesEveryFunctionThatFailsToConfigure)
+{
+    Expression expression = parsed("spectralRange(x) + maxSpectralRanges(x)");
+    LogCapture log("kestrivon", 40000);
+
+    EXPECT_FALSE(expression.configure(TrieConfiguration()));
+
+    EXPECT_THAT(log.texts(), ElementsAre("Parameter frequencyHz is not set for spectral range feature",
+                                         "Could not find parameter frequenciesList in configuration"));
+}
+
 TEST(AudioXprFormula, FailsToEvaluateWithoutAParameterAndNamesIt)
 {
     Expression expression = parsed("maxSpectralRanges(spectrum(x))");
