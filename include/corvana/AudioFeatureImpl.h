@@ -281,7 +281,7 @@ private:
 ///   failure  none
 ///   memory   the statistics and the block under way
 ///   cost     O(n)
-class CORVANA_API MeanMaxFeature : public Math::SignalFeatureWithMemory, public AudioFeature
+class CORVANA_API MeanMaxFeature : public virtual Math::SignalFeatureWithMemory, public AudioFeature
 {
 public:
     /// in_dStepSeconds: time from sample to sample; in_dBaseline: the level that differences are measured from.
