@@ -65,7 +65,7 @@ const char* AudioFeature::getFeatureTypeString(FeatureType in_type)
 
 Fallible<AudioFeature::FeatureType> AudioFeature::parseFeatureType(const char* in_szName)
 {
-    for (unsigned uiType = 0; uiType < std::size(s_aszTypeNames); ++uiType)
+    for (unsigned uiType = 0; in_szName != nullptr && uiType < std::size(s_aszTypeNames); ++uiType)
         if (equalsIgnoringCase(s_aszTypeNames[uiType], in_szName))
             return static_cast<FeatureType>(uiType);
     return {};

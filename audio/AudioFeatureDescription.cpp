@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/AudioFeatureDescription.h"
 
+#include <limits>
+
 namespace Corvana::Audio {
 namespace {
 
 constexpr const char* s_szPowerShare = "share of the power";
 constexpr const char* s_szSampleShare = "share of the samples";
-constexpr unsigned s_uiAnyNumber = 1000;
+constexpr unsigned s_uiAnyNumber = std::numeric_limits<unsigned>::max();
 
 constexpr FeatureDescription s_aDescriptions[] = {
     {"zerocrossingrate", "(number)", 0, 1, "zerocrossingrate", "window", "1", "crossings per sample",

@@ -108,7 +108,8 @@ std::string AudioSetParser::getCurrentEntry() const
 
 const char* AudioSetParser::getFullFilename(const char* in_szEntry)
 {
-    const std::string strEntry = in_szEntry; // which may be the text that was returned before
+    const std::string strEntry =
+        in_szEntry == nullptr ? "" : in_szEntry; // which may be the text that was returned before
     m_strFullFileName.clear();
     if (OS::isPathRelative(strEntry.c_str()))
         resolveRelative(strEntry);

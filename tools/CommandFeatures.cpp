@@ -65,8 +65,9 @@ public:
         if (!openOutput(vInputs) || !settleForGivenRate())
             return EXIT_UNUSABLE;
         analyseAll(vInputs);
-        if (m_output.stream().good() && m_pWriter == nullptr && !settleWithoutRecording())
-            return EXIT_SOME_FAILED;
+        if (m_output.stream().good() && m_pWriter == nullptr &&
+            !settleWithoutRecording(!vInputs.empty()))
+            return vInputs.empty() ? EXIT_UNUSABLE : EXIT_SOME_FAILED;
         return finish(vInputs.size());
     }
 
@@ -152,12 +153,15 @@ private:
     }
 
     // A table without rows still has its columns; 8000 Hz is what the features are made for.
-    bool settleWithoutRecording()
+    bool settleWithoutRecording(bool in_bHadInputs)
     {
         constexpr unsigned long uiAssumedRate = 8000;
         const FeatureSet::Layout& layout = layoutFor(uiAssumedRate);
         if (!layout.m_strFault.empty()) {
-            m_messages.note("nothing is written: no recording could be analysed");
+            if (in_bHadInputs)
+                m_messages.note("nothing is written: no recording could be analysed");
+            else
+                m_messages.error(layout.m_strFault);
             return false;
         }
         settle(layout.m_vNbOfValues, uiAssumedRate);

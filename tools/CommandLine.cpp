@@ -90,9 +90,7 @@ Examples:
   corvana help
   corvana help features)";
 
-constexpr unsigned long s_uiMaxWindowMs = 600000;
 constexpr unsigned long s_uiMaxReadFactor = 1000000;
-constexpr unsigned long s_uiMaxSampleRate = 10000000;
 
 unsigned long readNumber(const std::string& in_strOption, const std::string& in_strText, unsigned long in_uiMin,
                          unsigned long in_uiMax, const char* in_szElse = "")

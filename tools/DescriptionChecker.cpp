@@ -7,6 +7,7 @@
 #include "tools/Text.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <sstream>
 
@@ -250,7 +251,7 @@ std::string parameterCountText(const Audio::FeatureDescription& in_description)
         return "no parameters";
     if (uiMin == uiMax)
         return counted(uiMin, "parameter");
-    if (uiMax >= 1000) // as good as any number
+    if (uiMax == std::numeric_limits<unsigned>::max())
         return std::to_string(uiMin) + " or more parameters";
     return std::to_string(uiMin) + (uiMax == uiMin + 1 ? " or " : " to ") + counted(uiMax, "parameter");
 }

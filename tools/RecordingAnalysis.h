@@ -12,6 +12,10 @@
 
 namespace Corvana::Tools {
 
+/// Beyond these nobody means what he says; within them no product of the two overflows.
+constexpr unsigned long s_uiMaxWindowMs = 600000;
+constexpr unsigned long s_uiMaxSampleRate = 10000000;
+
 /// How recordings are cut into windows.
 struct WindowOptions
 {

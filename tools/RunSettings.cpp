@@ -77,6 +77,12 @@ try {
     if (pComputer == nullptr || pComputer->getNbOfFeatures() == 0)
         return "holds no features";
 
+    if (config.m_uiWindowSizeMs < 1 || config.m_uiWindowSizeMs > s_uiMaxWindowMs ||
+        config.m_uiWindowOverlapMs > s_uiMaxWindowMs || config.m_uiSampleRate > s_uiMaxSampleRate)
+        return "has a window of " + std::to_string(config.m_uiWindowSizeMs) + " ms, an overlap of " +
+               std::to_string(config.m_uiWindowOverlapMs) + " ms at " + std::to_string(config.m_uiSampleRate) +
+               " Hz; at most " + std::to_string(s_uiMaxWindowMs) + " ms and " + std::to_string(s_uiMaxSampleRate) +
+               " Hz can be run";
     out_settings.m_windows.m_uiSampleRate = config.m_uiSampleRate;
     out_settings.m_windows.m_uiWindowMs = config.m_uiWindowSizeMs;
     out_settings.m_windows.m_uiOverlapMs = config.m_uiWindowOverlapMs;

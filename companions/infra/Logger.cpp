@@ -108,6 +108,21 @@ void CachedLLLogger::cacheLogLevel()
     m_iCachedLevel = getChainedLogLevel();
 }
 
+template <class LoggerT>
+ObjectWithLogger<LoggerT>::ObjectWithLogger()
+    : m_logger(Logger::getRoot())
+{
+}
+
+template <class LoggerT>
+ObjectWithLogger<LoggerT>::~ObjectWithLogger() = default;
+template <class LoggerT>
+ObjectWithLogger<LoggerT>::ObjectWithLogger(const ObjectWithLogger&) = default;
+template <class LoggerT>
+ObjectWithLogger<LoggerT>& ObjectWithLogger<LoggerT>::operator=(const ObjectWithLogger&) = default;
+
+template class ObjectWithLogger<CachedLLLogger>;
+
 AceCleanupLogger::AceCleanupLogger(const char* in_szName)
     : Logger(in_szName)
 {

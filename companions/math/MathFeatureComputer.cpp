@@ -37,6 +37,8 @@ FeatureComputerImpl::~FeatureComputerImpl() = default;
 bool FeatureComputerImpl::addFeature(const char* in_szDescription, const char* in_szInputName,
                                      const char* in_szOutputName)
 {
+    if (in_szDescription == nullptr || in_szInputName == nullptr || in_szOutputName == nullptr)
+        return false;
     return m_pGraph->addFeature(m_pool, {in_szDescription, in_szInputName, in_szOutputName});
 }
 
@@ -47,7 +49,7 @@ void FeatureComputerImpl::setWindow(const DoubleVector& in_vWindow)
 
 bool FeatureComputerImpl::setNamedInput(const char* in_szName, const DoubleVector& in_vInput)
 {
-    return in_szName[0] != '\0' && m_pGraph->setInput(in_szName, in_vInput);
+    return in_szName != nullptr && in_szName[0] != '\0' && m_pGraph->setInput(in_szName, in_vInput);
 }
 
 bool FeatureComputerImpl::configure(const ROConfiguration& in_config)

@@ -5,6 +5,7 @@
 #include "corvana/NumberText.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.math.FeatureComputerImpl")
@@ -47,13 +48,11 @@ FeatureGraph::Input* FeatureGraph::findInput(const std::string& in_strName) cons
     return it == m_vInputs.end() ? nullptr : it->get();
 }
 
-FeatureGraph::Input& FeatureGraph::findOrAddInput(const std::string& in_strName)
+std::unique_ptr<FeatureGraph::Input> FeatureGraph::newInput(const std::string& in_strName)
 {
-    if (Input* pInput = findInput(in_strName))
-        return *pInput;
-    m_vInputs.push_back(std::make_unique<Input>());
-    m_vInputs.back()->m_strName = in_strName;
-    return *m_vInputs.back();
+    auto pInput = std::make_unique<Input>();
+    pInput->m_strName = in_strName;
+    return pInput;
 }
 
 FeatureGraph::Stage* FeatureGraph::findSharedStage(std::string_view in_strText, const DoubleVector* in_pSource) const
@@ -64,45 +63,60 @@ FeatureGraph::Stage* FeatureGraph::findSharedStage(std::string_view in_strText, 
     return it == m_vStages.end() ? nullptr : it->get();
 }
 
+const FeatureGraph::Stage* FeatureGraph::makeStages(const SignalFeaturePool& in_pool, std::string_view in_strStages,
+                                                    const Input* in_pInput, const DoubleVector* in_pSource,
+                                                    std::vector<std::unique_ptr<Stage>>& out_vNewStages) const
+{
+    for (;;) {
+        const std::size_t uiBar = in_strStages.find('|');
+        const std::string strText(withoutBlanksAround(in_strStages.substr(0, uiBar)));
+        const Stage* pStage = findSharedStage(strText, in_pSource);
+        if (pStage == nullptr) {
+            auto pNewStage = std::make_unique<Stage>();
+            pNewStage->m_strText = strText;
+            pNewStage->m_pInput = in_pInput;
+            pNewStage->m_pSource = in_pSource;
+            pNewStage->m_pFeature.reset(in_pool.getNewFeature(strText.c_str()));
+            if (pNewStage->m_pFeature == nullptr)
+                return nullptr;
+            pStage = pNewStage.get();
+            out_vNewStages.push_back(std::move(pNewStage));
+        }
+        if (uiBar == std::string_view::npos)
+            return pStage;
+        in_pSource = &pStage->m_vValues;
+        in_strStages.remove_prefix(uiBar + 1);
+    }
+}
+
 bool FeatureGraph::addFeature(const SignalFeaturePool& in_pool, const Entry& in_entry)
 {
     if (!in_entry.m_strOutput.empty() &&
         (findOutput(in_entry.m_strOutput) != nullptr || findInput(in_entry.m_strOutput) != nullptr ||
          in_entry.m_strOutput == in_entry.m_strInput))
         return false;
-
     const Feature* pEarlier = findOutput(in_entry.m_strInput);
     if (pEarlier != nullptr && pEarlier->m_pLastStage == nullptr)
         return false; // what it reads is unknown
-    const Input* pInput = pEarlier == nullptr ? &findOrAddInput(in_entry.m_strInput) : pEarlier->m_pLastStage->m_pInput;
-    const DoubleVector* pSource = pEarlier == nullptr ? &pInput->m_vValue : &pEarlier->m_pLastStage->m_vValues;
 
-    std::vector<std::unique_ptr<Stage>> vNewStages;
-    const Stage* pLastStage = nullptr;
-    std::string_view strRest = in_entry.m_strDescription;
-    for (bool bMore = true; bMore;) {
-        const std::size_t uiBar = strRest.find('|');
-        const std::string strText(withoutBlanksAround(strRest.substr(0, uiBar)));
-        pLastStage = findSharedStage(strText, pSource);
-        if (pLastStage == nullptr) {
-            auto pStage = std::make_unique<Stage>();
-            pStage->m_strText = strText;
-            pStage->m_pInput = pInput;
-            pStage->m_pSource = pSource;
-            pStage->m_pFeature.reset(in_pool.getNewFeature(strText.c_str()));
-            if (pStage->m_pFeature == nullptr)
-                return false;
-            pLastStage = pStage.get();
-            vNewStages.push_back(std::move(pStage));
-        }
-        pSource = &pLastStage->m_vValues;
-        bMore = uiBar != std::string_view::npos;
-        strRest.remove_prefix(bMore ? uiBar + 1 : 0);
+    const Input* pInput = pEarlier == nullptr ? findInput(in_entry.m_strInput) : pEarlier->m_pLastStage->m_pInput;
+    std::unique_ptr<Input> pNewInput;
+    if (pInput == nullptr) {
+        pNewInput = newInput(in_entry.m_strInput);
+        pInput = pNewInput.get();
     }
+    const DoubleVector* pSource = pEarlier == nullptr ? &pInput->m_vValue : &pEarlier->m_pLastStage->m_vValues;
+    std::vector<std::unique_ptr<Stage>> vNewStages;
+    const Stage* pLastStage = makeStages(in_pool, in_entry.m_strDescription, pInput, pSource, vNewStages);
+    if (pLastStage == nullptr)
+        return false;
 
-    // Room first: nothing below may throw once the first stage has joined.
+    // Room first: nothing may throw once something has joined.
+    m_vInputs.reserve(m_vInputs.size() + 1);
     m_vStages.reserve(m_vStages.size() + vNewStages.size());
     m_vFeatures.push_back({in_entry, pLastStage});
+    if (pNewInput != nullptr)
+        m_vInputs.push_back(std::move(pNewInput));
     std::move(vNewStages.begin(), vNewStages.end(), std::back_inserter(m_vStages));
     return true;
 }
@@ -123,9 +137,13 @@ bool FeatureGraph::setInput(const std::string& in_strName, const DoubleVector& i
 {
     if (findOutput(in_strName) != nullptr)
         return false;
-    Input& input = findOrAddInput(in_strName);
-    input.m_vValue = in_vValue;
-    input.m_bSet = true;
+    Input* pInput = findInput(in_strName);
+    if (pInput == nullptr) {
+        m_vInputs.push_back(newInput(in_strName));
+        pInput = m_vInputs.back().get();
+    }
+    pInput->m_vValue = in_vValue;
+    pInput->m_bSet = true;
     return true;
 }
 

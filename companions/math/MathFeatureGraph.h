@@ -57,7 +57,10 @@ private:
 
     const Feature* findOutput(const std::string& in_strName) const;
     Input* findInput(const std::string& in_strName) const;
-    Input& findOrAddInput(const std::string& in_strName);
+    static std::unique_ptr<Input> newInput(const std::string& in_strName);
+    // The last stage of a chain, with those that are not there yet in out_vNewStages; null: one is unknown.
+    const Stage* makeStages(const SignalFeaturePool& in_pool, std::string_view in_strStages, const Input* in_pInput,
+                            const DoubleVector* in_pSource, std::vector<std::unique_ptr<Stage>>& out_vNewStages) const;
     Stage* findSharedStage(std::string_view in_strText, const DoubleVector* in_pSource) const;
     bool isInputMissing(const Feature& in_feature) const;
     bool computeStages();

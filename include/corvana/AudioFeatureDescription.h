@@ -14,7 +14,7 @@ struct FeatureDescription
     const char* m_szName;       ///< as written in descriptions; case does not matter
     const char* m_szParameters; ///< as written behind the name, such as "(centreHz,halfWidthHz)"; "" for none
     unsigned m_uiMinParameters; ///< how many the factory takes, at least
-    unsigned m_uiMaxParameters; ///< and at most
+    unsigned m_uiMaxParameters; ///< and at most; the largest unsigned number: any number
     const char* m_szExample;    ///< a description that works
     const char* m_szInput;      ///< "window", "spectrum" (any normalised spectrum) or "value" (exactly one)
     const char* m_szNbOfValues; ///< for an input of n values: a number, or a formula such as "n/2"

@@ -88,13 +88,15 @@ public:
 /// from it need not repeat it, although a virtual base is constructed by the most derived class. Until then, it is
 /// the root logger.
 template <class LoggerT>
-class ObjectWithLogger : public virtual Object
+class CORVANA_API ObjectWithLogger : public virtual Object
 {
+public:
+    ~ObjectWithLogger() override;
+
 protected:
-    ObjectWithLogger()
-        : m_logger(Logger::getRoot())
-    {
-    }
+    ObjectWithLogger();
+    ObjectWithLogger(const ObjectWithLogger&);
+    ObjectWithLogger& operator=(const ObjectWithLogger&);
     void setLogger(const Logger& in_logger) { m_logger = LoggerT(in_logger); }
 
     const LoggerT& getLogger() const { return m_logger; }
@@ -103,6 +105,8 @@ protected:
 private:
     LoggerT m_logger;
 };
+
+extern template class ObjectWithLogger<CachedLLLogger>;
 
 /// Logs "ENTER : " and "EXIT : " with a method's name at trace level, around every return path.
 class CORVANA_API TraceScope

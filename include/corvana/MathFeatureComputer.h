@@ -42,9 +42,10 @@ public:
 /// The features of a computer, made from descriptions by the factories of its pool.
 /// Order of calls: addFeature() for each feature, configure() where features need it, then setWindow() and
 /// computeFeatures() for each window, and reset() at the start of each new signal.
-/// Stages that descriptions begin with alike ("spectrum|flatness", "spectrum|peaks") are computed once a window.
-/// Saved and loaded with Boost.Serialization: the descriptions with the names of their inputs and outputs, not the
-/// inputs, the windows or what features remember. Archives are trusted input: a damaged one can crash Boost.
+/// Stages that descriptions begin with alike, letter by letter ("spectrum|flatness", "spectrum|peaks"), are computed
+/// once a window, for features added before the first window: a stage that has computed may remember something. Saved
+/// and loaded with Boost.Serialization: the descriptions with the names of their inputs and outputs, not the inputs,
+/// the windows or what features remember. Archives are trusted input: a damaged one can crash Boost.
 class CORVANA_API FeatureComputerImpl : public virtual FeatureComputer
 {
 public:
@@ -56,7 +57,7 @@ public:
     /// in_szDescription: "silenceratio", "spectralrange(1000,100)", or stages joined by "|".
     /// in_szInputName: what the first stage reads; "" the window, else an earlier feature's output name or an input.
     /// in_szOutputName: "" to append the values to the result, else to keep them for later features only.
-    /// False, with nothing changed: no factory makes a stage, or the output name is already in use.
+    /// False, with nothing changed: no factory makes a stage, or the output name is already in use, or a text is null.
     bool addFeature(const char* in_szDescription, const char* in_szInputName = "", const char* in_szOutputName = "");
     /// Copies the unnamed input.
     void setWindow(const DoubleVector& in_vWindow);

@@ -124,6 +124,11 @@ TEST(AudioFeature, ComparesWholeNames)
     EXPECT_EQ(AudioFeature::SPECTRUM, type.getValue());
 }
 
+TEST(AudioFeature, ParsesNothingFromNull)
+{
+    EXPECT_FALSE(AudioFeature::parseFeatureType(nullptr).isValid());
+}
+
 TEST(AudioFeature, ParsesNoOtherText)
 {
     LogCapture log;

@@ -387,6 +387,11 @@ TEST_F(AudioSetParserTest, RejectsAMissingAbsoluteEntry)
     EXPECT_THAT(log.events(), ElementsAre(absoluteNotFound("/missing/a.wav")));
 }
 
+TEST_F(AudioSetParserTest, FindsNothingForNull)
+{
+    EXPECT_STREQ("", m_parser.getFullFilename(nullptr));
+}
+
 TEST_F(AudioSetParserTest, DoesNotTakeAFolderOrNullForAList)
 {
     const LogCapture log("kestrivon.audio.AudioSetParser");

@@ -131,6 +131,13 @@ TEST_F(CommandEvalTest, WarnsOnceAFileWhereFrequenciesMeanSomethingElse)
     EXPECT_EQ("", m_messages.str());
 }
 
+TEST_F(CommandEvalTest, TellsWhatIsWrongEvenWhenAListHoldsNothing)
+{
+    EXPECT_EQ(EXIT_UNUSABLE, run({"eval", "spectrum(x)", "--window-ms=20", "-q", "--list", m_dir.write("l.txt", "")}));
+
+    EXPECT_THAT(m_messages.str(), HasSubstr("a spectrum needs a power of two"));
+}
+
 TEST_F(CommandEvalTest, WantsAFormulaAndARecording)
 {
     EXPECT_EQ(EXIT_UNUSABLE, run({"eval"}));

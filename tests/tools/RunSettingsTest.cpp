@@ -120,6 +120,17 @@ TEST_F(RunSettingsTest, TellWhatIsWrongWithAFile)
     EXPECT_THAT(RunSettings::load(m_strFile, settings), HasSubstr("named inputs or outputs"));
 }
 
+TEST_F(RunSettingsTest, KeepToTheLimitsOfTheOptions)
+{
+    for (const WindowOptions& windows :
+         {WindowOptions{600001, 0, false, 1, 0}, WindowOptions{16, 1UL << 63, false, 1, 0},
+          WindowOptions{0, 0, false, 1, 0}, WindowOptions{16, 0, false, 1, 10000001}}) {
+        RunSettings settings;
+        ASSERT_EQ("", RunSettings::save(m_strFile, {windows, {"silenceratio"}}));
+        EXPECT_THAT(RunSettings::load(m_strFile, settings), HasSubstr("at most 600000 ms and 10000000 Hz can be run"));
+    }
+}
+
 TEST_F(RunSettingsTest, SurviveEveryTruncationWithAMessage)
 {
     ASSERT_EQ("", RunSettings::save(m_strFile, {{}, allFeatures()}));

@@ -57,6 +57,26 @@ DoubleVector computedInto(FeatureComputer& inout_computer, DoubleVector in_vFeat
 
 // ---- Adding features
 
+TEST(FeatureComputerAddFeature, LeavesNoInputNameBehindWhenItRefuses)
+{
+    FeatureComputerWithInputsImpl computer;
+
+    EXPECT_FALSE(computer.addFeature("nosuch", "x"));
+
+    EXPECT_TRUE(computer.addFeature("spectrum", "", "x"));
+}
+
+TEST(FeatureComputerAddFeature, RefusesNullTexts)
+{
+    FeatureComputerWithInputsImpl computer;
+
+    EXPECT_FALSE(computer.addFeature(nullptr));
+    EXPECT_FALSE(computer.addFeature("spectrum", nullptr));
+    EXPECT_FALSE(computer.addFeature("spectrum", "", nullptr));
+    EXPECT_FALSE(computer.setInput(nullptr, DoubleVector(1)));
+    EXPECT_EQ(0u, computer.getNbOfFeatures());
+}
+
 TEST(FeatureComputerAddFeature, TakesANameAndParameters)
 {
     Audio::FeatureComputerImpl computer;
