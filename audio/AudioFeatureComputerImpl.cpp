@@ -38,10 +38,18 @@ using boost::serialization::void_cast_detail::void_caster;
 [[maybe_unused]] const void_caster& s_castWithInputsToMathWithInputs =
     void_cast_register<FeatureComputerWithInputsImpl, Math::FeatureComputerWithInputsImpl>(nullptr, nullptr);
 
+void noteLoading(boost::archive::polymorphic_iarchive& inout_archive, Math::FeatureComputerImpl& inout_computer)
+{
+    Math::computerUnderLoad(inout_archive) = &inout_computer;
+}
+
+void noteLoading(boost::archive::polymorphic_oarchive&, Math::FeatureComputerImpl&) {}
+
 // The item name is the saved format.
 template <class ArchiveT, class ComputerT>
 void serializeMathPart(ArchiveT& io_archive, ComputerT& inout_computer)
 {
+    noteLoading(io_archive, inout_computer); // before anything is read
     io_archive& boost::serialization::make_nvp(
         "MathFeatureComputerImpl", boost::serialization::base_object<Math::FeatureComputerImpl>(inout_computer));
 }

@@ -11,8 +11,10 @@
 
 #include <exception>
 #include <fstream>
+#include <locale>
 #include <memory>
 #include <sstream>
+#include <string_view>
 
 namespace Corvana::Tools {
 namespace {
@@ -26,19 +28,46 @@ constexpr const char* s_szComputerItem = "Computer";
 void write(std::ostream& out_stream, const LinearAudioWindower::Config& in_config,
            const Math::FeatureComputerImpl* in_pComputer)
 {
-    boost::archive::polymorphic_xml_oarchive archive(out_stream);
-    boost::archive::polymorphic_oarchive& interface = archive;
-    interface << boost::serialization::make_nvp(s_szWindowsItem, in_config);
-    interface << boost::serialization::make_nvp(s_szComputerItem, in_pComputer);
+    // Not straight into the file: the archive's destructor writes too, and must not meet a full disk.
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    {
+        boost::archive::polymorphic_xml_oarchive archive(stream);
+        boost::archive::polymorphic_oarchive& interface = archive;
+        interface << boost::serialization::make_nvp(s_szWindowsItem, in_config);
+        interface << boost::serialization::make_nvp(s_szComputerItem, in_pComputer);
+    }
+    out_stream << stream.str();
 }
 
-std::unique_ptr<Math::FeatureComputerImpl> read(std::istream& io_stream, LinearAudioWindower::Config& out_config)
+// The whole file, or nothing when it is no complete archive: Boost would end the program over a missing closing tag.
+std::string contentsOf(const std::string& in_strPath)
 {
-    boost::archive::polymorphic_xml_iarchive archive(io_stream);
+    constexpr std::string_view strClosingTag = "</boost_serialization>";
+    constexpr std::size_t uiMaxSize = 16UL << 20;
+    std::ifstream stream(in_strPath, std::ios::binary);
+    std::string strContents(uiMaxSize, '\0');
+    stream.read(strContents.data(), static_cast<std::streamsize>(strContents.size()));
+    strContents.resize(static_cast<std::size_t>(stream.gcount()));
+    strContents.resize(strContents.find_last_not_of(" \t\r\n") + 1);
+    return strContents.ends_with(strClosingTag) ? strContents : std::string();
+}
+
+std::unique_ptr<Math::FeatureComputerImpl> read(const std::string& in_strContents,
+                                                LinearAudioWindower::Config& out_config)
+{
+    std::istringstream stream(in_strContents);
+    stream.imbue(std::locale::classic());
+    boost::archive::polymorphic_xml_iarchive archive(stream);
     boost::archive::polymorphic_iarchive& interface = archive;
     Math::FeatureComputerImpl* pComputer = nullptr;
-    interface >> boost::serialization::make_nvp(s_szWindowsItem, out_config);
-    interface >> boost::serialization::make_nvp(s_szComputerItem, pComputer);
+    try {
+        interface >> boost::serialization::make_nvp(s_szWindowsItem, out_config);
+        interface >> boost::serialization::make_nvp(s_szComputerItem, pComputer);
+    } catch (...) {
+        delete Math::computerUnderLoad(interface);
+        throw;
+    }
     return std::unique_ptr<Math::FeatureComputerImpl>(pComputer);
 }
 
@@ -69,11 +98,13 @@ std::string RunSettings::save(const std::string& in_strPath, const RunSettings& 
 
 std::string RunSettings::load(const std::string& in_strPath, RunSettings& out_settings)
 try {
-    std::ifstream stream(in_strPath, std::ios::binary);
-    if (!stream)
+    if (!std::ifstream(in_strPath))
         return "cannot be opened";
+    const std::string strContents = contentsOf(in_strPath);
+    if (strContents.empty())
+        return "is no saved configuration, or not all of one";
     LinearAudioWindower::Config config;
-    const std::unique_ptr<Math::FeatureComputerImpl> pComputer = read(stream, config);
+    const std::unique_ptr<Math::FeatureComputerImpl> pComputer = read(strContents, config);
     if (pComputer == nullptr || pComputer->getNbOfFeatures() == 0)
         return "holds no features";
 

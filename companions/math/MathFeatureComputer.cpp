@@ -16,9 +16,6 @@ CORVANA_FILE_SCOPE_LOGGER("kestrivon.math.FeatureComputerImpl")
 namespace Corvana::Math {
 namespace {
 
-// More features than anybody adds: a larger number is a damaged archive.
-constexpr unsigned long s_uiMaxNbOfFeatures = 65536;
-
 [[maybe_unused]] const boost::serialization::void_cast_detail::void_caster& s_castToFeatureComputer =
     boost::serialization::void_cast_register<FeatureComputerImpl, FeatureComputer>(nullptr, nullptr);
 
@@ -119,9 +116,10 @@ void FeatureComputerImpl::serialize(boost::archive::polymorphic_oarchive& out_ar
 template <>
 void FeatureComputerImpl::serialize(boost::archive::polymorphic_iarchive& in_archive, unsigned int)
 {
+    computerUnderLoad(in_archive) = this;
     unsigned long uiNbOfFeatures = 0;
     in_archive >> boost::serialization::make_nvp("NbOfFeatures", uiNbOfFeatures);
-    if (uiNbOfFeatures > s_uiMaxNbOfFeatures)
+    if (uiNbOfFeatures > FeatureGraph::s_uiMaxNbOfFeatures)
         throw boost::archive::archive_exception(boost::archive::archive_exception::input_stream_error,
                                                 "too many features");
     m_pGraph->clear();
@@ -133,6 +131,16 @@ void FeatureComputerImpl::serialize(boost::archive::polymorphic_iarchive& in_arc
         CORVANA_LOG_ERROR(fileScopeLogger(), "Unknown feature " << entry.m_strDescription << " in archive");
         m_pGraph->addUnknownFeature(entry);
     }
+}
+
+FeatureComputerImpl*& computerUnderLoad(boost::archive::polymorphic_iarchive& inout_archive)
+{
+    struct Note
+    {
+        FeatureComputerImpl* m_pComputer = nullptr;
+    };
+    static char s_cIdentity; // its address tells this note from others that the archive carries
+    return inout_archive.get_helper<Note>(&s_cIdentity).m_pComputer;
 }
 
 FeatureComputerWithInputsImpl::FeatureComputerWithInputsImpl() = default;

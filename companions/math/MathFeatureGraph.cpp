@@ -35,8 +35,10 @@ FeatureGraph::~FeatureGraph() = default;
 
 const FeatureGraph::Feature* FeatureGraph::findOutput(const std::string& in_strName) const
 {
+    if (in_strName.empty())
+        return nullptr;
     const auto it = std::find_if(m_vFeatures.begin(), m_vFeatures.end(), [&](const Feature& in_feature) {
-        return !in_strName.empty() && in_feature.m_entry.m_strOutput == in_strName;
+        return in_feature.m_entry.m_strOutput == in_strName;
     });
     return it == m_vFeatures.end() ? nullptr : &*it;
 }
@@ -89,8 +91,22 @@ const FeatureGraph::Stage* FeatureGraph::makeStages(const SignalFeaturePool& in_
     }
 }
 
+namespace {
+
+// Grows as push_back() does: making room for each feature alone would copy everything each time.
+template <class VectorT>
+void makeRoom(VectorT& inout_vector, std::size_t in_uiNbOfElements)
+{
+    if (inout_vector.capacity() - inout_vector.size() < in_uiNbOfElements)
+        inout_vector.reserve(2 * inout_vector.size() + in_uiNbOfElements);
+}
+
+} // namespace
+
 bool FeatureGraph::addFeature(const SignalFeaturePool& in_pool, const Entry& in_entry)
 {
+    if (m_vFeatures.size() == s_uiMaxNbOfFeatures)
+        return false;
     if (!in_entry.m_strOutput.empty() &&
         (findOutput(in_entry.m_strOutput) != nullptr || findInput(in_entry.m_strOutput) != nullptr ||
          in_entry.m_strOutput == in_entry.m_strInput))
@@ -112,8 +128,8 @@ bool FeatureGraph::addFeature(const SignalFeaturePool& in_pool, const Entry& in_
         return false;
 
     // Room first: nothing may throw once something has joined.
-    m_vInputs.reserve(m_vInputs.size() + 1);
-    m_vStages.reserve(m_vStages.size() + vNewStages.size());
+    makeRoom(m_vInputs, 1);
+    makeRoom(m_vStages, vNewStages.size());
     m_vFeatures.push_back({in_entry, pLastStage});
     if (pNewInput != nullptr)
         m_vInputs.push_back(std::move(pNewInput));

@@ -28,6 +28,9 @@ public:
         std::string m_strOutput;
     };
 
+    /// More features than anybody adds: a larger number in an archive is damage.
+    static constexpr unsigned long s_uiMaxNbOfFeatures = 65536;
+
     FeatureGraph();
     ~FeatureGraph();
 

@@ -8,6 +8,9 @@
 #include <memory>
 #include <string>
 
+namespace boost::archive {
+class polymorphic_iarchive;
+}
 namespace boost::serialization {
 class access;
 }
@@ -57,7 +60,8 @@ public:
     /// in_szDescription: "silenceratio", "spectralrange(1000,100)", or stages joined by "|".
     /// in_szInputName: what the first stage reads; "" the window, else an earlier feature's output name or an input.
     /// in_szOutputName: "" to append the values to the result, else to keep them for later features only.
-    /// False, with nothing changed: no factory makes a stage, or the output name is already in use, or a text is null.
+    /// False, with nothing changed: no factory makes a stage, or the output name is already in use, a text is null, or
+    /// there are 65536 features already.
     bool addFeature(const char* in_szDescription, const char* in_szInputName = "", const char* in_szOutputName = "");
     /// Copies the unnamed input.
     void setWindow(const DoubleVector& in_vWindow);
@@ -90,6 +94,10 @@ private:
     SignalFeaturePool m_pool;
     std::unique_ptr<FeatureGraph> m_pGraph;
 };
+
+/// The computer that this archive began to fill last; null before. Boost forgets an object when reading into it fails:
+/// whoever loads a computer through a pointer finds it here then, and deletes it.
+CORVANA_API FeatureComputerImpl*& computerUnderLoad(boost::archive::polymorphic_iarchive& inout_archive);
 
 /// The same with named inputs.
 class CORVANA_API FeatureComputerWithInputsImpl : public FeatureComputerImpl, public virtual FeatureComputerWithInputs

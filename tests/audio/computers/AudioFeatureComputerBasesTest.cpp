@@ -112,8 +112,10 @@ class ComputerBehindABase : public testing::Test
 };
 
 template <class FormatT>
-using RoadsOf = testing::Types<Road<FormatT, FeatureComputerImpl, Math::FeatureComputerImpl>,
+using RoadsOf = testing::Types<Road<FormatT, FeatureComputerImpl, FeatureComputerImpl>,
+                               Road<FormatT, FeatureComputerImpl, Math::FeatureComputerImpl>,
                                Road<FormatT, FeatureComputerImpl, Math::FeatureComputer>,
+                               Road<FormatT, FeatureComputerWithInputsImpl, FeatureComputerWithInputsImpl>,
                                Road<FormatT, FeatureComputerWithInputsImpl, Math::FeatureComputerWithInputsImpl>,
                                Road<FormatT, FeatureComputerWithInputsImpl, Math::FeatureComputerWithInputs>,
                                Road<FormatT, FeatureComputerWithInputsImpl, Math::FeatureComputerImpl>,
@@ -174,6 +176,39 @@ class ComputerInAnArchive : public testing::Test
 };
 using Formats = testing::Types<Text, Xml, Binary>;
 TYPED_TEST_SUITE(ComputerInAnArchive, Formats);
+
+TYPED_TEST(ComputerInAnArchive, IsReadIntoAnExistingOne)
+{
+    const std::string strArchive = written<TypeParam>([](OutputArchive& out_archive) {
+        FeatureComputerImpl computer;
+        ASSERT_TRUE(computer.addFeature("neighbourhoodofmax"));
+        out_archive << make_nvp("c", std::as_const(computer));
+    });
+    FeatureComputerImpl computer;
+    ASSERT_TRUE(computer.addFeature("spectrum", "", "s"));
+    ASSERT_TRUE(computer.addFeature("flatness", "s"));
+
+    read<TypeParam>(strArchive, [&](InputArchive& in_archive) { in_archive >> make_nvp("c", computer); });
+
+    EXPECT_EQ(1u, computer.getNbOfFeatures());
+    EXPECT_EQ(DoubleVector({1.0, 4.0, 3.0}), computed(computer, DoubleVector{0.0, 1.0, 4.0, 3.0}));
+}
+
+TYPED_TEST(ComputerInAnArchive, LeavesNoInputsInAnExistingOne)
+{
+    const std::string strArchive = written<TypeParam>([](OutputArchive& out_archive) {
+        FeatureComputerWithInputsImpl computer;
+        ASSERT_TRUE(computer.addFeature("silenceratio", "tone"));
+        out_archive << make_nvp("c", std::as_const(computer));
+    });
+    FeatureComputerWithInputsImpl computer;
+    ASSERT_TRUE(computer.setInput("tone", DoubleVector{0.0, 1.0}));
+
+    read<TypeParam>(strArchive, [&](InputArchive& in_archive) { in_archive >> make_nvp("c", computer); });
+
+    DoubleVector vFeatures;
+    EXPECT_FALSE(computer.computeFeatures(vFeatures));
+}
 
 TYPED_TEST(ComputerInAnArchive, StandsBesideAnotherOne)
 {

@@ -8,11 +8,4 @@ extern "C" const char* __asan_default_options()
 {
     return "allocator_may_return_null=1:strict_memcmp=0";
 }
-
-// Boost forgets an object when reading into it fails.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:load_object_ptr\nleak:heap_allocation\n";
-}
 #endif
