@@ -65,8 +65,7 @@ public:
         if (!openOutput(vInputs) || !settleForGivenRate())
             return EXIT_UNUSABLE;
         analyseAll(vInputs);
-        if (m_output.stream().good() && m_pWriter == nullptr &&
-            !settleWithoutRecording(!vInputs.empty()))
+        if (m_output.stream().good() && m_pWriter == nullptr && !settleWithoutRecording(!vInputs.empty()))
             return vInputs.empty() ? EXIT_UNUSABLE : EXIT_SOME_FAILED;
         return finish(vInputs.size());
     }
