@@ -33,7 +33,7 @@ void evaluateFormula(benchmark::State& inout_state, const char* in_szFormula)
     std::size_t uiWindow = 0;
     for (auto unused : inout_state) {
         LimitedObjPtr<Math::DoubleVector> pResult;
-        if (!expression.setVariable("x", vWindows[uiWindow++ % s_uiNbOfWindows]) || !expression.evaluate(pResult))
+        if (!expression.pointVariable("x", vWindows[uiWindow++ % s_uiNbOfWindows]) || !expression.evaluate(pResult))
             inout_state.SkipWithError("evaluate failed");
         benchmark::DoNotOptimize(pResult.get());
         benchmark::ClobberMemory();

@@ -176,7 +176,7 @@ std::string RecordingAnalysis::addFormulas(RowWriter& inout_writer,
     const std::size_t uiNbOfFeatures = getNbOfValues().size() - inout_vExpressions.size();
     for (std::size_t uiFormula = 0; uiFormula < inout_vExpressions.size(); ++uiFormula) {
         Math::Xpr::Expression& expression = inout_vExpressions[uiFormula];
-        expression.setVariable("x", m_vWindow);
+        expression.pointVariable("x", m_vWindow);
         LimitedObjPtr<Math::DoubleVector> pValues;
         const bool bEvaluated = expression.evaluate(pValues);
         if (!bEvaluated || pValues->size() != getNbOfValues()[uiNbOfFeatures + uiFormula]) {

@@ -203,15 +203,28 @@ std::vector<std::string> Expression::getParameterNames() const
 
 bool Expression::setVariable(const char* in_szName, const DoubleVector& in_vValue)
 {
+    VariableImpl* pVariable = findVariable(in_szName);
+    if (pVariable != nullptr)
+        pVariable->setValue(in_vValue);
+    return pVariable != nullptr;
+}
+
+bool Expression::pointVariable(const char* in_szName, const DoubleVector& in_vValue)
+{
+    VariableImpl* pVariable = findVariable(in_szName);
+    if (pVariable != nullptr)
+        pVariable->pointAt(in_vValue);
+    return pVariable != nullptr;
+}
+
+VariableImpl* Expression::findVariable(const char* in_szName) const
+{
     if (m_pGraph == nullptr || in_szName == nullptr)
-        return false;
-    for (const auto& hVariable : m_pGraph->m_vVariables) {
-        if (std::strcmp(hVariable->getName().c_str(), in_szName) == 0) {
-            hVariable->setValue(in_vValue);
-            return true;
-        }
-    }
-    return false;
+        return nullptr;
+    for (const auto& hVariable : m_pGraph->m_vVariables)
+        if (std::strcmp(hVariable->getName().c_str(), in_szName) == 0)
+            return hVariable.get();
+    return nullptr;
 }
 
 bool Expression::configure(const ROConfiguration& in_config, const TSHandle<VirtualFileSystem>& in_hFileSystem)

@@ -153,7 +153,12 @@ VariableImpl::~VariableImpl() = default;
 void VariableImpl::setValue(const DoubleVector& in_vValue)
 {
     m_vValue = in_vValue;
-    m_bSet = true;
+    m_pValue = &m_vValue;
+}
+
+void VariableImpl::pointAt(const DoubleVector& in_vValue)
+{
+    m_pValue = const_cast<DoubleVector*>(&in_vValue); // which the pointer of results cannot tell to be constant
 }
 
 void VariableImpl::bind(const Handle<ExpressionBaseImpl>& in_hExpression)
@@ -180,11 +185,11 @@ bool VariableImpl::evaluate_i(LimitedObjPtr<DoubleVector>& out_pResult)
 {
     if (isBound())
         return getChildAt(0)->evaluate(out_pResult);
-    if (m_bSet)
-        out_pResult.pointAt(m_vValue);
+    if (m_pValue != nullptr)
+        out_pResult.pointAt(*m_pValue);
     else
         CORVANA_LOG_ERROR(fileScopeLogger(), "Variable without a value : " << getName());
-    return m_bSet;
+    return m_pValue != nullptr;
 }
 
 bool VariableImpl::reset_i()
@@ -195,8 +200,8 @@ bool VariableImpl::reset_i()
 Handle<ExpressionBaseImpl> VariableImpl::copy_i(ExpressionImplCopier& io_copier) const
 {
     const Handle<VariableImpl> hCopy(new VariableImpl(getName().c_str()));
-    hCopy->m_vValue = m_vValue;
-    hCopy->m_bSet = m_bSet;
+    if (m_pValue != nullptr)
+        hCopy->setValue(*m_pValue);
     hCopy->copyChildren(*this, io_copier);
     return hCopy;
 }

@@ -46,6 +46,9 @@ public:
 
     /// Copies the value. False: the formula has no such variable.
     bool setVariable(const char* in_szName, const DoubleVector& in_vValue);
+    /// The same without a copy, for windows that follow each other fast: the value is read where it lies, and must
+    /// stay there until the variable gets another one.
+    bool pointVariable(const char* in_szName, const DoubleVector& in_vValue);
     /// Gives functions their parameters; values written in the formula go first. False, after messages at error level:
     /// a parameter is missing or unusable. Without a call, the first evaluation configures with what the formula says.
     bool configure(const ROConfiguration& in_config, const TSHandle<VirtualFileSystem>& in_hFileSystem = {});
@@ -64,6 +67,8 @@ public:
 
 private:
     struct Graph;
+
+    VariableImpl* findVariable(const char* in_szName) const;
 
     std::unique_ptr<Graph> m_pGraph;
     std::string m_strError;

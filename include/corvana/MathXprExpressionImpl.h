@@ -109,6 +109,9 @@ public:
 
     /// Copies the value. Before the first call, evaluating fails.
     void setValue(const DoubleVector& in_vValue);
+    /// Reads the value where it lies; it must stay there until the variable gets another one. A copy of the variable
+    /// holds a copy of the value.
+    void pointAt(const DoubleVector& in_vValue);
     /// Evaluating and writing are the expression's from now on. A null handle, or an expression that reads this
     /// variable, changes nothing.
     void bind(const Handle<ExpressionBaseImpl>& in_hExpression);
@@ -126,7 +129,8 @@ protected:
 
 private:
     DoubleVector m_vValue;
-    bool m_bSet = false;
+    // The value: m_vValue or somebody else's; null: none yet. Evaluators read it only.
+    DoubleVector* m_pValue = nullptr;
 };
 
 } // namespace Corvana::Math::Xpr

@@ -550,6 +550,32 @@ TEST(Expression, FailsWhileAVariableHasNoValue)
     EXPECT_THAT(log.texts(), ElementsAre("Variable without a value : q"));
 }
 
+TEST(Expression, ReadsAValueWhereItLiesWhenToldTo)
+{
+    Expression expression;
+    ASSERT_TRUE(expression.parse("x + 1"));
+    DoubleVector vValue{1.0};
+    LimitedObjPtr<DoubleVector> pResult;
+
+    EXPECT_TRUE(expression.pointVariable("x", vValue));
+    EXPECT_FALSE(expression.pointVariable("y", vValue));
+    EXPECT_FALSE(expression.pointVariable(nullptr, vValue));
+    ASSERT_TRUE(expression.evaluate(pResult));
+    EXPECT_EQ(DoubleVector({2.0}), *pResult);
+    vValue[0] = 5.0;
+    ASSERT_TRUE(expression.evaluate(pResult));
+    EXPECT_EQ(DoubleVector({6.0}), *pResult);
+
+    // A copy has a value of its own, and so has a variable that is set again.
+    Expression copy = expression.copy();
+    expression.setVariable("x", DoubleVector{10.0});
+    vValue[0] = 7.0;
+    ASSERT_TRUE(copy.evaluate(pResult));
+    EXPECT_EQ(DoubleVector({6.0}), *pResult);
+    ASSERT_TRUE(expression.evaluate(pResult));
+    EXPECT_EQ(DoubleVector({11.0}), *pResult);
+}
+
 TEST(Expression, CopiesTheValuesOfVariables)
 {
     Expression expression = parsed("a");
