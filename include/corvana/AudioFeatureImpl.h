@@ -19,12 +19,15 @@ namespace Corvana::Audio {
 
 /// Normalised power spectrum of a window, tapered by a Hann window.
 /// Bin k stands for the frequency k times the sample rate divided by n. The Nyquist bin is neither put out nor counted
-/// in the total.
+/// in the total. In the literature: a modified periodogram (Welch, 1967), here normalised by its sum.
 ///   in       window of n linear samples; n a power of two of at least 2
-///   out      appends n/2 values: fractions of the window's total power, which sum to 1; all 0 for a silent window
+///   out      appends n/2 values: fractions of the window's total power, which sum to 1
+///   edges    silence: n/2 values 0.0; empty, one sample: false, nothing appended
 ///   failure  false, out untouched: fewer than 2 samples; false, with the n samples appended as they are: n differs
 ///            from the first window's (assertion "m_pSignalWindow->getSize() == uiSizeFFT"). A length that is no power
-///            of two is reported ("isPowerOfTwo(n)", "isPowerOfTwo(nn)") and gives n/2 values of no meaning
+///            of two is reported by each call ("isPowerOfTwo(n)", and "isPowerOfTwo(nn)" as well where n/2, rounded
+///            down, is none either: 3, 5, 9 and 17 raise the first only, 6, 7 and 12 both); the result is true and n/2
+///            values of no meaning
 ///   cost     O(n log n); the taper and the transform's tables are made by the first call, for the feature's whole
 ///            life. A clone() has a taper of its own and shares the tables, which nobody changes.
 /// Also the function "spectrum" of the variable "x" in formulas.
@@ -52,7 +55,8 @@ private:
 /// always was: where g divides L, it is the last group's sum plus bin bands - 1 once more; elsewhere it is group
 /// bands - 1 plus the bins behind the last multiple of g, and the groups between are in no band.
 ///   in       as SpectrumFeature
-///   out      appends one value a band; the whole spectrum when it has fewer bins than bands
+///   out      appends one value a band, shares of the power; the whole spectrum when it has fewer bins than bands
+///   edges    silence: 0.0 in each band; empty, one sample: false, nothing appended
 ///   failure  as SpectrumFeature; false, out untouched: no bands (assertion "m_uiNbOfBands > 0")
 ///   cost     as SpectrumFeature
 /// At 8000 samples per second, 40, 20 and 8 bands are meant to be 100, 200 and 500 Hz wide.
@@ -75,7 +79,8 @@ private:
 /// (Gray and Markel, A spectral-flatness measure, 1974). Near 1 for noise, near 0 for a tone. Values of exactly 0 are
 /// left out of the product but counted, so a spectrum with a single non-zero bin of 1.0 yields 1 as well.
 ///   in       N values, meant to be a normalised spectrum
-///   out      appends 1 value, no unit; 1.0 for an empty input and for all zeros
+///   out      appends 1 value, no unit; from 0 to about 1 for a normalised spectrum
+///   edges    all zeros: 1.0; empty: 1.0; one value x: x itself, and 1.0 for 0.0
 ///   failure  none
 ///   cost     O(N), one power for every 21 values; stateless
 /// Also the function "flatness" of the variable "x" in formulas.
@@ -95,7 +100,9 @@ public:
 
 /// Zero-crossing rate: crossings a sample, counting sign changes and arrivals at exactly 0.
 ///   in       window of linear samples, any length
-///   out      appends 1 value: crossings / n, from 0 to 1; 0.0 for an empty window
+///   out      appends 1 value: crossings / n, from 0 to 1
+///   edges    silence: 0.0, but 1 / n after a sample other than 0; empty: 0.0; one sample: 0.0 from a new object, later
+///            0 or 1
 ///   failure  none
 ///   memory   the last sample, so that the first of the next window is compared with it; it has no reset: a new object
 ///            starts from 0.0
@@ -125,7 +132,8 @@ private:
 
 /// Clipping rate: the share of samples at or beyond the clipping levels.
 ///   in       window of linear samples, any length
-///   out      appends 1 value, from 0 to 1; NaN for an empty window
+///   out      appends 1 value, a share of the samples, from 0 to 1
+///   edges    silence: 0.0 with levels on either side of 0; empty: NaN; one sample: 0 or 1
 ///   failure  none
 ///   cost     O(n); stateless
 class CORVANA_API ClippingRateFeature : public AudioFeature
@@ -148,7 +156,8 @@ private:
 /// Silence ratio: the share of samples whose amplitude is below the window's peak / ratio. With the ratio 50 it tells
 /// pauses in speech, with 10 (the noise ratio) how much of the window is low-level sound.
 ///   in       window of linear samples, any length
-///   out      appends 1 value, from 0 to 1; 0.0 for a window of zeros; NaN for an empty window
+///   out      appends 1 value, a share of the samples, from 0 to 1
+///   edges    silence: 0.0; empty: NaN; one sample: 0.0
 ///   failure  none
 ///   cost     O(n), two passes; stateless
 class CORVANA_API SilenceRatioFeature : public AudioFeature
@@ -168,6 +177,7 @@ private:
 
 /// A silence ratio whose parameter is fixed when it is compiled, for the expression functions, which construct their
 /// features without arguments. Instantiated for 50.
+///   in, out, edges, failure, cost   as SilenceRatioFeature
 template <unsigned long uiRatio>
 class CORVANA_API SilenceRatioFeatureT : public SilenceRatioFeature
 {
@@ -183,7 +193,10 @@ extern template class SilenceRatioFeatureT<50>;
 
 /// Mean energy (squared amplitude) of the samples whose energy exceeds a threshold.
 ///   in       window of linear samples, any length
-///   out      appends 1 value: the mean over all such samples since the last reset; 0.0 when there were none
+///   out      appends 1 value: the mean over all such samples since the last reset, a squared amplitude from 0
+///            on; 0.0 when there were none
+///   edges    on a new object: silence: 0.0; empty: 0.0; one sample x: x * x if above the threshold, else 0.0. Later,
+///            silence and an empty window give the mean so far; silence counts only with a threshold below 0
 ///   failure  none
 ///   memory   sum and number of these samples
 ///   cost     O(n)
@@ -208,7 +221,8 @@ private:
 /// Histogram of the samples' energies (squared amplitudes), in bins of equal width from 0 to a maximum.
 ///   in       window of linear samples, any length
 ///   out      appends one value a bin: the number of samples in it, not normalised; energies above the maximum count in
-///            the last bin, those that are not a number in the first; all 0 for an empty window
+///            the last bin, those that are not a number in the first
+///   edges    silence: n in the first bin, 0 elsewhere; empty: all 0; one sample: 1 in its bin, 0 elsewhere
 ///   failure  false, out untouched: no bins (assertion "m_uiNbOfBins > 0"), or a maximum that is not above 0
 ///            (assertion "m_dEnergyMaxValue > 0")
 ///   cost     O(n + bins); stateless
@@ -234,7 +248,8 @@ private:
 /// The largest sample and its neighbours.
 ///   in       window of at least 4 linear samples
 ///   out      appends 3 values: the first largest sample between its neighbours; at either end of the window, the
-///            three samples at that end
+///            three samples at that end; amplitudes, in the order of time
+///   edges    silence: 0.0 three times; empty, one sample: false, nothing appended
 ///   failure  false, out untouched: fewer than 4 samples
 ///   cost     O(n); stateless
 class CORVANA_API MaxNeighbourhoodFeature : public AudioFeature
@@ -252,7 +267,9 @@ public:
 /// Amplitude distribution: the shares of samples that are loud, medium, quiet and nearly silent, that is above a fifth,
 /// a tenth and a fiftieth of the peak, and the rest.
 ///   in       window of linear samples, any length
-///   out      appends 4 values that sum to 1; 0, 0, 0, 1 for a window of zeros; NaN for an empty window
+///   out      appends 4 values, shares of the samples, from 0 to 1, that sum to 1
+///   edges    silence: 0, 0, 0, 1; empty: NaN four times; one sample: 1, 0, 0, 0 if it is the peak and not 0, else 1 in
+///            the class that it falls into
 ///   failure  none
 ///   memory   temporal: the largest peak since the last reset takes the place of the window's own; else none
 ///   cost     O(n), two passes
@@ -276,8 +293,10 @@ private:
 /// Mean and largest of the block maxima: the peaks of blocks of half a second, without those far below the mean; one
 /// far above it starts the statistics afresh.
 ///   in       window of linear samples, any length
-///   out      appends 2 values, the mean and the largest of the accepted block maxima; twice the maximum of the block
-///            under way while none is accepted (-1.0 before the first sample)
+///   out      appends 2 values, amplitudes: the mean and the largest of the accepted block maxima; twice the maximum of
+///            the block under way while none is accepted
+///   edges    after a reset: silence: 0.0 twice; empty: -1.0 twice; one sample x: |x| twice (a step above
+///            half a second ends the block that is still empty: -1.0 twice)
 ///   failure  none
 ///   memory   the statistics and the block under way
 ///   cost     O(n)
@@ -309,10 +328,12 @@ private:
 
 /// The difference of a value from the mean of the last 5 values, itself included; of fewer, while fewer were given.
 ///   in       exactly 1 value
-///   out      appends 1 value, in the input's unit
+///   out      appends 1 value, in the input's unit, of either sign
+///   edges    a first value, whatever it is: 0.0; zeros after zeros: 0.0; empty: false, nothing appended
 ///   failure  false, out untouched: another number of values (assertion "in_vInput.size() == 1"), or reset() was never
 ///            called (assertion "!m_pSlidingMeanFeature.isNull()")
 ///   memory   the last 5 values
+///   cost     O(1)
 class CORVANA_API DeltaToSlidingMeanFeature : public Math::SignalFeatureWithMemory, public AudioFeature
 {
 public:
@@ -336,6 +357,9 @@ private:
 ///   in       spectrum of L bins
 ///   out      appends the bins from half-width below the centre's bin to half-width above it, and then where the centre
 ///            lies within its bin (-0.5 to 0.5 bins)
+///   edges    all zeros: 0.0 for each bin, and the position; empty, one bin: false, with nothing appended where the
+///   range
+///            would begin at bin 0, only the position where it passes the end (always, once a spectrum fixed the bins)
 ///   failure  false, out untouched: centre 0 (assertion "m_uiCenterFrequency > 0"), or a range that would begin at bin
 ///            0 or below (assertion "uiCenterIndex>uiRangeWidth"); false, with only the position appended: the range
 ///            passes the end of the spectrum
@@ -366,6 +390,7 @@ private:
 /// The strongest of several spectral ranges: the one whose largest bin is largest, the earlier one on a tie.
 ///   in       spectrum of L bins
 ///   out      appends what that range's SpectralRangeFeature appends
+///   edges    all zeros: the first range's zeros and position; empty, one bin: false, nothing appended
 ///   failure  false, out untouched: no ranges, or a range that fails
 ///   cost     O(sum of the ranges)
 class CORVANA_API MaxSpectralRangesFeature : public AudioFeature, public virtual Math::SignalFeatureWithParameters
@@ -394,7 +419,8 @@ private:
 
 /// The share of energy below 1000 Hz.
 ///   in       spectrum of L bins
-///   out      appends 1 value, from 0 to 1; 0.0 for an empty spectrum
+///   out      appends 1 value, a share of the power, from 0 to 1
+///   edges    all zeros: 0.0; empty: 0.0; one bin: 0.0, as no whole bin lies below 1000 Hz
 ///   failure  none
 ///   cost     O(L); stateless
 class CORVANA_API LowFreqEnergyRatioFeature : public AudioFeature
@@ -411,7 +437,8 @@ public:
 
 /// The shares of energy below 100 Hz, and from there to 1000 Hz.
 ///   in       spectrum of L bins
-///   out      appends 2 values, from 0 to 1; 0.0 twice for an empty spectrum
+///   out      appends 2 values, shares of the power, from 0 to 1
+///   edges    all zeros: 0.0 twice; empty: 0.0 twice; one bin: 0.0 twice, as no whole bin lies below 1000 Hz
 ///   failure  none
 ///   cost     O(L); stateless
 class CORVANA_API LowFreqEnergyRatiosFeature : public AudioFeature
@@ -426,10 +453,12 @@ public:
     LowFreqEnergyRatiosFeature* clone() const override;
 };
 
-/// Frequency-weighted sum of the bins from 500 to 1500 Hz, for audio of 8000 samples per second.
+/// Frequency-weighted sum of the bins from 500 to 1500 Hz, for audio of 8000 samples per second: the band's first
+/// spectral moment, which is the numerator of the spectral centroid.
 ///   in       spectrum of L bins
 ///   out      appends 1 value in Hz: the sum of index * bin * bin width; the width is a whole number of Hz, rounded
 ///            down (31 for 128 bins)
+///   edges    all zeros: 0.0; empty, one bin: false, nothing appended
 ///   failure  false, out untouched: a band without bins (assertion "m_uiIndexMin < m_uiIndexMax"), or one that reaches
 ///            past the spectrum (assertion "m_uiIndexMax < uiInputSize")
 ///   cost     O(L). The first spectrum's length fixes the band
@@ -455,6 +484,10 @@ private:
 };
 
 /// A placeholder for the spectral slope: appends nothing and returns true.
+///   in       anything
+///   out      nothing, for silence, an empty and a one-value input alike
+///   failure  none
+///   cost     none; stateless
 class CORVANA_API SpectralSlopeFeature : public AudioFeature
 {
 public:
@@ -473,7 +506,8 @@ public:
 /// Harmonic product spectrum (Schroeder, Period histogram and product spectrum, 1968) of 5 harmonics.
 ///   in       spectrum of L bins
 ///   out      appends M values: for each candidate bin, the product of M times the bins at its multiples 1 to 5; 0 for
-///            candidates below 100 Hz
+///            candidates below 100 Hz; no unit
+///   edges    all zeros: M values 0.0; empty: nothing appended, true; one bin: 0.0
 ///   failure  none
 ///   cost     O(L)
 class CORVANA_API HarmonicProductFeature : public AudioFeature
@@ -492,7 +526,9 @@ private:
 };
 
 /// As HarmonicProductFeature, but harmonic h of candidate i is bin h * (i + 1) wherever that bin exists, and h * i
-/// elsewhere.
+/// elsewhere; the shift does not touch harmonic 1.
+///   in, out, failure, cost   as HarmonicProductFeature
+///   edges    all zeros: M values 0.0; empty: nothing appended, true; one bin: 0.0
 class CORVANA_API RobustHarmonicProductFeature : public AudioFeature
 {
 public:
@@ -511,7 +547,8 @@ private:
 /// The product of the bins halfway between the harmonics: small where HarmonicProductFeature finds a tone.
 ///   in       spectrum of at least 11 bins
 ///   out      appends M - 2 values, for the candidates from 2 on: the product of M * M times the bins at about
-///            (h - 1/2) times the candidate, h from 1 to 5; all 1.0 when the largest bin is 0
+///            (h - 1/2) times the candidate, h from 1 to 5; no unit
+///   edges    all zeros: M - 2 values 1.0, as whenever the largest bin is 0; empty, one bin: false, nothing appended
 ///   failure  false, out untouched: fewer than 11 bins (assertion "m_vScratch.size() > 2")
 ///   cost     O(L)
 class CORVANA_API AntiHarmonicProductFeature : public AudioFeature
@@ -532,7 +569,8 @@ private:
 /// The harmonic product of 4 harmonics that older configurations name.
 ///   in       spectrum of L bins
 ///   out      appends L values: for each of the first L / 4 places i, the product of L times the bins h * (i + 1) - 1,
-///            h from 1 to 4; 0 for the others
+///            h from 1 to 4; 0 for the others; no unit
+///   edges    all zeros: L values 0.0; empty: nothing appended, true; one bin: 0.0
 ///   failure  none
 ///   cost     O(L)
 class CORVANA_API OldHarmonicProductFeature : public AudioFeature
@@ -554,6 +592,8 @@ private:
 ///   in       any values, usually a spectrum; their absolute values count
 ///   out      appends 6 values: the peaks' heights, largest first, and then the natural logarithms of their indexes
 ///            (about -13.8155, the logarithm of 1e-6, for index 0)
+///   edges    all zeros: 0.0 three times, then the logarithm for index 0 three times; empty: false, nothing
+///            appended; one value x: |x|, 0.0, 0.0, and the same three logarithms
 ///   failure  false, out untouched: an empty input
 ///   cost     O(n)
 class CORVANA_API PeaksFeature : public AudioFeature
@@ -576,6 +616,10 @@ private:
 };
 
 /// A placeholder for experiments: appends nothing and returns true.
+///   in       anything
+///   out      nothing, for silence, an empty and a one-value input alike
+///   failure  none
+///   cost     none; stateless
 class CORVANA_API MyFeature : public AudioFeature
 {
 public:
