@@ -358,8 +358,7 @@ private:
 ///   out      appends the bins from half-width below the centre's bin to half-width above it, and then where the centre
 ///            lies within its bin (-0.5 to 0.5 bins)
 ///   edges    all zeros: 0.0 for each bin, and the position; empty, one bin: false, with nothing appended where the
-///   range
-///            would begin at bin 0, only the position where it passes the end (always, once a spectrum fixed the bins)
+///            range would begin at bin 0, only the position where it passes the end (also once the bins are fixed)
 ///   failure  false, out untouched: centre 0 (assertion "m_uiCenterFrequency > 0"), or a range that would begin at bin
 ///            0 or below (assertion "uiCenterIndex>uiRangeWidth"); false, with only the position appended: the range
 ///            passes the end of the spectrum
@@ -485,7 +484,8 @@ private:
 
 /// A placeholder for the spectral slope: appends nothing and returns true.
 ///   in       anything
-///   out      nothing, for silence, an empty and a one-value input alike
+///   out      nothing
+///   edges    silence, empty, one value: nothing appended, true
 ///   failure  none
 ///   cost     none; stateless
 class CORVANA_API SpectralSlopeFeature : public AudioFeature
@@ -617,7 +617,8 @@ private:
 
 /// A placeholder for experiments: appends nothing and returns true.
 ///   in       anything
-///   out      nothing, for silence, an empty and a one-value input alike
+///   out      nothing
+///   edges    silence, empty, one value: nothing appended, true
 ///   failure  none
 ///   cost     none; stateless
 class CORVANA_API MyFeature : public AudioFeature
