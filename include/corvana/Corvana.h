@@ -3,6 +3,9 @@
 
 // The whole public interface of the libraries.
 #include "corvana/Assertion.h"
+#include "corvana/AudioAnnotation.h"
+#include "corvana/AudioAnnotationTypes.h"
+#include "corvana/AudioAtomicFileEdit.h"
 #include "corvana/AudioFeature.h"
 #include "corvana/AudioFeatureComputerImpl.h"
 #include "corvana/AudioFeatureDescription.h"
@@ -25,6 +28,8 @@
 #include "corvana/Export.h"
 #include "corvana/Fallible.h"
 #include "corvana/IFFChunk.h"
+#include "corvana/IFFParser.h"
+#include "corvana/IFFWavRecords.h"
 #include "corvana/InputStreamable.h"
 #include "corvana/LimitedObjPtr.h"
 #include "corvana/Logger.h"
