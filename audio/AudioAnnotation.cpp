@@ -8,11 +8,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.annotation")
 
@@ -410,6 +412,7 @@ bool readTarget(const char* in_szFile, const ReadFaults& in_faults, AnnotatedFil
 constexpr ReadFaults s_inputFaults{"Could not open input file : ", "Error parsing input WAV file : "};
 constexpr ReadFaults s_outputFaults{"Could not open output file for reading: ", "Error parsing output WAV file : "};
 constexpr ReadFaults s_clearFaults{"Could not open ile for reading: ", "Error parsing WAV file : "};
+constexpr const char* s_szOutputWriteFault = "Could not open output file for writing: ";
 constexpr const char* s_szClearWriteFault = "Could not file for writing: ";
 
 // Reads both, and takes nothing but the annotations of the input.
@@ -474,6 +477,32 @@ bool AnnotatedFile::writeToFile(const char* in_szFile, const char* in_szOpeningF
     return stream.good() || reportFault(s_szWritingFault, in_szFile);
 }
 
+bool AnnotatedFile::updateFile(const char* in_szFile)
+{
+    const char* szFile = nameOf(in_szFile);
+    const Annotations vAnnotations = m_vAnnotations;
+    if (!prepareToWrite())
+        return reportFault(s_szWritingFault, szFile);
+    if (m_parser.canBeUpdated())
+        return updateInPlace(szFile) || reportFault(s_szWritingFault, szFile);
+    if (!readTarget(szFile, s_outputFaults, *this))
+        return false;
+    m_vAnnotations = vAnnotations;
+    return writeToFile(szFile, s_szOutputWriteFault);
+}
+
+bool AnnotatedFile::updateInPlace(const char* in_szFile) const
+{
+    std::fstream stream(in_szFile, std::ios_base::in | std::ios_base::out | std::ios_base::binary);
+    m_parser.update(stream);
+    const std::streamoff iEnd = stream.tellp();
+    stream.close();
+    std::error_code error;
+    if (stream.good())
+        std::filesystem::resize_file(in_szFile, static_cast<std::uintmax_t>(iEnd), error);
+    return stream.good() && !error;
+}
+
 bool AnnotatedFile::addAnnotation(const char* in_szFile, const Annotation& in_annotation, LabelOrder in_order)
 {
     const char* szFile = nameOf(in_szFile);
@@ -482,7 +511,7 @@ bool AnnotatedFile::addAnnotation(const char* in_szFile, const Annotation& in_an
         return false;
     file.annotations().push_back(in_annotation);
     file.setLabelOrder(in_order);
-    return file.writeToFile(szFile, "Could not open output file for writing: ");
+    return file.writeToFile(szFile, s_szOutputWriteFault);
 }
 
 bool AnnotatedFile::addAnnotations(const char* in_szInputFile, const char* in_szOutputFile, LabelOrder in_order)
@@ -494,7 +523,7 @@ bool AnnotatedFile::addAnnotations(const char* in_szInputFile, const char* in_sz
         return false;
     output.annotations().insert(output.annotations().end(), vInput.begin(), vInput.end());
     output.setLabelOrder(in_order);
-    return output.writeToFile(szOutput, "Could not open output file for writing: ");
+    return output.writeToFile(szOutput, s_szOutputWriteFault);
 }
 
 bool AnnotatedFile::copyAnnotations(const char* in_szSourceFile, const char* in_szTargetFile, LabelOrder in_order)

@@ -50,4 +50,18 @@ bool ChunkSize::isPadded(const Chunk& in_chunk, std::uint64_t in_uiDataSize, boo
     return in_uiDataSize % 2 == 1 && !(in_bAtEnd && (in_chunk.m_bPaddingMissing || bCut));
 }
 
+bool ChunkSize::isDataInPlace(const Chunk& in_chunk, std::uint64_t in_uiFileOffset)
+{
+    if (!in_chunk.isContainer())
+        return in_chunk.m_uiSizeLeftInFile == 0 || in_chunk.m_uiFileOffset == in_uiFileOffset;
+    std::uint64_t uiOffset = in_uiFileOffset + s_uiHeader + sizeof in_chunk.m_uiFormType;
+    for (auto it = in_chunk.m_children.begin(); it != in_chunk.m_children.end(); ++it) {
+        if (!isDataInPlace(*it, uiOffset))
+            return false;
+        const std::uint64_t uiData = ofData(*it);
+        uiOffset += s_uiHeader + uiData + (isPadded(*it, uiData, isAtEndOf(in_chunk, it)) ? 1 : 0);
+    }
+    return true;
+}
+
 } // namespace Corvana::IFF

@@ -28,6 +28,9 @@ public:
     static std::uint64_t inHeader(const Chunk& in_chunk, std::uint64_t in_uiDataSize, bool in_bAtEnd);
     static bool isPadded(const Chunk& in_chunk, std::uint64_t in_uiDataSize, bool in_bAtEnd);
 
+    /// Whether all data that was left in the file would stand there again, with the chunk's header at this offset.
+    static bool isDataInPlace(const Chunk& in_chunk, std::uint64_t in_uiFileOffset);
+
 private:
     static std::uint64_t ofContainer(const Chunk& in_chunk, std::vector<std::uint64_t>* out_pContainers);
 };

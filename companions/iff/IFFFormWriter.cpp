@@ -49,6 +49,10 @@ void FormWriter::writeContents(const Chunk& in_chunk)
             writeChunk(*it, ChunkSize::isAtEndOf(in_chunk, it));
     }
     put(in_chunk.m_vData);
+    if (in_chunk.m_uiSizeLeftInFile != 0) {
+        flush();
+        m_stream.seekp(in_chunk.m_uiSizeLeftInFile, std::ios_base::cur);
+    }
 }
 
 void FormWriter::writeCuePoints(const Chunk& in_chunk)

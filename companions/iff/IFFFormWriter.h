@@ -11,7 +11,7 @@
 
 namespace Corvana::IFF {
 
-/// Writes a tree of chunks as a file.
+/// Writes a tree of chunks as a file. Data that was left in the file is passed over.
 class FormWriter
 {
 public:

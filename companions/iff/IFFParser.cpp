@@ -16,6 +16,8 @@ CORVANA_FILE_SCOPE_LOGGER("kestrivon.iff.IFFParser")
 namespace Corvana::IFF {
 namespace {
 
+constexpr std::uint64_t s_uiMaxSize = std::numeric_limits<std::uint32_t>::max();
+
 bool hasDataLeftInFile(const Chunk& in_chunk)
 {
     return in_chunk.m_uiSizeLeftInFile != 0 ||
@@ -90,18 +92,12 @@ std::istream& IFFParser::readForm(std::istream& io_stream, bool in_bWithAudio)
 
 bool IFFParser::canBeWritten() const
 {
-    std::vector<std::uint64_t> vSizes;
-    return measure(vSizes);
-}
-
-bool IFFParser::measure(std::vector<std::uint64_t>& out_vContainerSizes) const
-{
     if (m_form.empty()) {
         CORVANA_LOG_ERROR(fileScopeLogger(), "No WAV file to write");
         return false;
     }
-    const std::uint64_t uiSize = ChunkSize::ofData(m_form.front(), &out_vContainerSizes);
-    if (uiSize > std::numeric_limits<std::uint32_t>::max()) {
+    const std::uint64_t uiSize = ChunkSize::ofData(m_form.front());
+    if (uiSize > s_uiMaxSize) {
         CORVANA_LOG_ERROR(fileScopeLogger(), "A WAV file cannot have " << uiSize << " bytes: its sizes have 32 bits");
         return false;
     }
@@ -112,13 +108,33 @@ bool IFFParser::measure(std::vector<std::uint64_t>& out_vContainerSizes) const
     return true;
 }
 
+bool IFFParser::canBeUpdated() const
+{
+    return !m_form.empty() && ChunkSize::ofData(m_form.front()) <= s_uiMaxSize &&
+           ChunkSize::isDataInPlace(m_form.front(), 0);
+}
+
 std::ostream& IFFParser::write(std::ostream& out_stream) const
 {
+    if (canBeWritten())
+        return writeForm(out_stream);
+    out_stream.setstate(std::ios_base::failbit);
+    return out_stream;
+}
+
+std::ostream& IFFParser::update(std::ostream& out_stream) const
+{
+    if (canBeUpdated())
+        return writeForm(out_stream);
+    out_stream.setstate(std::ios_base::failbit);
+    return out_stream;
+}
+
+std::ostream& IFFParser::writeForm(std::ostream& out_stream) const
+{
     std::vector<std::uint64_t> vSizes;
-    if (!measure(vSizes))
-        out_stream.setstate(std::ios_base::failbit);
-    else
-        FormWriter(out_stream, vSizes).write(m_form.front(), m_vTrailing);
+    ChunkSize::ofData(m_form.front(), &vSizes);
+    FormWriter(out_stream, vSizes).write(m_form.front(), m_vTrailing);
     return out_stream;
 }
 

@@ -129,6 +129,11 @@ public:
     /// nothing is written unless the stream itself failed.
     std::ostream& writeToWAV(std::ostream& out_stream);
 
+    /// Puts the present annotations into the file that readRegionsFromWAV() read, from its beginning. The audio stays
+    /// where it is and is not even read, unless chunks of regions stood before it. False, logged: it failed, and the
+    /// file may be half changed. Meant for the working copy of an AtomicFileEdit.
+    bool updateFile(const char* in_szFile);
+
     /// Takes sample rate and number of samples from the chunks; false when they are missing or unusable, or when the
     /// file is not mono.
     bool readWavProperties();
@@ -168,6 +173,7 @@ private:
     bool readFormat(IFF::WavFmtChunk& out_record);
     bool removeEmptyList(const IFF::Chunk::List& in_list);
     void appendAnnotations(IFF::Chunk::List* in_pList);
+    bool updateInPlace(const char* in_szFile) const;
     bool writeToFile(const char* in_szFile, const char* in_szOpeningFault);
 
     std::vector<Annotation> m_vAnnotations;

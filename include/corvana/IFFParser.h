@@ -80,6 +80,14 @@ public:
     /// Whether write() would be able to: the same checks, with the same errors.
     bool canBeWritten() const;
 
+    /// Whether update() can be used: all data left in the file would stay where it was read, and no size passes 32
+    /// bits. Logs nothing.
+    bool canBeUpdated() const;
+    /// Writes into the file that readWithoutAudio() read, from where reading began: everything but the data that was
+    /// left there, which is passed over. The file's former end may lie behind the position reached; the caller cuts it
+    /// off. Wants a stream that can seek; the fail state is set when canBeUpdated() is false.
+    std::ostream& update(std::ostream& out_stream) const;
+
     /// There is no tree.
     bool isEmpty() const { return m_form.empty(); }
     /// The "RIFF" chunk; when there is none, an empty form "WAVE" is made.
@@ -99,7 +107,7 @@ public:
 
 private:
     std::istream& readForm(std::istream& io_stream, bool in_bWithAudio);
-    bool measure(std::vector<std::uint64_t>& out_vContainerSizes) const;
+    std::ostream& writeForm(std::ostream& out_stream) const;
     ChunkPos start();
 
     Chunk::List m_form; // the root chunk, or nothing
