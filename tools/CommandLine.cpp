@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandLine.h"
 
-#include "corvana/NumberText.h"
 #include "corvana/Version.h"
 #include "tools/CommandFeatures.h"
 #include "tools/CommandInfo.h"
+#include "tools/CommandLineAnnotations.h"
+#include "tools/CommandLineParts.h"
 #include "tools/CommandListFeatures.h"
 #include "tools/CommandListFunctions.h"
 #include "tools/ExitCode.h"
@@ -88,61 +89,21 @@ Examples:
 constexpr const char* s_szHelpFooter = R"(
 Examples:
   corvana help
-  corvana help features)";
+  corvana help features
+  corvana help annotations add)";
+
+constexpr const char* s_szAnnotationsFooter = R"(
+Regions are stored in the WAV file itself, as cue points with labels; every other byte of the file stays as it is. A
+file is changed in one step: whatever happens, it is either the old one or the new one.
+
+Examples:
+  corvana annotations types                    what regions can be labelled with
+  corvana help annotations types               options of one of these commands
+
+Exit codes: 0 done; 1 finished, but some files failed (each is named, the others are complete); 2 wrong usage, or the
+output could not be written.)";
 
 constexpr unsigned long s_uiMaxReadFactor = 1000000;
-
-unsigned long readNumber(const std::string& in_strOption, const std::string& in_strText, unsigned long in_uiMin,
-                         unsigned long in_uiMax, const char* in_szElse = "")
-{
-    unsigned long uiValue = 0;
-    if (parseNumber(in_strText, uiValue) && uiValue >= in_uiMin && uiValue <= in_uiMax)
-        return uiValue;
-    throw CLI::ValidationError(in_strOption, "wants a whole number from " + std::to_string(in_uiMin) + " to " +
-                                                 std::to_string(in_uiMax) + in_szElse + ", not " +
-                                                 inQuotes(in_strText));
-}
-
-// An option whose text is one of a few words.
-template <class ValueT>
-ValueT readWord(const std::string& in_strOption, const std::string& in_strText,
-                const std::vector<std::pair<std::string, ValueT>>& in_vWords)
-{
-    std::vector<std::string> vWords;
-    for (const auto& [strWord, value] : in_vWords) {
-        if (strWord == in_strText)
-            return value;
-        vWords.push_back(strWord);
-    }
-    throw CLI::ValidationError(in_strOption, "is one of " + joined(vWords) + ", not " + inQuotes(in_strText));
-}
-
-CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
-                     const std::string& in_strHelp, std::function<void(const std::string&)> in_take)
-{
-    return inout_app.add_option_function<std::string>(in_strNames, std::move(in_take), in_strHelp)
-        ->type_name(in_strType);
-}
-
-void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,
-               unsigned long in_uiMin, unsigned long in_uiMax, unsigned long& out_uiValue)
-{
-    addText(inout_app, in_strName, "N", in_strHelp, [=, &out_uiValue](const std::string& in_strText) {
-        out_uiValue = readNumber(in_strName, in_strText, in_uiMin, in_uiMax);
-    });
-}
-
-/// Help without the parser's own remarks on options.
-class PlainFormatter : public CLI::Formatter
-{
-public:
-    PlainFormatter() { column_width(26); }
-    std::string make_option_opts(const CLI::Option* in_pOption) const override
-    {
-        const std::string strType = in_pOption->get_type_size() == 0 ? "" : in_pOption->get_type_name();
-        return strType.empty() ? "" : " " + strType;
-    }
-};
 
 /// The commands with their options; each sets what is to be run.
 class Program
@@ -164,23 +125,23 @@ public:
         addInfo();
         addListFeatures();
         addListFunctions();
+        addAnnotations();
         addHelp();
-        for (CLI::App* pCommand : commands())
-            pCommand->allow_extras(); // collected, so that the nearest option can be named
     }
 
     int run(const std::vector<std::string>& in_vArguments)
     {
         if (in_vArguments.empty()) {
-            m_messageStream << help({}) << std::flush;
+            m_messageStream << help(nullptr) << std::flush;
             return EXIT_UNUSABLE;
         }
-        if (!in_vArguments[0].starts_with('-') && findCommand(in_vArguments[0]) == nullptr)
-            return refuseCommand(in_vArguments[0]);
+        int iExitCode = EXIT_DONE;
+        if (refuseUnknownCommand(in_vArguments, iExitCode))
+            return iExitCode;
         try {
             m_app.parse(std::vector<std::string>(in_vArguments.rbegin(), in_vArguments.rend()));
         } catch (const CLI::CallForHelp&) {
-            m_data << help(m_app.get_subcommands());
+            m_data << help(givenCommand());
             return EXIT_DONE;
         } catch (const CLI::CallForVersion& version) {
             m_data << version.what() << '\n';
@@ -192,107 +153,134 @@ public:
     }
 
 private:
-    std::vector<CLI::App*> commands()
+    // The command that was given, or the nested one: the innermost of those parsed.
+    CLI::App* givenCommand()
     {
-        return m_app.get_subcommands([](const CLI::App*) { return true; });
+        CLI::App* pCommand = &m_app;
+        while (!pCommand->get_subcommands().empty())
+            pCommand = pCommand->get_subcommands()[0];
+        return pCommand == &m_app ? nullptr : pCommand;
     }
 
-    CLI::App* findCommand(const std::string& in_strName)
+    // "annotations add"
+    static std::string pathOf(const CLI::App& in_command)
     {
-        for (CLI::App* pCommand : commands())
-            if (pCommand->get_name() == in_strName)
-                return pCommand;
-        return nullptr;
+        const CLI::App* pParent = in_command.get_parent();
+        const bool bNested = pParent != nullptr && pParent->get_parent() != nullptr;
+        return (bNested ? pParent->get_name() + " " : "") + in_command.get_name();
     }
 
-    std::string help(const std::vector<CLI::App*>& in_vCommands)
+    std::string help(const CLI::App* in_pCommand)
     {
         // Not App::help(), which would show the command that was called instead of the one that was asked about.
-        const CLI::App* pApp = in_vCommands.empty() ? &m_app : in_vCommands[0];
-        const std::string strName = in_vCommands.empty() ? "corvana" : "corvana " + pApp->get_name();
+        const CLI::App* pApp = in_pCommand == nullptr ? &m_app : in_pCommand;
+        const std::string strName = in_pCommand == nullptr ? "corvana" : "corvana " + pathOf(*pApp);
         return m_app.get_formatter()->make_help(pApp, strName, CLI::AppFormatMode::Normal);
     }
 
-    int refuse(const std::string& in_strText)
+    int refuse(const std::string& in_strText) { return refuse(in_strText, givenCommand()); }
+
+    int refuse(const std::string& in_strText, const CLI::App* in_pCommand)
     {
-        const std::vector<CLI::App*> vCommands = m_app.get_subcommands();
-        const std::string strCommand = vCommands.empty() ? "" : vCommands[0]->get_name();
+        const std::string strCommand = in_pCommand == nullptr ? "" : pathOf(*in_pCommand);
         m_messages.error((strCommand.empty() ? "" : strCommand + ": ") + printable(in_strText) + "\nTry 'corvana help" +
                          (strCommand.empty() ? "" : " " + strCommand) + "'.");
         return EXIT_UNUSABLE;
     }
 
-    int refuseCommand(const std::string& in_strName)
+    // in_parent is the application, or a command that has commands of its own.
+    int refuseCommand(const CLI::App& in_parent, const std::string& in_strName)
     {
-        std::vector<std::string> vNames;
-        for (const CLI::App* pCommand : commands())
-            vNames.push_back(pCommand->get_name());
-        m_messages.error("no command " + inQuotes(in_strName) + didYouMean(nearestNames(in_strName, vNames)) +
-                         "\nThe commands are " + joined(vNames) + ".");
+        const std::vector<std::string> vNames = commandNames(in_parent);
+        const std::string strParent = in_parent.get_parent() == nullptr ? "" : in_parent.get_name();
+        m_messages.error((strParent.empty() ? "" : strParent + ": ") + "no command " + inQuotes(in_strName) +
+                         didYouMean(nearestNames(in_strName, vNames)) + "\nThe commands " +
+                         (strParent.empty() ? "" : "of " + strParent + " ") + "are " + joined(vNames) + ".");
         return EXIT_UNUSABLE;
+    }
+
+    // The parser would take a command that it does not know for an argument. False: all commands are known.
+    bool refuseUnknownCommand(const std::vector<std::string>& in_vArguments, int& out_iExitCode)
+    {
+        CLI::App* pParent = &m_app;
+        for (const std::string& strArgument : in_vArguments) {
+            if (strArgument.starts_with('-') || commandNames(*pParent).empty())
+                return false;
+            CLI::App* pCommand = findCommand(*pParent, strArgument);
+            if (pCommand == nullptr) {
+                out_iExitCode = refuseCommand(*pParent, strArgument);
+                return true;
+            }
+            pParent = pCommand;
+        }
+        return false;
     }
 
     int refuseExtra(const CLI::App& in_command, const std::string& in_strExtra)
     {
         if (!in_strExtra.starts_with('-'))
-            return refuse("does not know what to do with " + inQuotes(in_strExtra));
+            return refuse("does not know what to do with " + inQuotes(in_strExtra), &in_command);
         std::vector<std::string> vNames;
         for (const CLI::Option* pOption : in_command.get_options())
             for (const std::string& strName : pOption->get_lnames())
                 vNames.push_back("--" + strName);
         const std::string strName = in_strExtra.substr(0, in_strExtra.find('='));
-        return refuse("unknown option " + inQuotes(in_strExtra) + didYouMean(nearestNames(strName, vNames)));
+        return refuse("unknown option " + inQuotes(in_strExtra) + didYouMean(nearestNames(strName, vNames)),
+                      &in_command);
     }
 
     int runCommand()
     {
-        const std::vector<CLI::App*> vCommands = m_app.get_subcommands();
-        if (vCommands.empty())
+        CLI::App* pGiven = givenCommand();
+        if (pGiven == nullptr)
             return refuse("no command given");
-        std::vector<std::string> vExtras = vCommands[0]->remaining();
-        std::erase(vExtras, "--"); // ends the options, and counts as collected too
-        if (!vExtras.empty())
-            return refuseExtra(*vCommands[0], vExtras[0]);
-        return m_runs.at(vCommands[0])();
+        for (const CLI::App* pCommand = pGiven; pCommand != &m_app; pCommand = pCommand->get_parent()) {
+            std::vector<std::string> vExtras = pCommand->remaining();
+            std::erase(vExtras, "--"); // ends the options, and counts as collected too
+            if (!vExtras.empty())
+                return refuseExtra(*pCommand, vExtras[0]);
+        }
+        if (!commandNames(*pGiven).empty()) {
+            m_messageStream << help(pGiven) << std::flush;
+            return EXIT_UNUSABLE;
+        }
+        return m_runs.at(pGiven)();
     }
 
     CLI::App& add(const std::string& in_strName, const std::string& in_strHelp, const char* in_szFooter,
                   std::function<int()> in_run)
     {
-        CLI::App& command = *m_app.add_subcommand(in_strName, in_strHelp);
+        return addTo(m_app, in_strName, in_strHelp, in_szFooter, std::move(in_run));
+    }
+
+    CLI::App& addTo(CLI::App& inout_parent, const std::string& in_strName, const std::string& in_strHelp,
+                    const char* in_szFooter, std::function<int()> in_run)
+    {
+        CLI::App& command = *inout_parent.add_subcommand(in_strName, in_strHelp);
         command.footer(in_szFooter);
+        command.allow_extras(); // collected, so that the nearest option can be named
         m_runs.emplace(&command, std::move(in_run));
         return command;
     }
 
-    void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
+    void addAnnotations()
     {
-        inout_command.add_flag("-q,--quiet", out_options.m_bQuiet, "Errors only: no progress, warnings or notes");
-        const auto setDebug = [&out_options](std::int64_t) {
-            out_options.m_iLogLevel = std::min<int>(out_options.m_iLogLevel, LOG_DEBUG);
+        CLI::App& annotations =
+            add("annotations", "Shows and edits the labelled regions inside WAV files", s_szAnnotationsFooter, {});
+        annotations.require_subcommand(0, 1);
+        const auto addNested = [this, &annotations](const std::string& in_strName, const std::string& in_strHelp,
+                                                    const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
+            return addTo(annotations, in_strName, in_strHelp, in_szFooter, std::move(in_run));
         };
-        inout_command.add_flag_function("-v,--verbose", setDebug, "Also the libraries' log, as --log-level debug");
-        const auto setLevel = [&out_options](const std::string& in_strText) {
-            if (!parseLogLevel(in_strText, out_options.m_iLogLevel))
-                throw CLI::ValidationError("--log-level", "is one of trace, debug, info, warn, error, off, not " +
-                                                              inQuotes(in_strText));
-        };
-        addText(inout_command, "--log-level", "LEVEL",
-                "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
+        addAnnotationCommands({addNested, m_data, m_messageStream});
     }
 
     // What `features` and `eval` share.
     void addRowOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
     {
-        inout_command.add_option("--list", out_options.m_vLists, "A file with one recording a line; repeatable")
-            ->type_name("FILE")
-            ->allow_extra_args(false);
-        addText(inout_command, "-o,--output", "FILE", "Write to FILE, which appears when it is complete",
-                [&out_options](const std::string& in_strText) {
-                    if (in_strText.empty())
-                        throw CLI::ValidationError("--output", "wants the name of a file");
-                    out_options.m_strOutput = in_strText;
-                });
+        addLists(inout_command, out_options.m_vLists);
+        addFileName(inout_command, "-o,--output", "Write to FILE, which appears when it is complete",
+                    out_options.m_strOutput);
         addText(inout_command, "--format", "FORMAT", "csv (default) or jsonl",
                 [&out_options](const std::string& in_strText) {
                     out_options.m_format = readWord<RowFormat>("--format", in_strText,
@@ -388,7 +376,7 @@ private:
     bool isSaidTwice(std::string& out_strOption)
     {
         for (const char* szOption : {"--feature", "--window-ms", "--overlap-ms", "--suppress-dc", "--sample-rate"}) {
-            if (!m_features.m_strConfig.empty() && findCommand("features")->count(szOption) > 0) {
+            if (!m_features.m_strConfig.empty() && findCommand(m_app, "features")->count(szOption) > 0) {
                 out_strOption = szOption;
                 return true;
             }
@@ -438,20 +426,21 @@ private:
     void addHelp()
     {
         CLI::App& command = add("help", "Shows how a command is used", s_szHelpFooter, [this] { return runHelp(); });
-        command.add_option("COMMAND", m_strHelpAbout, "The command; without one, all commands are shown")
-            ->type_name("");
+        command.add_option("COMMAND", m_vHelpAbout, "The command; without one, all commands are shown")->type_name("");
     }
 
     int runHelp()
     {
-        if (m_strHelpAbout.empty()) {
-            m_data << help({});
-            return EXIT_DONE;
+        CLI::App* pCommand = &m_app;
+        for (const std::string& strName : m_vHelpAbout) {
+            CLI::App* pNext = findCommand(*pCommand, strName);
+            if (pNext == nullptr && commandNames(*pCommand).empty())
+                return refuse(inQuotes(pathOf(*pCommand)) + " has no commands such as " + inQuotes(strName));
+            if (pNext == nullptr)
+                return refuseCommand(*pCommand, strName);
+            pCommand = pNext;
         }
-        CLI::App* pCommand = findCommand(m_strHelpAbout);
-        if (pCommand == nullptr)
-            return refuseCommand(m_strHelpAbout);
-        m_data << help({pCommand});
+        m_data << help(pCommand == &m_app ? nullptr : pCommand);
         return EXIT_DONE;
     }
 
@@ -468,7 +457,7 @@ private:
     CommandFeatures::Options m_eval;
     std::string m_strFormula;
     std::vector<std::string> m_vNamedFormulas;
-    std::string m_strHelpAbout;
+    std::vector<std::string> m_vHelpAbout;
 };
 
 } // namespace

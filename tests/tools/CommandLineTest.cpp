@@ -106,9 +106,10 @@ TEST_F(CommandLineTest, NamesTheNearestCommand)
 {
     expectRefused({"feature", "a.wav"},
                   "corvana: no command 'feature'; did you mean features?\n"
-                  "The commands are features, eval, info, list-features, list-functions, help.\n");
-    expectRefused({"help", "nosuch"}, "corvana: no command 'nosuch'\n"
-                                      "The commands are features, eval, info, list-features, list-functions, help.\n");
+                  "The commands are features, eval, info, list-features, list-functions, annotations, help.\n");
+    expectRefused({"help", "nosuch"},
+                  "corvana: no command 'nosuch'\n"
+                  "The commands are features, eval, info, list-features, list-functions, annotations, help.\n");
 }
 
 TEST_F(CommandLineTest, NamesTheNearestOption)

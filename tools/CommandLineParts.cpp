@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/CommandLineParts.h"
+
+#include "corvana/NumberText.h"
+#include "tools/LogBridge.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace Corvana::Tools {
+
+unsigned long readNumber(const std::string& in_strOption, const std::string& in_strText, unsigned long in_uiMin,
+                         unsigned long in_uiMax, const char* in_szElse)
+{
+    unsigned long uiValue = 0;
+    if (parseNumber(in_strText, uiValue) && uiValue >= in_uiMin && uiValue <= in_uiMax)
+        return uiValue;
+    throw CLI::ValidationError(in_strOption, "wants a whole number from " + std::to_string(in_uiMin) + " to " +
+                                                 std::to_string(in_uiMax) + in_szElse + ", not " +
+                                                 inQuotes(in_strText));
+}
+
+CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
+                     const std::string& in_strHelp, std::function<void(const std::string&)> in_take)
+{
+    return inout_app.add_option_function<std::string>(in_strNames, std::move(in_take), in_strHelp)
+        ->type_name(in_strType);
+}
+
+void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,
+               unsigned long in_uiMin, unsigned long in_uiMax, unsigned long& out_uiValue)
+{
+    addText(inout_app, in_strName, "N", in_strHelp, [=, &out_uiValue](const std::string& in_strText) {
+        out_uiValue = readNumber(in_strName, in_strText, in_uiMin, in_uiMax);
+    });
+}
+
+void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strHelp,
+                 std::string& out_strFile)
+{
+    const std::string strLongName = in_strNames.substr(in_strNames.find("--"));
+    addText(inout_app, in_strNames, "FILE", in_strHelp, [strLongName, &out_strFile](const std::string& in_strText) {
+        if (in_strText.empty())
+            throw CLI::ValidationError(strLongName, "wants the name of a file");
+        out_strFile = in_strText;
+    });
+}
+
+void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists)
+{
+    inout_app.add_option("--list", out_vLists, "A file with one recording a line; repeatable")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+}
+
+void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
+{
+    inout_command.add_flag("-q,--quiet", out_options.m_bQuiet, "Errors only: no progress, warnings or notes");
+    const auto setDebug = [&out_options](std::int64_t) {
+        out_options.m_iLogLevel = std::min<int>(out_options.m_iLogLevel, LOG_DEBUG);
+    };
+    inout_command.add_flag_function("-v,--verbose", setDebug, "Also the libraries' log, as --log-level debug");
+    const auto setLevel = [&out_options](const std::string& in_strText) {
+        if (!parseLogLevel(in_strText, out_options.m_iLogLevel))
+            throw CLI::ValidationError("--log-level",
+                                       "is one of trace, debug, info, warn, error, off, not " + inQuotes(in_strText));
+    };
+    addText(inout_command, "--log-level", "LEVEL",
+            "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
+}
+
+std::string PlainFormatter::make_option_opts(const CLI::Option* in_pOption) const
+{
+    const std::string strType = in_pOption->get_type_size() == 0 ? "" : in_pOption->get_type_name();
+    return strType.empty() ? "" : " " + strType;
+}
+
+std::string PlainFormatter::make_usage(const CLI::App* in_pApp, std::string in_strName) const
+{
+    const auto itArguments = m_arguments.find(in_pApp);
+    if (itArguments != m_arguments.end())
+        return "Usage: " + in_strName + " [OPTIONS] " + itArguments->second + "\n";
+    return CLI::Formatter::make_usage(in_pApp, std::move(in_strName));
+}
+
+void PlainFormatter::setArguments(const CLI::App& in_command, const std::string& in_strArguments)
+{
+    m_arguments[&in_command] = in_strArguments;
+}
+
+std::vector<std::string> commandNames(const CLI::App& in_app)
+{
+    std::vector<std::string> vNames;
+    for (const CLI::App* pCommand : in_app.get_subcommands([](const CLI::App*) { return true; }))
+        vNames.push_back(pCommand->get_name());
+    return vNames;
+}
+
+CLI::App* findCommand(CLI::App& inout_app, const std::string& in_strName)
+{
+    for (CLI::App* pCommand : inout_app.get_subcommands([](const CLI::App*) { return true; }))
+        if (pCommand->get_name() == in_strName)
+            return pCommand;
+    return nullptr;
+}
+
+} // namespace Corvana::Tools

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/MessageOptions.h"
+#include "tools/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <map>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// Reads the value of an option; a usage error for anything but a whole number within the bounds. in_szElse names what
+/// else the option takes: ", or file".
+unsigned long readNumber(const std::string& in_strOption, const std::string& in_strText, unsigned long in_uiMin,
+                         unsigned long in_uiMax, const char* in_szElse = "");
+
+/// Reads the value of an option that is one of a few words; a usage error for any other.
+template <class ValueT>
+ValueT readWord(const std::string& in_strOption, const std::string& in_strText,
+                const std::vector<std::pair<std::string, ValueT>>& in_vWords)
+{
+    std::vector<std::string> vWords;
+    for (const auto& [strWord, value] : in_vWords) {
+        if (strWord == in_strText)
+            return value;
+        vWords.push_back(strWord);
+    }
+    throw CLI::ValidationError(in_strOption, "is one of " + joined(vWords) + ", not " + inQuotes(in_strText));
+}
+
+/// An option with a text, which in_take checks and keeps; in_strType names it in the help.
+CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
+                     const std::string& in_strHelp, std::function<void(const std::string&)> in_take);
+/// An option with a whole number.
+void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,
+               unsigned long in_uiMin, unsigned long in_uiMax, unsigned long& out_uiValue);
+/// An option with the name of a file, which may not be empty.
+void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strHelp,
+                 std::string& out_strFile);
+/// --list FILE, repeatable.
+void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists);
+/// --quiet, --verbose, --log-level.
+void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options);
+
+/// Help without the parser's own remarks on options.
+class PlainFormatter : public CLI::Formatter
+{
+public:
+    PlainFormatter() { column_width(26); }
+    std::string make_option_opts(const CLI::Option* in_pOption) const override;
+    std::string make_usage(const CLI::App* in_pApp, std::string in_strName) const override;
+    /// The arguments as the usage line of a command shows them, when they are not what its options look like.
+    void setArguments(const CLI::App& in_command, const std::string& in_strArguments);
+
+private:
+    std::map<const CLI::App*, std::string> m_arguments;
+};
+
+/// The names of an application's commands, in order.
+std::vector<std::string> commandNames(const CLI::App& in_app);
+/// The command of that name; null for none.
+CLI::App* findCommand(CLI::App& inout_app, const std::string& in_strName);
+
+} // namespace Corvana::Tools
