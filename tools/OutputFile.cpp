@@ -2,6 +2,7 @@
 #include "tools/OutputFile.h"
 
 #include "corvana/NumberText.h"
+#include "corvana/OS.h"
 #include "tools/Termination.h"
 #include "tools/Text.h"
 
@@ -44,19 +45,6 @@ bool resolveLinks(std::string& inout_strPath)
     }
     errno = ELOOP;
     return false;
-}
-
-bool syncFolder(const std::string& in_strFolder)
-{
-    const int iDescriptor = ::open(in_strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (iDescriptor < 0)
-        return errno == EACCES; // a folder that may be written but not read
-    // Some file systems have no such thing as a folder on the disk.
-    const bool bSynced = fsync(iDescriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
-    const int iError = errno;
-    close(iDescriptor);
-    errno = iError;
-    return bSynced;
 }
 
 // The number in "/dev/fd/N" and "/proc/self/fd/N"; empty for other paths.
@@ -235,7 +223,7 @@ bool OutputFile::commit()
         Termination::setTemporaryFile("");
         m_strTemporary.clear();
     }
-    return syncFolder(folderOf(m_strTarget)) || discard(errno);
+    return OS::syncFolder(folderOf(m_strTarget).c_str()) || discard(errno);
 }
 
 std::string OutputFile::getFault() const

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/OS.h"
 
+#include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
 
 namespace Corvana {
 
@@ -36,6 +39,18 @@ bool getCanonicalPath(const char* in_szPath, std::string& out_strPath)
     while (out_strPath.size() > 1 && out_strPath.back() == '/')
         out_strPath.pop_back();
     return true;
+}
+
+bool syncFolder(const char* in_szFolder)
+{
+    const int iDescriptor = open(in_szFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (iDescriptor < 0)
+        return errno == EACCES;
+    const bool bSynced = fsync(iDescriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+    const int iError = errno;
+    close(iDescriptor);
+    errno = iError;
+    return bSynced;
 }
 
 } // namespace OS

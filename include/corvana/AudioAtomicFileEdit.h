@@ -45,8 +45,8 @@ public:
     /// The file to apply operations to: an absolute path. It may also be removed and written anew. "" when not open.
     const char* workingFileName() const;
     /// Gives the working copy the original's name. The edit is over then, one way or the other. False: the file is as
-    /// it was, and getFault() says why. Only where the file system cannot swap two names, and then fails to write the
-    /// folder to the disk, the name already stands for the new file although false is returned; the fault says so.
+    /// it was, and getFault() says why. Only where the file system cannot swap two names (or swap them back), and fails
+    /// to write the folder to the disk, the name already stands for the new file; the fault says so then.
     bool commit();
 
     /// Why the edit could not begin or be committed, for people; ends with the file's name. Empty when nothing failed.

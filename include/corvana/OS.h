@@ -20,5 +20,9 @@ CORVANA_API bool isPathRelative(const char* in_szPath);
 /// False, with out untouched: an empty path, or one that cannot be resolved (a loop of links, a name too long).
 CORVANA_API bool getCanonicalPath(const char* in_szPath, std::string& out_strPath);
 
+/// Makes sure that the names in a folder are on the disk as they are now. True also where that cannot be asked for: a
+/// file system without such a thing, or a folder that may be written but not read. False: errno tells why.
+CORVANA_API bool syncFolder(const char* in_szFolder);
+
 } // namespace OS
 } // namespace Corvana

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -13,6 +14,7 @@
 using Corvana::strToLower;
 using Corvana::OS::getCanonicalPath;
 using Corvana::OS::isPathRelative;
+using Corvana::OS::syncFolder;
 using Corvana::Test::TempDir;
 
 namespace {
@@ -194,4 +196,15 @@ TEST(GetCanonicalPathDeathTest, FailsForARelativePathInARemovedFolder)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(resolveInARemovedFolder(), testing::ExitedWithCode(0), "");
+}
+
+TEST(SyncFolder, TellsWhetherThereIsAFolder)
+{
+    const TempDir dir;
+    EXPECT_TRUE(syncFolder(dir.path().c_str()));
+    EXPECT_TRUE(syncFolder("."));
+    EXPECT_FALSE(syncFolder(dir.file("none").c_str()));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(syncFolder(dir.write("file", "").c_str()));
+    EXPECT_EQ(errno, ENOTDIR);
 }
