@@ -222,6 +222,39 @@ def vectors():
         write("DoubleVectorFuzzer", name, program.contents)
 
 
+def regions():
+    grid = ('File type = "ooTextFile"\nObject class = "TextGrid"\n\nxmin = 0 \nxmax = 2 \ntiers? <exists> \nsize = 2 \n'
+            'item []: \n    item [1]:\n        class = "IntervalTier" \n        name = "a" \n        xmin = 0 \n'
+            '        xmax = 2 \n        intervals: size = 2 \n        intervals [1]:\n            xmin = 0 \n'
+            '            xmax = 0.5 \n            text = "" \n        intervals [2]:\n            xmin = 0.5 \n'
+            '            xmax = 2 \n            text = "say ""no""" \n    item [2]:\n        class = "TextTier" \n'
+            '        name = "b" \n        xmin = 0 \n        xmax = 2 \n        points: size = 1 \n'
+            '        points [1]:\n            number = 1e-09 \n            mark = "BEEP" \n')
+    short = ('File type = "ooTextFile short"\n"TextGrid"\n0\n2\n<exists>\n1 ! one\n"IntervalTier"\n"a"\n0\n2\n3\n0\n1\n'
+             '"A"\n0.5\n1\n"B"\n0.5\n0.5\n"C"\n')
+    texts = {
+        "csv": b"index,type,start,stop\n0,FEMALE,0.5,1\n1,\"a,\"\"b\"\"\nc\",2.25,1e22\n",
+        "csv-windows": b"\xef\xbb\xbfstop, Start ,note,TYPE\r\n2,-1,\"x,y\",MALE\r\n\r\n",
+        "csv-plain": b"MALE,1,2\nFEMALE,3,4",
+        "csv-files": b"file,type,start,stop\na.wav,A,1,2\nb.wav,A,1,2\n",
+        "csv-quote": b"MALE,1,2\n\"MALE,1,2\n",
+        "json": b'[\n  {"index":0,"type":"FEMALE","start":0.5,"stop":1},\n  {"type":"\\u00e9\\n","start":2,"stop":1e3}\n]\n',
+        "json-nested": b'[{"x":{"start":["y",[{"type":1}]]},"stop":2,"type":"MALE","start":-0}]',
+        "json-deep": b'[{"x":' + b"[" * 500,
+        "json-nan": b'[{"start":NaN}]',
+        "audacity": b"0.5\t1\tFEMALE\n\\\t300.0\t3400.0\n2\t2\tBEEP\n3\t4\t\n",
+        "audacity-comma": b"0,500000\t1,250000\tA\r\n2\t3\tB\tC\r\n",
+        "audacity-signs": b"0.5\t1\tA\n1,234\t2000\tB\n",
+        "textgrid": grid.encode(),
+        "textgrid-short": short.encode(),
+        "textgrid-utf16-le": b"\xff\xfe" + grid.replace("BEEP", "\U0001f600\u00e9").encode("utf-16-le"),
+        "textgrid-utf16-be": b"\xfe\xff" + short.encode("utf-16-be") + b"\xd8",
+        "textgrid-count": b'"ooTextFile" "TextGrid" 0 3 <exists> 18446744073709551615 "IntervalTier" "a" 0 3 0',
+    }
+    for name, contents in texts.items():
+        write("RegionFormatFuzzer", name, contents)
+
+
 def expressions():
     formulas = [
         b"flatness(spectrum(x)) < 0.2",
@@ -240,5 +273,6 @@ def expressions():
         write("ExpressionFuzzer", "formula-%02d" % index, formula)
 
 
-for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions):
+for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions,
+             regions):
     make()
