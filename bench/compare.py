@@ -9,7 +9,7 @@ import statistics
 import sys
 from collections import defaultdict
 
-PEERS = ("Literal", "Memcpy", "Sndfile", "Direct")
+PEERS = ("Literal", "Memcpy", "Sndfile", "Direct", "Copy", "Whole")
 
 
 def measurements(paths):
