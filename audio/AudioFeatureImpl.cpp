@@ -19,6 +19,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -178,29 +179,74 @@ FlatnessFeature* FlatnessFeature::clone() const
     return new FlatnessFeature(*this);
 }
 
+namespace {
+
+// The product is folded into the mean every so many values, before it can underflow.
+constexpr std::size_t s_uiFactorsOfFold = 21;
+
+// Multiplies without zeros: x * 1.0 is x for every x.
+double factorOf(double in_dValue)
+{
+    return in_dValue != 0.0 ? in_dValue : 1.0;
+}
+
+// Folds values into a geometric mean. A product waits for each of its multiplications; several products side by side
+// wait together. The values meet in the same order either way.
+class GeometricMean
+{
+public:
+    explicit GeometricMean(std::size_t in_uiNbOfValues)
+        : m_dExponent(1.0 / static_cast<double>(in_uiNbOfValues))
+    {
+    }
+
+    double get() const { return m_dMean; }
+
+    // Takes folds, so many at a time, as long as there are as many; returns the values left.
+    template <std::size_t SideBySide>
+    std::span<const double> takeFolds(std::span<const double> in_values)
+    {
+        for (; in_values.size() >= SideBySide * s_uiFactorsOfFold;
+             in_values = in_values.subspan(SideBySide * s_uiFactorsOfFold)) {
+            double adProducts[SideBySide];
+            std::fill(std::begin(adProducts), std::end(adProducts), 1.0);
+            for (std::size_t uiFactor = 0; uiFactor < s_uiFactorsOfFold; ++uiFactor)
+                for (std::size_t uiFold = 0; uiFold < SideBySide; ++uiFold)
+                    adProducts[uiFold] *= factorOf(in_values[uiFold * s_uiFactorsOfFold + uiFactor]);
+            for (const double dProduct : adProducts)
+                fold(dProduct);
+        }
+        return in_values;
+    }
+
+    // The last fold, which may have fewer values or none.
+    void takeRest(std::span<const double> in_values)
+    {
+        double dProduct = 1.0;
+        for (const double dValue : in_values)
+            dProduct *= factorOf(dValue);
+        fold(dProduct);
+    }
+
+private:
+    void fold(double in_dProduct) { m_dMean = std::pow(in_dProduct, m_dExponent) * m_dMean; }
+
+    double m_dExponent;
+    double m_dMean = 1.0;
+};
+
+} // namespace
+
 bool FlatnessFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
 {
     assert(&in_vInput != &out_vOutput);
 
-    // The product is folded into the mean every 21 values, before it can underflow.
-    constexpr int s_iMaxFactors = 20;
-    const double dNbOfValues = static_cast<double>(in_vInput.size());
-    double dProduct = 1.0;
-    double dGeometricMean = 1.0;
-    int iFactors = 0;
-    for (const double dValue : in_vInput) {
-        if (dValue != 0.0)
-            dProduct *= dValue;
-        if (++iFactors > s_iMaxFactors) {
-            dProduct = std::pow(dProduct, 1.0 / dNbOfValues);
-            dGeometricMean = dProduct * dGeometricMean;
-            dProduct = 1.0;
-            iFactors = 0;
-        }
-    }
-    dGeometricMean = std::pow(dProduct, 1.0 / dNbOfValues) * dGeometricMean;
+    const std::span<const double> values(in_vInput.data(), in_vInput.size());
+    GeometricMean mean(values.size());
+    mean.takeRest(mean.takeFolds<1>(mean.takeFolds<3>(mean.takeFolds<6>(values))));
+    double dGeometricMean = mean.get();
     if (dGeometricMean != 1.0)
-        dGeometricMean *= dNbOfValues;
+        dGeometricMean *= static_cast<double>(values.size());
     out_vOutput.push_back(dGeometricMean);
     return true;
 }
