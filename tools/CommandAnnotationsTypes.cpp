@@ -1,49 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandAnnotationsTypes.h"
 
-#include "corvana/AudioAnnotationTypes.h"
 #include "tools/ExitCode.h"
+#include "tools/RegionType.h"
 
 #include <nlohmann/json.hpp>
 
 #include <string>
-#include <vector>
 
 namespace Corvana::Tools {
 namespace {
+
+using Annotation = Audio::AnnotatedFile::Annotation;
 
 struct TypeGroup
 {
     const char* m_szKey;
     const char* m_szHeading;
-    std::vector<std::string> m_vTypes;
+    int m_iFirst;
+    int m_iLast;
 };
 
-// In the order of their values, which begin here.
-constexpr unsigned s_uiFirstNamedValue = 4002;
-
-std::vector<TypeGroup> namedTypes()
-{
-#define CORVANA_TYPE_NAME(name) #name,
-#define CORVANA_TYPE_NAMES(outcome) CORVANA_ANNOTATION_DETECTORS(CORVANA_TYPE_NAME, outcome)
-    std::vector<TypeGroup> vGroups = {
-        {"sound", "What is heard", {CORVANA_ANNOTATION_SOUNDS(CORVANA_TYPE_NAME)}},
-        {"outcome",
-         "The outcome of a call, or a key, as one of eight detectors judged it",
-         {CORVANA_ANNOTATION_OUTCOMES(CORVANA_TYPE_NAMES)}},
-        {"event", "What engines report besides", {CORVANA_ANNOTATION_EVENTS(CORVANA_TYPE_NAME)}}};
-#undef CORVANA_TYPE_NAMES
-#undef CORVANA_TYPE_NAME
-    return vGroups;
-}
+constexpr TypeGroup s_aGroups[] = {{"sound", "What is heard", Annotation::FEMALE, Annotation::DTMF_D},
+                                   {"outcome", "The outcome of a call, or a key, as one of eight detectors judged it",
+                                    Annotation::CPA_HUMAN, Annotation::TEST5_DTMF_D},
+                                   {"event", "What engines report besides", Annotation::RINGBACK, Annotation::OTHER}};
 
 void writeTable(std::ostream& out_data)
 {
-    unsigned uiValue = s_uiFirstNamedValue;
-    for (const TypeGroup& group : namedTypes()) {
+    for (const TypeGroup& group : s_aGroups) {
         out_data << group.m_szHeading << ":\n";
-        for (const std::string& strType : group.m_vTypes)
-            out_data << "  " + std::to_string(uiValue++) + "  " + strType + "\n";
+        for (int iType = group.m_iFirst; iType <= group.m_iLast; ++iType)
+            out_data << "  " + std::to_string(iType) + "  " + regionTypeText(static_cast<RegionTypeValue>(iType)) +
+                            "\n";
         out_data << '\n';
     }
     out_data << "Class numbers that other tools assign:\n  1 to 4000  SF_1 to SF_4000\n\n"
@@ -52,13 +41,16 @@ void writeTable(std::ostream& out_data)
 
 void writeJson(std::ostream& out_data)
 {
-    unsigned uiValue = s_uiFirstNamedValue;
     nlohmann::ordered_json named = nlohmann::ordered_json::array();
-    for (const TypeGroup& group : namedTypes())
-        for (const std::string& strType : group.m_vTypes)
-            named.push_back({{"type", strType}, {"value", uiValue++}, {"group", group.m_szKey}});
+    for (const TypeGroup& group : s_aGroups)
+        for (int iType = group.m_iFirst; iType <= group.m_iLast; ++iType)
+            named.push_back({{"type", regionTypeText(static_cast<RegionTypeValue>(iType))},
+                             {"value", iType},
+                             {"group", group.m_szKey}});
+    const int iFirst = Annotation::s_firstNumbered;
+    const int iLast = Annotation::s_lastNumbered;
     const nlohmann::ordered_json json = {{"named", named},
-                                         {"numbered", {{"prefix", "SF_"}, {"first", 1}, {"last", 4000}}}};
+                                         {"numbered", {{"prefix", "SF_"}, {"first", iFirst}, {"last", iLast}}}};
     out_data << json.dump(2) << '\n';
 }
 

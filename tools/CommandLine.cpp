@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandLine.h"
 
+#include "corvana/NumberText.h"
 #include "corvana/Version.h"
 #include "tools/CommandFeatures.h"
 #include "tools/CommandInfo.h"
@@ -97,8 +98,10 @@ Regions are stored in the WAV file itself, as cue points with labels; every othe
 file is changed in one step: whatever happens, it is either the old one or the new one.
 
 Examples:
+  corvana annotations list call.wav            the regions of a recording
+  corvana annotations add call.wav VOICE 1.5 3.25
   corvana annotations types                    what regions can be labelled with
-  corvana help annotations types               options of one of these commands
+  corvana help annotations add                 options of one of these commands
 
 Exit codes: 0 done; 1 finished, but some files failed (each is named, the others are complete); 2 wrong usage, or the
 output could not be written.)";
@@ -220,6 +223,9 @@ private:
     {
         if (!in_strExtra.starts_with('-'))
             return refuse("does not know what to do with " + inQuotes(in_strExtra), &in_command);
+        double dNumber = 0.0;
+        if (parseNumber(in_strExtra, dNumber)) // such as -.5, which the parser takes for an option
+            return refuse("does not know what to do with the negative number " + inQuotes(in_strExtra), &in_command);
         std::vector<std::string> vNames;
         for (const CLI::Option* pOption : in_command.get_options())
             for (const std::string& strName : pOption->get_lnames())

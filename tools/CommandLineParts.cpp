@@ -69,6 +69,23 @@ void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
             "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
 }
 
+void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options)
+{
+    addLists(inout_command, out_options.m_vLists);
+    inout_command.add_flag("-n,--dry-run", out_options.m_bDryRun, "Tell what would be done, and change nothing");
+    inout_command.add_flag("--interop", out_options.m_bInterop,
+                           "Store all names before all lengths, for programs that stop at the first length");
+    addFileName(inout_command, "--save-notes",
+                "Add the notes that other programs attached, and that get lost, to FILE (JSON)",
+                out_options.m_strSaveNotes);
+    addMessageOptions(inout_command, out_options.m_messages);
+}
+
+void addClip(CLI::App& inout_command, AnnotationEditOptions& out_options)
+{
+    inout_command.add_flag("--clip", out_options.m_bClip, "Cut regions at the end of the audio; without it they fail");
+}
+
 std::string PlainFormatter::make_option_opts(const CLI::Option* in_pOption) const
 {
     const std::string strType = in_pOption->get_type_size() == 0 ? "" : in_pOption->get_type_name();

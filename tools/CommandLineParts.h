@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/AnnotationEdit.h"
 #include "tools/MessageOptions.h"
 #include "tools/Text.h"
 
@@ -47,6 +48,11 @@ void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std:
 void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists);
 /// --quiet, --verbose, --log-level.
 void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options);
+
+/// What all commands share that edit recordings: --list, --dry-run, --interop, --save-notes and those for messages.
+void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options);
+/// --clip, of commands that add regions.
+void addClip(CLI::App& inout_command, AnnotationEditOptions& out_options);
 
 /// Help without the parser's own remarks on options.
 class PlainFormatter : public CLI::Formatter

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "corvana/AudioAnnotation.h"
+#include "tools/LogBridge.h"
+
+#include <string>
+
+namespace Corvana::Tools {
+
+/// Reads the regions of a recording, but not its audio. What the library complains about is held by inout_log, which
+/// the caller has told about the input. Returns why it failed, for people; empty when it did not.
+std::string readRegionsOf(const std::string& in_strPath, Audio::AnnotatedFile& out_file, LogBridge& inout_log);
+
+/// The length of the audio in seconds. Only when the regions were read.
+double secondsOf(const Audio::AnnotatedFile& in_file);
+
+} // namespace Corvana::Tools
