@@ -125,7 +125,8 @@ bool LinearAudioWindower::popWindow(Math::DoubleVector& out_vWindow)
     out_vWindow.clear();
     if (m_samples.size() < m_uiWindowSize || m_uiOverlapSize >= m_uiWindowSize)
         return false;
-    out_vWindow.insert(out_vWindow.end(), m_samples.begin(), m_samples.begin() + m_uiWindowSize);
+    out_vWindow.resize(m_uiWindowSize);
+    std::copy_n(m_samples.begin(), m_uiWindowSize, out_vWindow.begin());
     if (m_config.m_bSuppressDCOffset && !suppressDCOffset(out_vWindow))
         return false;
     m_samples.pop(m_uiWindowSize - m_uiOverlapSize);

@@ -49,6 +49,34 @@ void WindowerWithoutOffset_Windows(benchmark::State& inout_state)
     windows(inout_state, 0, true);
 }
 
+constexpr std::size_t s_uiHopsInChunk = 8;
+
+// Windows that overlap by half, fed eight hops at a time, as from a file.
+void WindowerChunks_Windows(benchmark::State& inout_state)
+{
+    Audio::LinearAudioWindower::Config config;
+    config.m_uiWindowSizeMs = sizeOf(inout_state) / 8;
+    config.m_uiWindowOverlapMs = config.m_uiWindowSizeMs / 2;
+    Audio::LinearAudioWindower windower;
+    if (!windower.configure(config) || !windower.reset())
+        return inout_state.SkipWithError("configure failed");
+
+    const std::size_t uiHop = windower.getWindowSize() - windower.getOverlapSize();
+    const Math::DoubleVector vChunk = noise(s_uiHopsInChunk * uiHop);
+    windower.pushLinearAudio(vChunk.begin(), vChunk.begin() + windower.getOverlapSize());
+    Math::DoubleVector vWindow;
+    for (auto unused : inout_state) {
+        windower.pushLinearAudio(vChunk.begin(), vChunk.end());
+        for (std::size_t uiWindow = 0; uiWindow < s_uiHopsInChunk; ++uiWindow) {
+            if (!windower.popWindow(vWindow))
+                inout_state.SkipWithError("no window");
+            benchmark::DoNotOptimize(vWindow.data());
+            benchmark::ClobberMemory();
+        }
+    }
+    countSamples(inout_state, s_uiHopsInChunk * windower.getWindowSize());
+}
+
 void copyWindow(benchmark::State& inout_state)
 {
     const Math::DoubleVector vSamples = noise(sizeOf(inout_state));
@@ -77,6 +105,23 @@ void WindowerWithoutOffset_Memcpy(benchmark::State& inout_state)
     copyWindow(inout_state);
 }
 
+void WindowerChunks_Memcpy(benchmark::State& inout_state)
+{
+    const std::size_t uiHop = sizeOf(inout_state) / 2;
+    const Math::DoubleVector vSamples = noise((s_uiHopsInChunk + 1) * uiHop);
+    Math::DoubleVector vWindow(sizeOf(inout_state));
+    for (auto unused : inout_state) {
+        for (std::size_t uiWindow = 0; uiWindow < s_uiHopsInChunk; ++uiWindow) {
+            std::memcpy(vWindow.data(), vSamples.data() + uiWindow * uiHop, vWindow.size() * sizeof(double));
+            benchmark::DoNotOptimize(vWindow.data());
+            benchmark::ClobberMemory();
+        }
+    }
+    countSamples(inout_state, s_uiHopsInChunk * vWindow.size());
+}
+
+BENCHMARK(WindowerChunks_Windows)->Apply(windowSizes);
+BENCHMARK(WindowerChunks_Memcpy)->Apply(windowSizes);
 BENCHMARK(Windower_Windows)->Apply(windowSizes);
 BENCHMARK(Windower_Memcpy)->Apply(windowSizes);
 BENCHMARK(WindowerHalfOverlap_Windows)->Apply(windowSizes);
