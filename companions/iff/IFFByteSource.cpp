@@ -2,6 +2,7 @@
 #include "IFFByteSource.h"
 
 #include <algorithm>
+#include <exception>
 #include <ios>
 #include <streambuf>
 
@@ -10,7 +11,8 @@ namespace {
 
 constexpr std::uint64_t s_uiBlock = 1 << 20;
 
-// A read error reaches callers of a file's buffer as an exception.
+// A read error reaches callers of a buffer as an exception: of a file's as an ios_base::failure, of others as they
+// like.
 template <class Result, class Operation>
 Result guarded(bool& inout_bFailed, Result in_onFailure, Operation in_operation)
 {
@@ -18,7 +20,7 @@ Result guarded(bool& inout_bFailed, Result in_onFailure, Operation in_operation)
         return in_onFailure;
     try {
         return in_operation();
-    } catch (const std::ios_base::failure&) {
+    } catch (const std::exception&) {
         inout_bFailed = true;
         return in_onFailure;
     }

@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::uint32_t s_uiUnknownSize = 0xFFFFFFFF; // what recorders write that do not know yet
 constexpr std::uint64_t s_uiCuePointSize = 24;
+constexpr std::uint64_t s_uiContainerHead = 4; // form type, or the count of cue points
 constexpr unsigned s_uiMaxNbOfWarnings = 20;
 
 bool isPrintable(Chunk::ChunkId in_uiId)
@@ -242,7 +243,7 @@ void FormReader::readContents(Chunk& inout_chunk, std::uint64_t in_uiSize, unsig
         inout_chunk.m_bOpaque = true;
         warn(placeOf(inout_chunk) + " lies deeper than " + std::to_string(IFFParser::s_uiMaxDepth) +
              " containers. It is kept as it is.");
-    } else if (isForm(inout_chunk) && in_uiSize < sizeof inout_chunk.m_uiFormType) {
+    } else if (inout_chunk.isContainer() && in_uiSize < s_uiContainerHead) {
         inout_chunk.m_bOpaque = true;
     }
     if (!inout_chunk.isContainer())
@@ -295,8 +296,11 @@ void FormReader::readCuePoints(Chunk& inout_chunk, std::uint64_t in_uiSize)
             return;
         Chunk& point = inout_chunk.m_children.emplace_back(Chunk::makeId("cuep"));
         point.m_uiFileOffset = m_source.position();
-        if (!m_source.appendTo(point.m_vData, s_uiCuePointSize))
+        if (!m_source.appendTo(point.m_vData, s_uiCuePointSize)) {
+            inout_chunk.m_vData.swap(point.m_vData);
+            inout_chunk.m_children.pop_back();
             return;
+        }
     }
     m_source.appendTo(inout_chunk.m_vData, uiEnd - std::min(uiEnd, m_source.position()));
 }

@@ -81,12 +81,14 @@ std::istream& IFFParser::readForm(std::istream& io_stream, bool in_bWithAudio)
     const std::istream::sentry ready(io_stream, true);
     if (!ready)
         return io_stream; // which has the reason in its state
-    m_form.emplace_back();
-    if (FormReader(io_stream, in_bWithAudio).read(m_form.back(), m_vTrailing))
+    Chunk::List form(1);  // becomes the tree when it is whole, so that memory that runs out leaves none
+    std::vector<std::uint8_t> vTrailing;
+    if (!FormReader(io_stream, in_bWithAudio).read(form.back(), vTrailing)) {
+        io_stream.setstate(std::ios_base::failbit);
         return io_stream;
-    m_form.clear();
-    m_vTrailing.clear();
-    io_stream.setstate(std::ios_base::failbit);
+    }
+    m_form.swap(form);
+    m_vTrailing.swap(vTrailing);
     return io_stream;
 }
 
