@@ -6,6 +6,8 @@
 #include "tools/CommandAnnotationsList.h"
 #include "tools/CommandAnnotationsTransfer.h"
 #include "tools/CommandAnnotationsTypes.h"
+#include "tools/CommandLineCheck.h"
+#include "tools/CommandLineExchange.h"
 #include "tools/CommandLineParts.h"
 
 #include <memory>
@@ -169,6 +171,8 @@ void addAnnotationCommands(const AnnotationCommandLine& in_commandLine)
     addTransfer(in_commandLine, false);
     addTransfer(in_commandLine, true);
     addClear(in_commandLine);
+    addCheckCommand(in_commandLine);
+    addExchangeCommands(in_commandLine);
     addTypes(in_commandLine);
 }
 

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "corvana/IFFParser.h"
+#include "corvana/IFFWavRecords.h"
+
+#include <cstdint>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// Something about a recording that its owner may want to know or to mend.
+struct Finding
+{
+    enum Severity
+    {
+        ERROR,   ///< the regions cannot be read
+        WARNING, ///< they can, although something is wrong
+        REMARK   ///< nothing is wrong, but a change of the regions would bring a surprise
+    };
+
+    Severity m_severity;
+    std::uint64_t m_uiOffset; ///< of the byte in the file that this is about
+    std::string m_strRecord;  ///< what stands there, such as "cue point 3"
+    std::string m_strFault;
+    std::string m_strRemedy;
+    bool m_bMendable; ///< writing the file anew mends it
+};
+
+/// Looks for all that is wrong with the chunks and the regions of a WAV file, instead of stopping at the first fault as
+/// reading does. Its errors are those for which AnnotatedFile refuses a file. The audio is passed over.
+class AnnotationChecker
+{
+public:
+    /// More findings in a file are only counted: it may hold as many as it has bytes.
+    static constexpr std::size_t s_uiMaxNbOfFindings = 1000;
+
+    /// Replaces what was found before. Returns why the file cannot be opened or read; empty when it could.
+    std::string check(const std::string& in_strPath);
+
+    /// By severity, then in the order of the file.
+    const std::vector<Finding>& findings() const { return m_vFindings; }
+    unsigned long getNbOf(Finding::Severity in_severity) const { return m_auiCounts[in_severity]; }
+    bool isMendable() const { return m_bMendable; }
+    /// Regions that can be read; 0 when there are errors.
+    unsigned long getNbOfRegions() const { return getNbOf(Finding::ERROR) == 0 ? m_points.size() : 0; }
+
+private:
+    using Chunk = IFF::Chunk;
+
+    /// What belongs to a cue identifier.
+    struct Point
+    {
+        std::uint64_t m_uiOffset = 0;
+        std::uint32_t m_uiStart = 0;
+        bool m_bHasLength = false;
+        bool m_bHasLabel = false;
+        bool m_bHasType = false;
+    };
+
+    void add(Finding in_finding);
+    bool checkBeginning();
+    void checkForm();
+    void checkFormSize();
+    void checkTrailingBytes();
+    void checkChunks(const Chunk& in_container);
+    void checkChunk(const Chunk& in_chunk);
+    void checkCut(const Chunk& in_chunk);
+    void checkContainer(const Chunk& in_chunk);
+    void checkFormat();
+    void checkFormatFields(const Chunk& in_chunk, const IFF::WavFmtChunk& in_format);
+    void checkAudio();
+    void checkRegions();
+    void checkCuePoints(const Chunk& in_chunk);
+    void checkCuePoint(const Chunk& in_chunk);
+    void checkLength(const Chunk& in_chunk);
+    void takeType(const Chunk& in_chunk);
+    void checkLabel(const Chunk& in_chunk);
+    void checkLabelText(const Chunk& in_chunk, const IFF::WavLabelChunk& in_label);
+    Point* pointOf(const Chunk& in_chunk, std::uint32_t in_uiCueId, const std::string& in_strRecord);
+    void checkWholeness();
+    void checkGaps();
+    void checkReading();
+    bool readNumber(std::uint64_t in_uiOffset, std::uint32_t& out_uiNumber);
+
+    std::ifstream m_stream;
+    std::uint64_t m_uiFileSize = 0;
+    IFF::IFFParser m_parser;
+    std::uint32_t m_uiNbOfSamples = 0;
+    std::map<std::uint32_t, Point> m_points;
+    unsigned m_uiNbOfLists = 0;
+
+    std::vector<Finding> m_vFindings;
+    unsigned long m_auiCounts[3] = {};
+    bool m_bMendable = false;
+};
+
+} // namespace Corvana::Tools

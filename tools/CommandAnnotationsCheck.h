@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/MessageOptions.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// `corvana annotations check`: tells what is wrong with the regions and the chunks of recordings, where, and how to
+/// mend it.
+struct CommandAnnotationsCheck
+{
+    struct Options
+    {
+        std::vector<std::string> m_vFiles;
+        std::vector<std::string> m_vLists; ///< files with one recording a line
+        bool m_bJson = false;
+        MessageOptions m_messages;
+    };
+
+    /// Returns an ExitCode: 1 when a file has an error or a warning, or cannot be read. Remarks are no fault.
+    static int run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages);
+};
+
+} // namespace Corvana::Tools
