@@ -50,7 +50,8 @@ private:
                           std::to_string(CommandAnnotationsClear::s_uiMaxPatternSize) + " are the most");
         try {
             m_pPattern = std::make_unique<BoostRegex>(strPattern, BoostRegex::s_uiIgnoreCase);
-            if (!matchesAnyType())
+            // With --interop, removing nothing is of use as well.
+            if (!m_options.m_bInterop && !matchesAnyType())
                 m_edit.messages().warning("--match: the pattern " + inQuotes(strPattern) +
                                           " matches no type; it has to match the whole of it, as .*HUMAN matches "
                                           "CPA_HUMAN");

@@ -53,6 +53,8 @@ public:
         , m_analysis(in_options.m_windows, m_features, m_log, m_messages, m_progress)
     {
         m_messages.setProgress(&m_progress);
+        if (in_options.m_bLabels)
+            m_analysis.enableLabels();
     }
 
     int run()
@@ -86,12 +88,25 @@ private:
             return refuse("the overlap (--overlap-ms " + std::to_string(windows.m_uiOverlapMs) +
                           ") must be shorter than the window (--window-ms " + std::to_string(windows.m_uiWindowMs) +
                           ")");
+        if (m_options.m_bLabels && !checkLabels())
+            return false;
         if (m_features.configure(wantedFeatures(), m_options.m_vFormulas, m_messages))
             return true;
         m_messages.plain(m_options.m_bFormulasOnly
                              ? "'corvana list-functions' shows all functions\n"
                              : "'corvana list-features' shows all features and how they are written\n");
         return false;
+    }
+
+    bool checkLabels()
+    {
+        for (const std::string& strInput : m_options.m_vInputs)
+            if (strInput == "-")
+                return refuse("--labels reads regions from files, which standard input is not");
+        for (const NamedFormula& formula : m_options.m_vFormulas)
+            if (formula.m_strName == "labels")
+                return refuse("the name 'labels' would be that of two columns");
+        return true;
     }
 
     bool hasInputs() const { return !m_options.m_vInputs.empty() || !m_options.m_vLists.empty(); }
@@ -133,7 +148,8 @@ private:
     {
         m_vNbOfValues = in_vNbOfValues;
         m_uiSettledRate = in_uiSampleRate;
-        m_pWriter = RowWriter::make(m_options.m_format, m_features.getColumnNames(), in_vNbOfValues);
+        m_pWriter =
+            RowWriter::make(m_options.m_format, m_features.getColumnNames(), in_vNbOfValues, m_options.m_bLabels);
         m_output.stream() << m_pWriter->getHeader();
         if (m_options.m_bFlushRows)
             m_output.stream().flush();

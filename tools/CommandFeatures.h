@@ -25,6 +25,7 @@ struct CommandFeatures
         std::string m_strConfig;               ///< a file that gives features and windows; empty: the options here
         std::string m_strSaveConfig;           ///< a file to keep them in; empty: none
         WindowOptions m_windows;
+        bool m_bLabels = false; ///< a column with the labels of the regions that cover each window's middle
         RowFormat m_format = RowFormat::CSV;
         std::string m_strOutput; ///< empty: out_data
         bool m_bFlushRows = false;

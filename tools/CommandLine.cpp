@@ -46,6 +46,10 @@ JSON lines hold an object a window: "file", "time", and for each description its
 when it gives several. There, not-a-number is null and infinities are 1e999 and -1e999.
 The time is that of the end of the window, in seconds.
 
+With --labels, a column labels behind the time holds the types of the regions (see 'corvana annotations') that cover the
+middle of the window, with ; between them in the order of the file; in JSON an array. It is empty where there are none,
+and, with a warning, for a recording whose regions cannot be read.
+
 Examples:
   corvana features call.wav > call.csv
   corvana features -f 'spectrum|flatness' -f spectrum500hz -o calls.csv a.wav b.wav
@@ -53,6 +57,7 @@ Examples:
   corvana features --list calls.txt -o calls.csv
   corvana features -f 'spectrum|peaks' --window-ms 32 --save-config peaks.xml
   corvana features --config peaks.xml call.wav
+  corvana features --labels --list labelled.txt -o training.csv
   corvana features -f silenceratio --expr 'tonal=flatness(spectrum(x)) < 0.2' call.wav
   sox call.mp3 -r 8000 -c 1 -t au - | corvana features -
 
@@ -292,6 +297,8 @@ private:
                     out_options.m_format = readWord<RowFormat>("--format", in_strText,
                                                                {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}});
                 });
+        inout_command.add_flag("--labels", out_options.m_bLabels,
+                               "A column 'labels': the types of the regions that cover each window's middle");
         addWindowOptions(inout_command, out_options.m_windows);
     }
 

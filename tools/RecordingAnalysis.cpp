@@ -119,17 +119,41 @@ void RecordingAnalysis::warnAboutRate()
                            " ms of the recording");
 }
 
+void RecordingAnalysis::readLabels()
+{
+    m_log.beginInput(m_strPath);
+    const std::string strFault = m_labels.read(m_strPath, m_log);
+    if (strFault.empty()) {
+        m_log.endInput();
+        return;
+    }
+    m_log.takeErrors();
+    m_messages.inputWarning(m_strPath, "no labels, since its regions cannot be read: " + strFault);
+}
+
+// Where the window's samples really lie: its time moves on by whole milliseconds, which at some rates are no whole
+// number of samples, and is that of another rate when windows are cut for one.
+double RecordingAnalysis::middleOfWindow(unsigned long in_uiWindow) const
+{
+    const unsigned long uiOverlap = m_options.m_uiOverlapMs * getWindowRate() / 1000;
+    const unsigned long uiHop = m_vWindow.size() - uiOverlap;
+    const double dMiddle = static_cast<double>(in_uiWindow * uiHop) + static_cast<double>(m_vWindow.size()) / 2.0;
+    return dMiddle / static_cast<double>(m_reader.getSampleRate());
+}
+
 std::string RecordingAnalysis::writeRows(RowWriter& inout_writer, std::ostream& out_stream, bool in_bFlushRows,
                                          double in_dDone, double in_dShare)
 try {
     warnAboutRate();
+    if (m_bLabels)
+        readLabels();
     m_log.beginInput(m_strPath);
     inout_writer.beginFile(m_strPath);
     const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();
     std::vector<Math::Xpr::Expression> vExpressions = m_features.getFormulas().getFreshExpressions();
     unsigned long uiNbOfRows = 0;
     while (m_reader.getNextWindow(m_vWindow)) {
-        const std::string strFault = writeRow(inout_writer, *pComputer, vExpressions);
+        const std::string strFault = writeRow(inout_writer, *pComputer, vExpressions, uiNbOfRows);
         if (!strFault.empty())
             return strFault;
         const std::string& strRow = inout_writer.endRow();
@@ -153,7 +177,7 @@ try {
 
 // Returns a fault; the row is complete only without one.
 std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer,
-                                        std::vector<Math::Xpr::Expression>& inout_vExpressions)
+                                        std::vector<Math::Xpr::Expression>& inout_vExpressions, unsigned long in_uiRow)
 {
     inout_computer.setWindow(m_vWindow);
     const bool bComputed = inout_computer.computeFeatures(m_vValues);
@@ -162,6 +186,8 @@ std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureCo
     if (!bComputed || m_vValues.size() != std::accumulate(getNbOfValues().begin(), itFormulas, std::size_t{0}))
         return rowFault(bComputed);
     inout_writer.beginRow(m_reader.getCurrentAudioTime());
+    if (m_bLabels)
+        inout_writer.addLabels(m_labels.at(middleOfWindow(in_uiRow)));
     std::span<const double> values(m_vValues.data(), m_vValues.size());
     for (std::size_t uiFeature = 0; uiFeature < uiNbOfFeatures; ++uiFeature) {
         inout_writer.addFeature(uiFeature, values.first(getNbOfValues()[uiFeature]));

@@ -5,6 +5,7 @@
 #include "tools/FeatureSet.h"
 #include "tools/Progress.h"
 #include "tools/RowWriter.h"
+#include "tools/WindowLabels.h"
 
 #include <ostream>
 #include <string>
@@ -33,6 +34,10 @@ class RecordingAnalysis
 public:
     RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
                       Messages& out_messages, Progress& out_progress);
+
+    /// From now on each row tells the labels of the regions that cover the window's middle; a recording without any
+    /// that can be read gets a warning.
+    void enableLabels() { m_bLabels = true; }
 
     /// Opens a recording and finds out what its rows look like; empty, or why it cannot be analysed.
     std::string open(const std::string& in_strPath);
@@ -64,8 +69,10 @@ private:
 
     std::string configureReader();
     void warnAboutRate();
+    void readLabels();
+    double middleOfWindow(unsigned long in_uiWindow) const;
     std::string writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer,
-                         std::vector<Math::Xpr::Expression>& inout_vExpressions);
+                         std::vector<Math::Xpr::Expression>& inout_vExpressions, unsigned long in_uiRow);
     std::string addFormulas(RowWriter& inout_writer, std::vector<Math::Xpr::Expression>& inout_vExpressions);
     std::string rowFault(bool in_bComputed);
     std::string checkEnd() const;
@@ -85,6 +92,8 @@ private:
     Math::DoubleVector m_vWindow;
     Math::DoubleVector m_vValues;
     double m_dSecondsOfFormerFiles = 0.0;
+    bool m_bLabels = false;
+    WindowLabels m_labels;
 };
 
 } // namespace Corvana::Tools

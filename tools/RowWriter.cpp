@@ -14,8 +14,9 @@ namespace {
 class CsvRowWriter : public RowWriter
 {
 public:
-    CsvRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues)
-        : m_strHeader("file,time")
+    CsvRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues,
+                 bool in_bLabels)
+        : m_strHeader(in_bLabels ? "file,time,labels" : "file,time")
     {
         for (std::size_t uiFeature = 0; uiFeature < in_vDescriptions.size(); ++uiFeature)
             appendColumns(in_vDescriptions[uiFeature], in_vNbOfValues[uiFeature]);
@@ -30,6 +31,14 @@ public:
     {
         m_strRow = m_strRowStart;
         appendShortestText(m_strRow, in_dTime);
+    }
+
+    void addLabels(const std::vector<std::string>& in_vLabels) override
+    {
+        std::string strLabels;
+        for (const std::string& strLabel : in_vLabels)
+            strLabels += (strLabels.empty() ? "" : ";") + strLabel;
+        m_strRow += "," + csvField(strLabels);
     }
 
     void addFeature(std::size_t, std::span<const double> in_values) override
@@ -89,6 +98,14 @@ public:
         appendJsonNumber(m_strRow, in_dTime);
     }
 
+    void addLabels(const std::vector<std::string>& in_vLabels) override
+    {
+        m_strRow += ",\"labels\":[";
+        for (std::size_t uiLabel = 0; uiLabel < in_vLabels.size(); ++uiLabel)
+            m_strRow += (uiLabel == 0 ? "" : ",") + jsonString(in_vLabels[uiLabel]);
+        m_strRow += ']';
+    }
+
     void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) override
     {
         m_strRow += ',';
@@ -126,11 +143,11 @@ private:
 } // namespace
 
 std::unique_ptr<RowWriter> RowWriter::make(RowFormat in_format, const std::vector<std::string>& in_vDescriptions,
-                                           const std::vector<std::size_t>& in_vNbOfValues)
+                                           const std::vector<std::size_t>& in_vNbOfValues, bool in_bLabels)
 {
     if (in_format == RowFormat::JSONL)
         return std::make_unique<JsonRowWriter>(in_vDescriptions, in_vNbOfValues);
-    return std::make_unique<CsvRowWriter>(in_vDescriptions, in_vNbOfValues);
+    return std::make_unique<CsvRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);
 }
 
 std::string csvField(const std::string& in_strText)

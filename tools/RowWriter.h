@@ -16,19 +16,22 @@ enum class RowFormat
 };
 
 /// Puts rows into text, in a buffer that is used again for each row.
-/// Order of calls: getHeader(), then for each recording beginFile() and for each window beginRow(), addFeature() for
-/// every feature in order, endRow().
+/// Order of calls: getHeader(), then for each recording beginFile() and for each window beginRow(), addLabels() when
+/// there is a column of labels, addFeature() for every feature in order, endRow().
 class RowWriter
 {
 public:
+    /// in_bLabels: whether there is a column of labels, behind the time.
     static std::unique_ptr<RowWriter> make(RowFormat in_format, const std::vector<std::string>& in_vDescriptions,
-                                           const std::vector<std::size_t>& in_vNbOfValues);
+                                           const std::vector<std::size_t>& in_vNbOfValues, bool in_bLabels = false);
     virtual ~RowWriter() = default;
 
     /// The text before the first row.
     virtual std::string getHeader() const = 0;
     virtual void beginFile(const std::string& in_strFile) = 0;
     virtual void beginRow(double in_dTime) = 0;
+    /// CSV: one field, the labels with ";" between them; JSON: an array.
+    virtual void addLabels(const std::vector<std::string>& in_vLabels) = 0;
     virtual void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) = 0;
     /// The whole row with its line end; holds until the next one begins.
     virtual const std::string& endRow() = 0;

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "corvana/AudioAnnotation.h"
+#include "tools/LogBridge.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Corvana::Tools {
+
+/// The labels of a recording for one moment after another. A region covers its start, but no longer its stop.
+class WindowLabels
+{
+public:
+    /// Reads the regions of a recording; returns why there are none to be had, empty for success. A pipe is not opened:
+    /// what it gives is needed for the audio.
+    std::string read(const std::string& in_strPath, LogBridge& inout_log);
+
+    /// The types of the regions that cover the moment, in the file's order. Moments may not go back; all of them
+    /// together take time in proportion to the number of regions and of labels given.
+    const std::vector<std::string>& at(double in_dSeconds);
+
+private:
+    using Regions = std::vector<Audio::AnnotatedFile::Annotation>;
+
+    void refresh();
+
+    Regions m_vRegions;                  // in the file's order
+    std::vector<std::size_t> m_vByStart; // indices of regions
+    std::size_t m_uiNext = 0;            // in m_vByStart: the first one that has not begun
+    std::vector<std::size_t> m_vCurrent; // those that cover the moment, in order
+    std::vector<std::string> m_vLabels;  // their types
+};
+
+} // namespace Corvana::Tools
