@@ -17,11 +17,16 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <span>
 #include <string>
 #include <utility>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.AudioFeatureImpl")
 
@@ -295,17 +300,72 @@ bool ZeroCrossingRateFeature::configure(const ROConfiguration& in_config)
     return ConfigurationReader(in_config, fileScopeLogger()).readPositive32("signalfeature.SampleRate", m_uiSampleRate);
 }
 
+namespace {
+
+unsigned long isCrossing(double in_dPrevious, double in_dSample)
+{
+    return in_dPrevious * in_dSample < 0.0 || (in_dSample == 0.0 && in_dPrevious != 0.0) ? 1 : 0;
+}
+
+// Between neighbours, from the second sample of a pair on.
+unsigned long countCrossingsOneByOne(const double* in_pSamples, const double* in_pEnd)
+{
+    unsigned long uiCount = 0;
+    for (; in_pSamples < in_pEnd; ++in_pSamples)
+        uiCount += isCrossing(in_pSamples[-1], *in_pSamples);
+    return uiCount;
+}
+
+#ifdef __SSE2__
+
+// The same conditions for two samples at a time; all bits of the number are set where they hold.
+__m128i areCrossings(const double* in_pSamples)
+{
+    const __m128d zero = _mm_setzero_pd();
+    const __m128d previous = _mm_loadu_pd(in_pSamples - 1);
+    const __m128d samples = _mm_loadu_pd(in_pSamples);
+    const __m128d changesSign = _mm_cmplt_pd(_mm_mul_pd(previous, samples), zero);
+    const __m128d fallsToZero = _mm_and_pd(_mm_cmpeq_pd(samples, zero), _mm_cmpneq_pd(previous, zero));
+    return _mm_castpd_si128(_mm_or_pd(changesSign, fallsToZero));
+}
+
+unsigned long countCrossings(const double* in_pSamples, const double* in_pEnd)
+{
+    __m128i even = _mm_setzero_si128();
+    __m128i odd = _mm_setzero_si128();
+    for (; in_pEnd - in_pSamples >= 4; in_pSamples += 4) {
+        even = _mm_sub_epi64(even, areCrossings(in_pSamples)); // all bits set is -1
+        odd = _mm_sub_epi64(odd, areCrossings(in_pSamples + 2));
+    }
+    std::uint64_t auiCounts[2];
+    const __m128i both = _mm_add_epi64(even, odd);
+    std::memcpy(auiCounts, &both, sizeof both);
+    return auiCounts[0] + auiCounts[1] + countCrossingsOneByOne(in_pSamples, in_pEnd);
+}
+
+#else
+
+unsigned long countCrossings(const double* in_pSamples, const double* in_pEnd)
+{
+    return countCrossingsOneByOne(in_pSamples, in_pEnd);
+}
+
+#endif
+
+} // namespace
+
 bool ZeroCrossingRateFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
 {
     assert(&in_vInput != &out_vOutput);
 
-    unsigned long uiNbOfCrossings = 0;
-    for (const double dSample : in_vInput) {
-        if (m_dPreviousSample * dSample < 0.0 || (dSample == 0.0 && m_dPreviousSample != 0.0))
-            ++uiNbOfCrossings;
-        m_dPreviousSample = dSample;
+    if (in_vInput.empty()) {
+        out_vOutput.push_back(0.0);
+        return true;
     }
-    out_vOutput.push_back(in_vInput.empty() ? 0.0 : shareOf(uiNbOfCrossings, in_vInput));
+    const unsigned long uiNbOfCrossings =
+        isCrossing(m_dPreviousSample, in_vInput.front()) + countCrossings(in_vInput.begin() + 1, in_vInput.end());
+    m_dPreviousSample = in_vInput.back();
+    out_vOutput.push_back(shareOf(uiNbOfCrossings, in_vInput));
     return true;
 }
 
