@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FeatureTestSupport.h"
+#include "PlainFeatures.h"
 
 #include "corvana/AudioFeatureImpl.h"
 
@@ -88,6 +89,24 @@ TEST(ZeroCrossingRateFeature, CountsNoCrossingWhenTheProductUnderflows)
     ZeroCrossingRateFeature feature;
 
     EXPECT_EQ(succeeds({0.0}), outcomeOf(feature, {1e-200, -1e-200}));
+}
+
+// Samples are compared several at a time: every pair of special values meets at every place of a group.
+TEST(ZeroCrossingRateFeature, CountsSpecialValuesAtAnyPlaceAsThePlainLoopDoes)
+{
+    constexpr double dTiny = std::numeric_limits<double>::denorm_min();
+    const double aSpecial[] = {0.0, -0.0, 1.0, -1.0, dTiny, -dTiny, 1e-200, -1e-200, s_dInfinity, -s_dInfinity, s_dNaN};
+    for (unsigned long uiSize = 2; uiSize <= 11; ++uiSize)
+        for (unsigned long uiPlace = 1; uiPlace < uiSize; ++uiPlace)
+            for (const double dFirst : aSpecial)
+                for (const double dSecond : aSpecial) {
+                    Values vWindow(uiSize, 0.5);
+                    vWindow[uiPlace - 1] = dFirst;
+                    vWindow[uiPlace] = dSecond;
+                    ZeroCrossingRateFeature feature;
+                    EXPECT_EQ(succeeds(PlainZeroCrossingRate{}(vWindow).m_vValues), outcomeOf(feature, vWindow))
+                        << dFirst << ", " << dSecond << " at " << uiPlace << " of " << uiSize;
+                }
 }
 
 TEST(ZeroCrossingRateFeature, IsTwoCrossingsAPeriodForATone)
