@@ -142,7 +142,7 @@ std::string listChunk(const std::string& in_strFormType, const std::string& in_s
 
 std::string riff(const std::string& in_strChunks)
 {
-    return ChunkBuilder("RIFF").text("WAVE", "form type").add(in_strChunks).bytes();
+    return ChunkBuilder("RIFF").text("WAVE", "form type").add(in_strChunks).unpadded().bytes();
 }
 
 std::string audioBytes(std::size_t in_uiCount)

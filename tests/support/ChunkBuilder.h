@@ -51,7 +51,7 @@ std::string ltxtChunk(std::uint32_t in_uiCueId, std::uint32_t in_uiLength);
 std::string lablChunk(std::uint32_t in_uiCueId, const std::string& in_strText);
 std::string adtlChunk(const std::string& in_strChunks);
 std::string listChunk(const std::string& in_strFormType, const std::string& in_strChunks);
-/// A whole file.
+/// A whole file, which ends where its last chunk ends.
 std::string riff(const std::string& in_strChunks);
 /// @}
 
