@@ -111,10 +111,8 @@ public:
         const bool bRight = read(m_options.m_vFiles[1], m_right);
         if (!bLeft || !bRight)
             return CommandAnnotationsDiff::TROUBLE;
-        // Half a sample more: times of equal samples, or of the nearest ones at another rate, are the same.
-        const std::uint32_t uiRate = std::min(m_left.m_file.getSampleRate(), m_right.m_file.getSampleRate());
         RegionComparison comparison(m_left.m_vRegions, m_right.m_vRegions,
-                                    m_options.m_dToleranceSeconds + 0.5 / uiRate);
+                                    m_options.m_dToleranceSeconds + resolution());
         if (!comparison.compare()) {
             m_messages.error("too many regions overlap to be compared");
             return CommandAnnotationsDiff::TROUBLE;
@@ -140,6 +138,15 @@ private:
             out_side.m_vIndices.push_back(uiIndex);
         }
         return true;
+    }
+
+    // How far apart times are that mean the same, in seconds. At one rate these are those of the same sample. At two,
+    // start and length were each rounded to a sample of either.
+    double resolution() const
+    {
+        const double dLeft = m_left.m_file.getSampleRate();
+        const double dRight = m_right.m_file.getSampleRate();
+        return dLeft == dRight ? 0.5 / dLeft : 1.0 / dLeft + 1.0 / dRight;
     }
 
     int write(const std::vector<Pair>& in_vPairs)

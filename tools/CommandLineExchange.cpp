@@ -66,7 +66,8 @@ A line for each region that differs, by its start:
   moved TYPE START to STOP s -> START to STOP s
   retyped TYPE -> TYPE START to STOP s          with the times in B behind it when they differ too
 Regions with a type in common and overlapping times are the same one, moved; then those with overlapping times are the
-same one, retyped. Their order in the files, and the audio, do not matter.
+same one, retyped. Their order in the files, and the audio, do not matter. Between recordings of different sample rates,
+times are the same when they are no more than a sample of each apart.
 
 Examples:
   corvana annotations diff call.wav call-reviewed.wav

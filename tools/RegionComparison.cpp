@@ -9,8 +9,8 @@ namespace {
 
 using Annotation = RegionComparison::Annotation;
 
-// A second or two of work; regions that people or detectors put into a recording need a thousandth of it.
-constexpr unsigned long s_uiMaxLooks = 100000000;
+// Some tenths of a second of work; regions that people or detectors put into a recording need a thousandth of it.
+constexpr unsigned long s_uiMaxLooks = 20000000;
 
 // What two regions share, in seconds; none when they only touch.
 std::optional<double> overlap(const Annotation& in_left, const Annotation& in_right)
