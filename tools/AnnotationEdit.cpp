@@ -4,6 +4,7 @@
 #include "corvana/AudioAtomicFileEdit.h"
 #include "corvana/NumberText.h"
 #include "tools/ExitCode.h"
+#include "tools/OutputFile.h"
 #include "tools/RegionReading.h"
 #include "tools/RegionType.h"
 #include "tools/Termination.h"
@@ -13,6 +14,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <new>
 #include <sys/stat.h>
@@ -39,8 +41,11 @@ bool isSame(const Regions& in_vLeft, const Regions& in_vRight)
 }
 
 // Why no reader would accept these regions.
-std::string typeFault(const Regions& in_vRegions)
+std::string regionsFault(const Regions& in_vRegions)
 {
+    if (in_vRegions.size() > AnnotatedFile::s_uiMaxCueId)
+        return "would have " + std::to_string(in_vRegions.size()) + " regions; " +
+               std::to_string(AnnotatedFile::s_uiMaxCueId) + " are the most that readers accept";
     for (std::size_t uiIndex = 0; uiIndex < in_vRegions.size(); ++uiIndex)
         if (!isRegionType(in_vRegions[uiIndex].m_type))
             return "region " + std::to_string(uiIndex) + " has no type (the file skips cue point " +
@@ -68,6 +73,12 @@ std::string faultOf(const AtomicFileEdit& in_edit, const std::string& in_strPath
     return printable(strFault);
 }
 
+// With the rights that writing would have; access() would ask for those of whoever started the program.
+bool isAllowed(const std::string& in_strPath, int in_iMode)
+{
+    return faccessat(AT_FDCWD, in_strPath.c_str(), in_iMode, AT_EACCESS) == 0;
+}
+
 // What an edit would complain about, as far as it can be found out without one.
 std::string writingFault(const std::string& in_strPath)
 {
@@ -75,13 +86,13 @@ std::string writingFault(const std::string& in_strPath)
     const std::string strTarget = std::filesystem::canonical(in_strPath, error);
     const std::string strFolder = std::filesystem::path(strTarget).parent_path();
     struct stat status = {};
-    if (error || stat(strTarget.c_str(), &status) != 0 || access(strTarget.c_str(), W_OK) != 0)
+    if (error || stat(strTarget.c_str(), &status) != 0 || !isAllowed(strTarget, W_OK))
         return std::string("could not be written, ") + (error ? error.message() : std::strerror(errno));
     if (!S_ISREG(status.st_mode))
         return "is no regular file";
     if (status.st_nlink > 1)
         return "has " + std::to_string(status.st_nlink) + " names (hard links), of which one would go on alone";
-    if (access(strFolder.c_str(), W_OK | X_OK) != 0)
+    if (!isAllowed(strFolder, W_OK | X_OK))
         return std::string("its folder could not be written, ") + std::strerror(errno);
     return {};
 }
@@ -152,7 +163,12 @@ int AnnotationEdit::run(const std::vector<Input>& in_vFiles, const Change& in_ch
 bool AnnotationEdit::writeResult(const std::string& in_strPath, const std::string& in_strResult)
 {
     m_data << printable(in_strPath) + ": " + in_strResult + (m_options.m_bDryRun ? " (dry run)\n" : "\n") << std::flush;
-    return m_data.good();
+    if (m_data.good())
+        return true;
+    const std::string strFault = OutputFile(m_data).getFault();
+    if (!strFault.empty())
+        m_messages.error("cannot write: " + strFault);
+    return false;
 }
 
 AnnotationEdit::Outcome AnnotationEdit::append(const AnnotatedFile& in_file, const Regions& in_vAdded,
@@ -288,7 +304,7 @@ std::string AnnotationEdit::apply(const std::string& in_strPath, const std::stri
     out_bChanged = m_options.m_bInterop || !isSame(vFormer, out_file.annotations());
     if (!out_bChanged)
         return {}; // and whatever is odd about it stays as it is
-    strFault = typeFault(out_file.annotations());
+    strFault = regionsFault(out_file.annotations());
     const RegionNotes vNotes = notesIn(out_file);
     if (strFault.empty())
         strFault = checkNotes(in_strPath, vNotes);

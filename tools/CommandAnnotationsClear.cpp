@@ -15,6 +15,8 @@ namespace {
 using Annotation = AnnotationEdit::Annotation;
 using Regions = AnnotationEdit::Regions;
 
+constexpr const char* s_szTooLong = " takes too long to match; say the same without repetitions of repetitions";
+
 class Clearing
 {
 public:
@@ -39,7 +41,6 @@ private:
         return false;
     }
 
-    // Also tries the pattern on all types, so that one without any use is told apart from files without such regions.
     bool compile()
     {
         if (!m_options.m_strPattern)
@@ -50,15 +51,25 @@ private:
                           std::to_string(CommandAnnotationsClear::s_uiMaxPatternSize) + " are the most");
         try {
             m_pPattern = std::make_unique<BoostRegex>(strPattern, BoostRegex::s_uiIgnoreCase);
-            // With --interop, removing nothing is of use as well.
-            if (!m_options.m_bInterop && !matchesAnyType())
-                m_edit.messages().warning("--match: the pattern " + inQuotes(strPattern) +
-                                          " matches no type; it has to match the whole of it, as .*HUMAN matches "
-                                          "CPA_HUMAN");
-            return true;
         } catch (const std::runtime_error& error) {
             return refuse("the pattern " + inQuotes(strPattern) +
                           " is no regular expression: " + printable(error.what()));
+        }
+        return tryOut(strPattern);
+    }
+
+    // On all types, so that a pattern without any use is told apart from files without such regions.
+    bool tryOut(const std::string& in_strPattern)
+    {
+        try {
+            // With --interop, removing nothing is of use as well.
+            if (!matchesAnyType() && !m_options.m_bInterop)
+                m_edit.messages().warning("--match: the pattern " + inQuotes(in_strPattern) +
+                                          " matches no type; it has to match the whole of it, as .*HUMAN matches "
+                                          "CPA_HUMAN");
+            return true;
+        } catch (const std::runtime_error&) {
+            return refuse("the pattern " + inQuotes(in_strPattern) + s_szTooLong);
         }
     }
 
@@ -79,8 +90,8 @@ private:
                 return m_pPattern == nullptr || matches(in_region.m_type);
             });
             return {std::to_string(uiNbOfRemoved) + " removed", {}};
-        } catch (const std::runtime_error& error) {
-            return {{}, "the pattern cannot be matched: " + printable(error.what())};
+        } catch (const std::runtime_error&) {
+            return {{}, "the pattern" + std::string(s_szTooLong)};
         }
     }
 
