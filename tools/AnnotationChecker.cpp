@@ -248,7 +248,7 @@ void AnnotationChecker::checkContainer(const Chunk& in_chunk)
     if (in_chunk.m_bOpaque)
         add({Finding::WARNING, in_chunk.m_uiFileOffset, nameOf(in_chunk.m_uiId),
              in_chunk.m_vData.size() < 4
-                 ? "is too short for its form"
+                 ? (isId(in_chunk, "cue ") ? "is too short for the number of its points" : "is too short for its form")
                  : "lies deeper than " + std::to_string(IFF::IFFParser::s_uiMaxDepth) + " containers",
              "no region in it is found, and changes keep it as it is", false});
     else if (in_chunk.isContainer() && !isId(in_chunk, "cue ") && !in_chunk.m_vData.empty())
@@ -330,14 +330,10 @@ void AnnotationChecker::checkCuePoints(const Chunk& in_chunk)
 {
     if (in_chunk.m_bOpaque)
         return;
-    std::uint32_t uiSize = 0;
     std::uint32_t uiCount = 0;
     const std::size_t uiThere = in_chunk.m_children.size();
-    if (!readNumber(in_chunk.m_uiFileOffset + 4, uiSize) || uiSize < 4 ||
-        !readNumber(in_chunk.m_uiFileOffset + s_uiHeaderSize, uiCount))
-        add({Finding::WARNING, in_chunk.m_uiFileOffset, "\"cue \"", "is too short for the number of its points",
-             "any change of the regions removes it, as does --fix", true});
-    else if (uiCount != uiThere || !in_chunk.m_vData.empty())
+    if (readNumber(in_chunk.m_uiFileOffset + s_uiHeaderSize, uiCount) &&
+        (uiCount != uiThere || !in_chunk.m_vData.empty()))
         add({Finding::WARNING, in_chunk.m_uiFileOffset + s_uiHeaderSize, "\"cue \"",
              "counts " + counted(uiCount, "cue point") + ", but its data have " +
                  counted(4 + 24 * uiThere + in_chunk.m_vData.size(), "byte") + ", not " +

@@ -5,6 +5,7 @@
 #include "tools/ExitCode.h"
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
+#include "tools/RecordingMender.h"
 #include "tools/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -25,6 +26,16 @@ const char* nameOf(Finding::Severity in_severity)
         return "remark";
     }
 }
+
+/// What was found in a recording.
+struct Report
+{
+    std::string m_strPath;
+    AnnotationChecker m_checker;    // after mending
+    std::vector<Finding> m_vMended; // or, in a dry run, that would be
+    std::string m_strFault;         // why it could not be read
+    std::string m_strMendingFault;
+};
 
 bool isFaulty(const AnnotationChecker& in_checker)
 {
@@ -47,37 +58,52 @@ std::string summaryOf(const AnnotationChecker& in_checker)
     return isFaulty(in_checker) ? strSummary : strSummary + ", no faults";
 }
 
-void writeText(const std::string& in_strPath, const AnnotationChecker& in_checker, std::ostream& out_data)
+std::string lineOf(const Finding& in_finding)
 {
-    const std::string strFile = printable(in_strPath) + ": ";
-    for (const Finding& finding : in_checker.findings())
-        out_data << strFile + nameOf(finding.m_severity) + " at byte " + std::to_string(finding.m_uiOffset) + ", " +
-                        finding.m_strRecord + ": " + finding.m_strFault + "\n    to mend: " + finding.m_strRemedy +
-                        "\n";
-    if (nbOfOmitted(in_checker) > 0)
-        out_data << strFile + "and " + std::to_string(nbOfOmitted(in_checker)) + " more\n";
-    out_data << strFile + summaryOf(in_checker) + "\n";
+    return " at byte " + std::to_string(in_finding.m_uiOffset) + ", " + in_finding.m_strRecord + ": " +
+           in_finding.m_strFault + "\n";
 }
 
-Json toJson(const std::string& in_strPath, const AnnotationChecker& in_checker)
+void writeText(const Report& in_report, bool in_bDryRun, std::ostream& out_data)
 {
-    Json findings = Json::array();
-    for (const Finding& finding : in_checker.findings())
-        findings.push_back({{"severity", nameOf(finding.m_severity)},
-                            {"record", finding.m_strRecord},
-                            {"offset", finding.m_uiOffset},
-                            {"fault", finding.m_strFault},
-                            {"remedy", finding.m_strRemedy},
-                            {"mendable", finding.m_bMendable}});
-    Json json = {{"file", in_strPath},
-                 {"readable", in_checker.getNbOf(Finding::ERROR) == 0},
+    const std::string strFile = printable(in_report.m_strPath) + ": ";
+    for (const Finding& finding : in_report.m_vMended)
+        out_data << strFile + (in_bDryRun ? "would be mended" : "mended") + lineOf(finding);
+    for (const Finding& finding : in_report.m_checker.findings())
+        out_data << strFile + nameOf(finding.m_severity) + lineOf(finding) + "    to mend: " + finding.m_strRemedy +
+                        "\n";
+    if (nbOfOmitted(in_report.m_checker) > 0)
+        out_data << strFile + "and " + std::to_string(nbOfOmitted(in_report.m_checker)) + " more\n";
+    out_data << strFile + summaryOf(in_report.m_checker) + "\n";
+}
+
+Json toJson(const std::vector<Finding>& in_vFindings)
+{
+    Json json = Json::array();
+    for (const Finding& finding : in_vFindings)
+        json.push_back({{"severity", nameOf(finding.m_severity)},
+                        {"record", finding.m_strRecord},
+                        {"offset", finding.m_uiOffset},
+                        {"fault", finding.m_strFault},
+                        {"remedy", finding.m_strRemedy},
+                        {"mendable", finding.m_bMendable}});
+    return json;
+}
+
+Json toJson(const Report& in_report, const CommandAnnotationsCheck::Options& in_options)
+{
+    const AnnotationChecker& checker = in_report.m_checker;
+    Json json = {{"file", in_report.m_strPath},
+                 {"readable", checker.getNbOf(Finding::ERROR) == 0},
                  {"regions", nullptr},
-                 {"errors", in_checker.getNbOf(Finding::ERROR)},
-                 {"warnings", in_checker.getNbOf(Finding::WARNING)},
-                 {"remarks", in_checker.getNbOf(Finding::REMARK)},
-                 {"findings", findings}};
-    if (in_checker.getNbOf(Finding::ERROR) == 0)
-        json["regions"] = in_checker.getNbOfRegions();
+                 {"errors", checker.getNbOf(Finding::ERROR)},
+                 {"warnings", checker.getNbOf(Finding::WARNING)},
+                 {"remarks", checker.getNbOf(Finding::REMARK)},
+                 {"findings", toJson(checker.findings())}};
+    if (checker.getNbOf(Finding::ERROR) == 0)
+        json["regions"] = checker.getNbOfRegions();
+    if (in_options.m_bFix)
+        json[in_options.m_bDryRun ? "would_be_mended" : "mended"] = toJson(in_report.m_vMended);
     return json;
 }
 
@@ -88,16 +114,47 @@ int levelOf(const MessageOptions& in_options)
 }
 
 // The reason why there is nothing to tell, or an empty text.
-std::string check(const Input& in_input, AnnotationChecker& out_checker, LogBridge& inout_log)
+std::string check(const std::string& in_strPath, AnnotationChecker& out_checker, LogBridge& inout_log)
 {
-    if (!in_input.m_strFault.empty())
-        return in_input.m_strFault;
-    inout_log.beginInput(in_input.m_strPath);
-    std::string strFault = out_checker.check(in_input.m_strPath);
+    inout_log.beginInput(in_strPath);
+    std::string strFault = out_checker.check(in_strPath);
     const std::string strReason = inout_log.takeErrors();
     if (!strFault.empty() && !strReason.empty())
         strFault += ", " + strReason;
     return strFault;
+}
+
+void mend(bool in_bDryRun, Report& inout_report, LogBridge& inout_log)
+{
+    std::vector<Finding> vMendable;
+    for (const Finding& finding : inout_report.m_checker.findings())
+        if (finding.m_bMendable)
+            vMendable.push_back(finding);
+    if (!in_bDryRun) {
+        inout_log.beginInput(inout_report.m_strPath);
+        inout_report.m_strMendingFault = mendRecording(inout_report.m_strPath);
+        inout_log.takeErrors(); // the fault tells what matters
+        if (!inout_report.m_strMendingFault.empty())
+            return;
+        inout_report.m_strFault = check(inout_report.m_strPath, inout_report.m_checker, inout_log);
+    }
+    inout_report.m_vMended = std::move(vMendable);
+}
+
+Report examine(const Input& in_input, const CommandAnnotationsCheck::Options& in_options, LogBridge& inout_log)
+{
+    Report report;
+    report.m_strPath = in_input.m_strPath;
+    report.m_strFault = in_input.m_strFault;
+    if (report.m_strFault.empty())
+        report.m_strFault = check(report.m_strPath, report.m_checker, inout_log);
+    if (!in_options.m_bFix || !report.m_strFault.empty() || !report.m_checker.isMendable())
+        return report;
+    if (report.m_checker.getNbOf(Finding::ERROR) > 0)
+        report.m_strMendingFault = "has errors, which have to be mended by hand first";
+    else
+        mend(in_options.m_bDryRun, report, inout_log);
+    return report;
 }
 
 } // namespace
@@ -113,15 +170,16 @@ int CommandAnnotationsCheck::run(const Options& in_options, std::ostream& out_da
     Json json = Json::array();
     int iExitCode = EXIT_DONE;
     for (const Input& input : collectInputs(in_options.m_vFiles, in_options.m_vLists, log, messages)) {
-        AnnotationChecker checker;
-        const std::string strFault = check(input, checker, log);
-        if (!strFault.empty())
-            messages.inputError(input.m_strPath, strFault);
+        const Report report = examine(input, in_options, log);
+        if (!report.m_strFault.empty())
+            messages.inputError(input.m_strPath, report.m_strFault);
         else if (in_options.m_bJson)
-            json.push_back(toJson(input.m_strPath, checker));
+            json.push_back(toJson(report, in_options));
         else
-            writeText(input.m_strPath, checker, out_data);
-        if (!strFault.empty() || isFaulty(checker))
+            writeText(report, in_options.m_bDryRun, out_data);
+        if (!report.m_strMendingFault.empty())
+            messages.inputError(input.m_strPath, "not mended: " + report.m_strMendingFault);
+        if (!report.m_strFault.empty() || isFaulty(report.m_checker))
             iExitCode = EXIT_SOME_FAILED;
     }
     if (in_options.m_bJson)

@@ -10,7 +10,7 @@
 namespace Corvana::Tools {
 
 /// `corvana annotations check`: tells what is wrong with the regions and the chunks of recordings, where, and how to
-/// mend it.
+/// mend it; mends what can be without a loss.
 struct CommandAnnotationsCheck
 {
     struct Options
@@ -18,10 +18,13 @@ struct CommandAnnotationsCheck
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists; ///< files with one recording a line
         bool m_bJson = false;
+        bool m_bFix = false;    ///< mend what can be, before telling what is left
+        bool m_bDryRun = false; ///< only tell what would be mended
         MessageOptions m_messages;
     };
 
-    /// Returns an ExitCode: 1 when a file has an error or a warning, or cannot be read. Remarks are no fault.
+    /// Returns an ExitCode: 1 when a file has an error or a warning that was not mended, or cannot be read. Remarks are
+    /// no fault.
     static int run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages);
 };
 

@@ -14,11 +14,15 @@ An error is why the regions of a file cannot be read; a warning, that they can a
 that nothing is wrong, but a change of the regions would bring a surprise. Each names the record, the byte of the file
 where it stands, and how to mend it.
 
+--fix writes files anew whose faults can be mended without a loss: sizes and counts, gaps between cue points, records
+that nobody reads, regions that reach beyond the end of the audio. It leaves files with errors or notes alone.
+
 Examples:
   corvana annotations check call.wav
   corvana annotations check --json --list calls.txt
+  corvana annotations check --fix --dry-run *.wav
 
-Exit codes: 0 no errors and no warnings; 1 some, or a file could not be read; 2 wrong usage.)";
+Exit codes: 0 no errors and no warnings; 1 some (with --fix, some are left), or a file could not be read; 2 wrong usage.)";
 
 } // namespace
 
@@ -31,6 +35,8 @@ void addCheckCommand(const AnnotationCommandLine& in_commandLine)
     command.add_option("FILE", pOptions->m_vFiles, "Recordings")->type_name("");
     addLists(command, pOptions->m_vLists);
     command.add_flag("--json", pOptions->m_bJson, "As a JSON array");
+    CLI::Option* pFix = command.add_flag("--fix", pOptions->m_bFix, "Mend what can be mended without a loss");
+    command.add_flag("-n,--dry-run", pOptions->m_bDryRun, "With --fix: only tell what would be mended")->needs(pFix);
     addMessageOptions(command, pOptions->m_messages);
 }
 
