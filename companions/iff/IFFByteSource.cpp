@@ -69,9 +69,12 @@ std::size_t ByteSource::take(std::uint8_t* out_pBytes, std::size_t in_uiCount)
 
 bool ByteSource::appendTo(std::vector<std::uint8_t>& inout_vBytes, std::uint64_t in_uiCount)
 {
+    // One block of the right size where that is known: growing takes up to three times the memory.
+    const std::uint64_t uiThere = m_uiEnd == s_uiUnknown ? in_uiCount : m_uiEnd - std::min(m_uiEnd, m_uiPosition);
+    const std::uint64_t uiWanted = std::min(in_uiCount, uiThere);
     if (m_uiEnd != s_uiUnknown)
-        inout_vBytes.reserve(inout_vBytes.size() + std::min(in_uiCount, m_uiEnd - std::min(m_uiEnd, m_uiPosition)));
-    for (std::uint64_t uiLeft = in_uiCount; uiLeft > 0;) {
+        inout_vBytes.reserve(inout_vBytes.size() + uiWanted);
+    for (std::uint64_t uiLeft = uiWanted; uiLeft > 0;) {
         const std::size_t uiSize = inout_vBytes.size();
         const std::size_t uiBlock = std::min(uiLeft, s_uiBlock);
         inout_vBytes.resize(uiSize + uiBlock);
@@ -82,7 +85,7 @@ bool ByteSource::appendTo(std::vector<std::uint8_t>& inout_vBytes, std::uint64_t
         inout_vBytes.resize(uiSize + uiTaken);
         return false;
     }
-    return true;
+    return uiWanted == in_uiCount;
 }
 
 std::uint64_t ByteSource::skip(std::uint64_t in_uiCount)
