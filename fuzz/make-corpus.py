@@ -273,6 +273,91 @@ def expressions():
         write("ExpressionFuzzer", "formula-%02d" % index, formula)
 
 
+def chunk(name, data, claimed=None, padding=b"\0"):
+    size = len(data) if claimed is None else claimed
+    return name + struct.pack("<I", size) + data + (padding if len(data) % 2 else b"")
+
+
+def form(*chunks, size=None):
+    body = b"WAVE" + b"".join(chunks)
+    return b"RIFF" + struct.pack("<I", len(body) if size is None else size) + body
+
+
+def point(identifier, sample):
+    return struct.pack("<II4sIII", identifier, sample, b"data", 0, 0, sample)
+
+
+def cue(*points, count=None):
+    return chunk(b"cue ", struct.pack("<I", len(points) if count is None else count) + b"".join(points))
+
+
+def labelled(identifier, length):
+    return chunk(b"ltxt", struct.pack("<II4sHHHH", identifier, length, b"rgn ", 0, 0, 0, 0))
+
+
+def label(identifier, text):
+    return chunk(b"labl", struct.pack("<I", identifier) + text + b"\0")
+
+
+def regions():
+    head = chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 8000, 16000, 2, 16)) + chunk(b"data", bytes(range(64)))
+    pairs = chunk(b"LIST", b"adtl" + labelled(1, 4) + label(1, b"MALE") + labelled(2, 8) + label(2, b"SF_12"))
+    labels_first = chunk(b"LIST", b"adtl" + label(1, b"cpa_fax") + label(2, b"BEEP") + labelled(1, 4) + labelled(2, 8))
+    two = cue(point(1, 2), point(2, 20))
+    nested = chunk(b"labl", b"deep")
+    for _ in range(66):
+        nested = chunk(b"LIST", b"nest" + nested)
+    files = {
+        "plain": form(head),
+        "pairs": form(head, two, pairs),
+        "labels-first": form(head, labels_first, two),
+        "behind": form(head, two, pairs) + b"ID3 tag",
+        "odd-padding": form(chunk(b"odd1", b"abc", padding=b"P"), head, chunk(b"LIST", b"INFO" + chunk(b"ISFT", b"x", padding=b""))),
+        "list-tail": form(head, chunk(b"LIST", b"adtl" + label(1, b"MALE") + b"tail5")),
+        "list-cut": form(head, chunk(b"LIST", b"INFO" + chunk(b"ICMT", b"abc", claimed=1000, padding=b""))),
+        "tiny-containers": form(head, chunk(b"LIST", b"ab"), chunk(b"cue ", b"abc"), chunk(b"LIST", b"")),
+        "form-0": form(head, two, pairs, size=0),
+        "form-unknown": form(head, two, pairs, size=0xFFFFFFFF),
+        "form-too-small": form(head, two, pairs, size=50),
+        "form-too-large": form(head, two, pairs, size=5000),
+        "form-within": form(head, two, pairs, size=4 + 24),
+        "data-unknown": form(head[:24], chunk(b"data", bytes(range(64)), claimed=0xFFFFFFFF), size=0xFFFFFFFF),
+        "data-0": form(head[:24], chunk(b"data", bytes(range(64)), claimed=0), size=0),
+        "cut-in-cue": form(head, two)[:-5],
+        "count-too-large": form(head, cue(point(1, 2), count=0xFFFFFFFF), pairs),
+        "count-too-small": form(head, cue(point(1, 2), point(2, 20), count=1), pairs),
+        "nested": form(head, nested),
+        "nested-form": form(head, chunk(b"RIFF", b"WAVE" + chunk(b"note", b"n."))),
+        "notes-only": form(head, chunk(b"LIST", b"adtl" + chunk(b"note", struct.pack("<I", 1) + b"hello\0"))),
+        "other-in-list": form(head, two, chunk(b"LIST", b"adtl" + chunk(b"file", b"f.") + labelled(1, 4) + label(1, b"MALE")
+                                               + labelled(2, 4) + label(2, b"MALE"))),
+        "two-lists": form(head, two, chunk(b"LIST", b"adtl" + label(1, b"MALE") + label(2, b"MALE")),
+                          chunk(b"LIST", b"adtl" + labelled(1, 4) + labelled(2, 4))),
+        "gap": form(head, cue(point(1, 2), point(4, 20)), chunk(b"LIST", b"adtl" + labelled(1, 4) + label(1, b"MALE")
+                                                                + labelled(4, 8) + label(4, b"BEEP"))),
+        "zero": form(head, cue(point(0, 2)), chunk(b"LIST", b"adtl" + labelled(0, 4) + label(0, b"MALE"))),
+        "huge-identifier": form(head, cue(point(0xFFFFFFFF, 2)), pairs),
+        "beyond-the-audio": form(head, cue(point(1, 0xFFFFFFF0), point(2, 31)), pairs),
+        "long-region": form(head, cue(point(1, 2)), chunk(b"LIST", b"adtl" + labelled(1, 0xFFFFFFFE) + label(1, b"MALE"))),
+        "no-label": form(head, two, chunk(b"LIST", b"adtl" + labelled(1, 4) + labelled(2, 4))),
+        "unknown-label": form(head, cue(point(1, 2)), chunk(b"LIST", b"adtl" + labelled(1, 4) + label(1, b"dog"))),
+        "short-records": form(head, cue(point(1, 2)), chunk(b"LIST", b"adtl" + chunk(b"ltxt", b"short") + chunk(b"labl", b"x")
+                                                            + labelled(1, 4) + label(1, b"MALE"))),
+        "stereo": form(chunk(b"fmt ", struct.pack("<HHIIHH", 1, 2, 8000, 32000, 4, 16)), chunk(b"data", b"abcd")),
+        "bits-7": form(chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 8000, 8000, 1, 7)), chunk(b"data", b"abcd")),
+        "rate-0": form(chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 0, 0, 2, 16)), chunk(b"data", b"abcd")),
+        "rate-1": form(chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 1, 1, 1, 8)), chunk(b"data", b"abcd"), two, pairs),
+        "rf64": b"RF64" + form(head)[4:],
+        "rifx": b"RIFX" + form(head)[4:],
+        "avi": b"RIFF" + struct.pack("<I", 4) + b"AVI ",
+    }
+    for name, contents in files.items():
+        write("IFFParserFuzzer", name, contents + bytes([3, 0x55, 0, 0]))
+        write("AudioAnnotationFuzzer", name, contents)
+    for index, text in enumerate([b"cpa_human", b"SF_12abc", b"SF_ 007", b"SF_-3", b"SF_4000", b"OTHER", b"dtmf_square"]):
+        write("AudioAnnotationFuzzer", "type-%d" % index, text)
+
+
 for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions,
              regions):
     make()
