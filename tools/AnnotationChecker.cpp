@@ -76,7 +76,8 @@ std::string suggestion(const std::string& in_strLabel)
     const std::vector<std::string> vNearest =
         in_strLabel.size() > uiMax ? std::vector<std::string>() : nearestNames(in_strLabel, namedRegionTypes());
     return vNearest.empty() ? "give it a type ('corvana annotations types' shows them) in the program that labelled it"
-                            : "the nearest types are " + joined(vNearest) + "; correct it in the program that wrote it";
+                            : (vNearest.size() == 1 ? "the nearest type is " : "the nearest types are ") +
+                                  joined(vNearest) + "; correct it in the program that wrote it";
 }
 
 } // namespace

@@ -228,7 +228,7 @@ TEST_F(AnnotationCheckerTest, FindsALabelThatIsNoType)
 {
     EXPECT_THAT(found(recording(s_strPoint, s_strLength + lablChunk(1, "CPA_HUMEN"))),
                 ElementsAre("E 148 \"labl\" of cue point 1: says 'CPA_HUMEN', which is no type of a region"));
-    EXPECT_THAT(m_checker.findings()[0].m_strRemedy, StartsWith("the nearest types are CPA_HUMAN"));
+    EXPECT_THAT(m_checker.findings()[0].m_strRemedy, StartsWith("the nearest type is CPA_HUMAN"));
     EXPECT_THAT(found(recording(s_strPoint, s_strLength + lablChunk(1, std::string(5000, 'x')))),
                 ElementsAre("E 148 \"labl\" of cue point 1: says '" + std::string(60, 'x') +
                             "'..., which is no type of a region"));

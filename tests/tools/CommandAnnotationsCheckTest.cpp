@@ -102,7 +102,7 @@ TEST_F(CommandAnnotationsCheckTest, TellsWhereAFaultIsAndHowToMendIt)
     EXPECT_EQ(m_data.str(),
               m_strFile +
                   ": error at byte 120, \"labl\" of cue point 1: says 'BEEB', which is no type of a region\n"
-                  "    to mend: the nearest types are BEEP; correct it in the program that wrote it\n" +
+                  "    to mend: the nearest type is BEEP; correct it in the program that wrote it\n" +
                   m_strFile +
                   ": warning at byte 138, \"ltxt\" of cue point 1: ends at sample 102, behind the end of the audio at "
                   "sample 8\n"
