@@ -348,6 +348,17 @@ bool AnnotatedFile::removeEmptyList(const Chunk::List& in_list)
     return false;
 }
 
+namespace {
+
+// The chunk in the form whose children these are; the form's end when there is none.
+Chunk::List::iterator findParent(Chunk::List& inout_form, const Chunk::List* in_pChildren)
+{
+    return std::find_if(inout_form.begin(), inout_form.end(),
+                        [in_pChildren](const Chunk& in_chunk) { return &in_chunk.m_children == in_pChildren; });
+}
+
+} // namespace
+
 // in_pList: the children of the associated-data list that is there already; null for none.
 void AnnotatedFile::appendAnnotations(Chunk::List* in_pList)
 {
@@ -364,7 +375,9 @@ void AnnotatedFile::appendAnnotations(Chunk::List* in_pList)
     }
     target.splice(target.end(), behind);
     Chunk::List& form = m_parser.root().m_children;
-    form.push_back(std::move(cue));
+    // Readers that take labels only to cue points they have seen find none in a list that comes before them.
+    const auto itCue = m_labelOrder == AS_PAIRS ? form.end() : findParent(form, in_pList);
+    form.insert(itCue, std::move(cue));
     if (in_pList == nullptr)
         form.push_back(std::move(list));
 }

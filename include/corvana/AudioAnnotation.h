@@ -79,7 +79,7 @@ public:
     enum LabelOrder
     {
         AS_PAIRS,    ///< "ltxt", "labl", "ltxt", "labl", ...
-        LABELS_FIRST ///< all "labl", then all "ltxt": for readers that stop at the first "ltxt"
+        LABELS_FIRST ///< all "labl", then all "ltxt", behind "cue ": for readers that stop at the first "ltxt"
     };
 
     /// Cue identifiers above this are refused: each one below may cost an entry in the array.

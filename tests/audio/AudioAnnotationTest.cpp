@@ -870,11 +870,26 @@ TEST(AnnotatedFileWrite, KeepsAListWhereItWasWithItsOtherChunksFirst)
         hex(replaced(wav(cueChunk({cuePoint(1, 1)}) +
                          adtlChunk(records(1, 1, "MALE") + strOther + lablChunk(1, "OTHER")) + strRest),
                      s_vTwo)));
-    EXPECT_EQ(hex(wav(adtlChunk(strOther + lablChunk(1, "MALE") + lablChunk(2, "BEEP") + ltxtChunk(1, 400) +
+    EXPECT_EQ(hex(wav(s_strTwoCues +
+                      adtlChunk(strOther + lablChunk(1, "MALE") + lablChunk(2, "BEEP") + ltxtChunk(1, 400) +
                                 ltxtChunk(2, 4000)) +
-                      strRest + s_strTwoCues)),
+                      strRest)),
               hex(replaced(wav(cueChunk({cuePoint(1, 1)}) + adtlChunk(records(1, 1, "OTHER") + strOther) + strRest),
                            s_vTwo, AnnotatedFile::LABELS_FIRST)));
+}
+
+TEST(AnnotatedFileWrite, PutsCuePointsInFrontOfTheListOfLabelsThatComeFirst)
+{
+    const std::string strFile = wav(
+        s_strTwoCues + adtlChunk(lablChunk(1, "MALE") + lablChunk(2, "BEEP") + ltxtChunk(1, 400) + ltxtChunk(2, 4000)));
+
+    EXPECT_EQ(hex(strFile), hex(replaced(s_strTwo, s_vTwo, AnnotatedFile::LABELS_FIRST)));
+    EXPECT_EQ(hex(strFile), hex(replaced(strFile, s_vTwo, AnnotatedFile::LABELS_FIRST)));
+    // Where the list is none of the form's own, they go to the end.
+    EXPECT_EQ(
+        hex(wav(listChunk("outr", adtlChunk(lablChunk(1, "MALE") + ltxtChunk(1, 400))) + cueChunk({cuePoint(1, 800)}))),
+        hex(replaced(wav(listChunk("outr", adtlChunk(ChunkBuilder("note").text("n.", "").bytes()))), {s_vTwo.front()},
+                     AnnotatedFile::LABELS_FIRST)));
 }
 
 TEST(AnnotatedFileWrite, MovesCuePointsBehindTheListThatStaysThenWritesTheSameAgain)
