@@ -31,6 +31,7 @@ Examples:
   corvana info call.wav                        format, rate, length
   corvana eval 'flatness(spectrum(x))' call.wav  a formula for each window
   corvana list-features                        all features
+  corvana annotations list call.wav            the labelled regions of a recording
   corvana help features                        all options, with examples
 
 Exit codes: 0 done; 1 finished, but some inputs failed; 2 wrong usage, or the output could not be written.)";

@@ -185,9 +185,9 @@ std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureCo
     const auto itFormulas = getNbOfValues().begin() + static_cast<long>(uiNbOfFeatures);
     if (!bComputed || m_vValues.size() != std::accumulate(getNbOfValues().begin(), itFormulas, std::size_t{0}))
         return rowFault(bComputed);
+    if (m_bLabels && m_labels.advanceTo(middleOfWindow(in_uiRow)))
+        inout_writer.setLabels(m_labels.get());
     inout_writer.beginRow(m_reader.getCurrentAudioTime());
-    if (m_bLabels)
-        inout_writer.addLabels(m_labels.at(middleOfWindow(in_uiRow)));
     std::span<const double> values(m_vValues.data(), m_vValues.size());
     for (std::size_t uiFeature = 0; uiFeature < uiNbOfFeatures; ++uiFeature) {
         inout_writer.addFeature(uiFeature, values.first(getNbOfValues()[uiFeature]));

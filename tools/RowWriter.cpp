@@ -16,7 +16,8 @@ class CsvRowWriter : public RowWriter
 public:
     CsvRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues,
                  bool in_bLabels)
-        : m_strHeader(in_bLabels ? "file,time,labels" : "file,time")
+        : m_bLabels(in_bLabels)
+        , m_strHeader(in_bLabels ? "file,time,labels" : "file,time")
     {
         for (std::size_t uiFeature = 0; uiFeature < in_vDescriptions.size(); ++uiFeature)
             appendColumns(in_vDescriptions[uiFeature], in_vNbOfValues[uiFeature]);
@@ -25,20 +26,26 @@ public:
 
     std::string getHeader() const override { return m_strHeader; }
 
-    void beginFile(const std::string& in_strFile) override { m_strRowStart = csvField(in_strFile) + ","; }
+    void beginFile(const std::string& in_strFile) override
+    {
+        m_strRowStart = csvField(in_strFile) + ",";
+        setLabels({});
+    }
 
     void beginRow(double in_dTime) override
     {
         m_strRow = m_strRowStart;
         appendShortestText(m_strRow, in_dTime);
+        if (m_bLabels)
+            m_strRow += m_strLabels;
     }
 
-    void addLabels(const std::vector<std::string>& in_vLabels) override
+    void setLabels(const std::vector<std::string>& in_vLabels) override
     {
         std::string strLabels;
         for (const std::string& strLabel : in_vLabels)
             strLabels += (strLabels.empty() ? "" : ";") + strLabel;
-        m_strRow += "," + csvField(strLabels);
+        m_strLabels = "," + csvField(strLabels);
     }
 
     void addFeature(std::size_t, std::span<const double> in_values) override
@@ -70,16 +77,20 @@ private:
         m_strHeader += csvField(in_strName);
     }
 
+    const bool m_bLabels;
     std::string m_strHeader;
     std::string m_strRowStart;
+    std::string m_strLabels; // with the comma before them
     std::string m_strRow;
 };
 
 class JsonRowWriter : public RowWriter
 {
 public:
-    JsonRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues)
-        : m_vNbOfValues(in_vNbOfValues)
+    JsonRowWriter(const std::vector<std::string>& in_vDescriptions, const std::vector<std::size_t>& in_vNbOfValues,
+                  bool in_bLabels)
+        : m_bLabels(in_bLabels)
+        , m_vNbOfValues(in_vNbOfValues)
     {
         for (const std::string& strDescription : in_vDescriptions)
             m_vKeys.push_back(jsonString(strDescription) + ":");
@@ -90,20 +101,23 @@ public:
     void beginFile(const std::string& in_strFile) override
     {
         m_strRowStart = "{\"file\":" + jsonString(in_strFile) + ",\"time\":";
+        setLabels({});
     }
 
     void beginRow(double in_dTime) override
     {
         m_strRow = m_strRowStart;
         appendJsonNumber(m_strRow, in_dTime);
+        if (m_bLabels)
+            m_strRow += m_strLabels;
     }
 
-    void addLabels(const std::vector<std::string>& in_vLabels) override
+    void setLabels(const std::vector<std::string>& in_vLabels) override
     {
-        m_strRow += ",\"labels\":[";
+        m_strLabels = ",\"labels\":[";
         for (std::size_t uiLabel = 0; uiLabel < in_vLabels.size(); ++uiLabel)
-            m_strRow += (uiLabel == 0 ? "" : ",") + jsonString(in_vLabels[uiLabel]);
-        m_strRow += ']';
+            m_strLabels += (uiLabel == 0 ? "" : ",") + jsonString(in_vLabels[uiLabel]);
+        m_strLabels += ']';
     }
 
     void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) override
@@ -134,9 +148,11 @@ private:
         m_strRow += ']';
     }
 
+    const bool m_bLabels;
     std::vector<std::size_t> m_vNbOfValues;
     std::vector<std::string> m_vKeys;
     std::string m_strRowStart;
+    std::string m_strLabels; // with the comma and the key before them
     std::string m_strRow;
 };
 
@@ -146,7 +162,7 @@ std::unique_ptr<RowWriter> RowWriter::make(RowFormat in_format, const std::vecto
                                            const std::vector<std::size_t>& in_vNbOfValues, bool in_bLabels)
 {
     if (in_format == RowFormat::JSONL)
-        return std::make_unique<JsonRowWriter>(in_vDescriptions, in_vNbOfValues);
+        return std::make_unique<JsonRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);
     return std::make_unique<CsvRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);
 }
 

@@ -16,8 +16,8 @@ enum class RowFormat
 };
 
 /// Puts rows into text, in a buffer that is used again for each row.
-/// Order of calls: getHeader(), then for each recording beginFile() and for each window beginRow(), addLabels() when
-/// there is a column of labels, addFeature() for every feature in order, endRow().
+/// Order of calls: getHeader(), then for each recording beginFile() and for each window beginRow(), addFeature() for
+/// every feature in order, endRow(). With a column of labels, setLabels() comes before the rows that have them.
 class RowWriter
 {
 public:
@@ -30,8 +30,9 @@ public:
     virtual std::string getHeader() const = 0;
     virtual void beginFile(const std::string& in_strFile) = 0;
     virtual void beginRow(double in_dTime) = 0;
-    /// CSV: one field, the labels with ";" between them; JSON: an array.
-    virtual void addLabels(const std::vector<std::string>& in_vLabels) = 0;
+    /// The labels of all rows from here to the end of the file, or the next call; rows have none before. CSV: one
+    /// field, with ";" between them; JSON: an array.
+    virtual void setLabels(const std::vector<std::string>& in_vLabels) = 0;
     virtual void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) = 0;
     /// The whole row with its line end; holds until the next one begins.
     virtual const std::string& endRow() = 0;

@@ -32,7 +32,7 @@ std::string WindowLabels::read(const std::string& in_strPath, LogBridge& inout_l
     return {};
 }
 
-const std::vector<std::string>& WindowLabels::at(double in_dSeconds)
+bool WindowLabels::advanceTo(double in_dSeconds)
 {
     const std::size_t uiEnded = std::erase_if(
         m_vCurrent, [&](std::size_t in_uiRegion) { return m_vRegions[in_uiRegion].m_dStopTime <= in_dSeconds; });
@@ -48,7 +48,7 @@ const std::vector<std::string>& WindowLabels::at(double in_dSeconds)
     }
     if (bChanged)
         refresh();
-    return m_vLabels;
+    return bChanged;
 }
 
 void WindowLabels::refresh()

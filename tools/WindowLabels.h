@@ -18,9 +18,10 @@ public:
     /// what it gives is needed for the audio.
     std::string read(const std::string& in_strPath, LogBridge& inout_log);
 
-    /// The types of the regions that cover the moment, in the file's order. Moments may not go back; all of them
-    /// together take time in proportion to the number of regions and of labels given.
-    const std::vector<std::string>& at(double in_dSeconds);
+    /// Goes on to a moment; moments may not go back. True: other regions cover it than the one before.
+    bool advanceTo(double in_dSeconds);
+    /// The types of the regions that cover the moment, in the file's order. None before the first one.
+    const std::vector<std::string>& get() const { return m_vLabels; }
 
 private:
     using Regions = std::vector<Audio::AnnotatedFile::Annotation>;

@@ -38,6 +38,19 @@ protected:
         EXPECT_EQ(m_messages.str(), in_strMessage);
     }
 
+    // As the refusal of an unknown one tells them.
+    std::vector<std::string> annotationCommands()
+    {
+        run({"annotations", "?"});
+        const std::string strMessage = m_messages.str();
+        const std::size_t uiBegin = strMessage.find(" are ") + 5;
+        std::istringstream names(strMessage.substr(uiBegin, strMessage.rfind('.') - uiBegin));
+        std::vector<std::string> vNames;
+        for (std::string strName; names >> strName;)
+            vNames.push_back(strName.substr(0, strName.find(',')));
+        return vNames;
+    }
+
     std::string makeFile() { return Corvana::Test::writeSoundFile(m_dir.file("a.wav"), Corvana::Test::noise(1024)); }
 
     Corvana::Test::TempDir m_dir;
@@ -226,11 +239,21 @@ TEST_F(CommandLineTest, IsDocumentedInTheManual)
     const std::string strDocument = contentsOf(CORVANA_SOURCE_DIR "/docs/cli.md");
     std::string strManual = contentsOf(CORVANA_SOURCE_DIR "/tools/corvana.1");
     std::erase(strManual, '\\'); // "\-" is a plain hyphen there
-    for (const char* szCommand : {"features", "info", "list-features", "help"}) {
-        run({"help", szCommand});
+    std::vector<std::vector<std::string>> vCommands = {
+        {"help", "features"}, {"help", "eval"}, {"help", "info"}, {"help", "list-features"}, {"help", "help"}};
+    for (const std::string& strCommand : annotationCommands())
+        vCommands.push_back({"help", "annotations", strCommand});
+    for (const std::vector<std::string>& vCommand : vCommands) {
+        run(vCommand);
         for (const std::string& strOption : longOptions(m_data.str())) {
-            EXPECT_THAT(longOptions(strDocument), testing::Contains(strOption)) << szCommand;
-            EXPECT_THAT(longOptions(strManual), testing::Contains(strOption)) << szCommand;
+            EXPECT_THAT(longOptions(strDocument), testing::Contains(strOption)) << vCommand.back();
+            EXPECT_THAT(longOptions(strManual), testing::Contains(strOption)) << vCommand.back();
+        }
+        if (vCommand.size() > 2) {
+            EXPECT_NE(strDocument.find("corvana annotations " + vCommand.back() + " "), std::string::npos)
+                << vCommand.back();
+            EXPECT_NE(strManual.find("corvana annotations " + vCommand.back() + "\n"), std::string::npos)
+                << vCommand.back();
         }
     }
 }

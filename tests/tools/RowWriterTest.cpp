@@ -45,6 +45,28 @@ TEST(CsvRowWriter, WritesShortestNumbers)
     EXPECT_EQ(rowOf(*pWriter, "y.wav"), "y.wav,0.016,0.1,-inf,nan\n");
 }
 
+TEST(CsvRowWriter, PutsLabelsBehindTheTime)
+{
+    const auto pWriter = RowWriter::make(RowFormat::CSV, {"a", "b"}, {2, 1}, true);
+
+    EXPECT_EQ(pWriter->getHeader(), "file,time,labels,a[0],a[1],b\n");
+    EXPECT_EQ(rowOf(*pWriter, "x.wav"), "x.wav,0.016,,0.1,-inf,nan\n");
+    pWriter->setLabels({"VOICE", "NOISE"});
+    pWriter->beginRow(0.032);
+    EXPECT_EQ(pWriter->endRow(), "x.wav,0.032,VOICE;NOISE\n");
+    EXPECT_EQ(rowOf(*pWriter, "y.wav"), "y.wav,0.016,,0.1,-inf,nan\n");
+}
+
+TEST(JsonRowWriter, PutsLabelsIntoAnArray)
+{
+    const auto pWriter = RowWriter::make(RowFormat::JSONL, {"a", "b"}, {2, 1}, true);
+
+    EXPECT_EQ(rowOf(*pWriter, "x"), "{\"file\":\"x\",\"time\":0.016,\"labels\":[],\"a\":[0.1,-1e999],\"b\":null}\n");
+    pWriter->setLabels({"VOICE", "NOISE"});
+    pWriter->beginRow(0.032);
+    EXPECT_EQ(pWriter->endRow(), "{\"file\":\"x\",\"time\":0.032,\"labels\":[\"VOICE\",\"NOISE\"]}\n");
+}
+
 TEST(CsvRowWriter, QuotesFieldsThatNeedIt)
 {
     EXPECT_EQ(csvField("a b.wav"), "a b.wav");

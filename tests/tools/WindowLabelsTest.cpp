@@ -54,6 +54,14 @@ protected:
         return m_labels.read(in_strFile, log);
     }
 
+    std::vector<std::string> labelsAt(double in_dSeconds)
+    {
+        const std::vector<std::string> vFormer = m_labels.get();
+        const bool bChanged = m_labels.advanceTo(in_dSeconds);
+        EXPECT_EQ(bChanged, m_labels.get() != vFormer);
+        return m_labels.get();
+    }
+
     // The last column but one of the rows, by their times.
     std::vector<std::string> labelsOfRows() const
     {
@@ -79,10 +87,10 @@ TEST_F(WindowLabelsTest, CoverTheirStartButNotTheirStop)
 {
     EXPECT_EQ(read(makeFile("a.wav", {{Annotation::VOICE, 0.25, 0.5}})), "");
 
-    EXPECT_THAT(m_labels.at(0.2499), IsEmpty());
-    EXPECT_THAT(m_labels.at(0.25), ElementsAre("VOICE"));
-    EXPECT_THAT(m_labels.at(0.4999), ElementsAre("VOICE"));
-    EXPECT_THAT(m_labels.at(0.5), IsEmpty());
+    EXPECT_THAT(labelsAt(0.2499), IsEmpty());
+    EXPECT_THAT(labelsAt(0.25), ElementsAre("VOICE"));
+    EXPECT_THAT(labelsAt(0.4999), ElementsAre("VOICE"));
+    EXPECT_THAT(labelsAt(0.5), IsEmpty());
 }
 
 TEST_F(WindowLabelsTest, StandInTheFilesOrderWhereRegionsOverlap)
@@ -93,30 +101,30 @@ TEST_F(WindowLabelsTest, StandInTheFilesOrderWhereRegionsOverlap)
                                       {Annotation::VOICE, 0.5, 0.625}})),
               "");
 
-    EXPECT_THAT(m_labels.at(0.125), ElementsAre("SF_7"));
-    EXPECT_THAT(m_labels.at(0.3), ElementsAre("VOICE", "SF_7"));
-    EXPECT_THAT(m_labels.at(0.5), ElementsAre("NOISE", "VOICE", "SF_7", "VOICE"));
-    EXPECT_THAT(m_labels.at(0.625), ElementsAre("NOISE", "SF_7"));
-    EXPECT_THAT(m_labels.at(0.8), ElementsAre("SF_7"));
-    EXPECT_THAT(m_labels.at(1.0), IsEmpty());
+    EXPECT_THAT(labelsAt(0.125), ElementsAre("SF_7"));
+    EXPECT_THAT(labelsAt(0.3), ElementsAre("VOICE", "SF_7"));
+    EXPECT_THAT(labelsAt(0.5), ElementsAre("NOISE", "VOICE", "SF_7", "VOICE"));
+    EXPECT_THAT(labelsAt(0.625), ElementsAre("NOISE", "SF_7"));
+    EXPECT_THAT(labelsAt(0.8), ElementsAre("SF_7"));
+    EXPECT_THAT(labelsAt(1.0), IsEmpty());
 }
 
 TEST_F(WindowLabelsTest, LeaveOutRegionsBetweenTwoMoments)
 {
     EXPECT_EQ(read(makeFile("a.wav", {{Annotation::VOICE, 0.25, 0.26}, {Annotation::NOISE, 0.5, 0.5}})), "");
 
-    EXPECT_THAT(m_labels.at(0.0), IsEmpty());
-    EXPECT_THAT(m_labels.at(0.5), IsEmpty());
+    EXPECT_THAT(labelsAt(0.0), IsEmpty());
+    EXPECT_THAT(labelsAt(0.5), IsEmpty());
 }
 
 TEST_F(WindowLabelsTest, BeginAnewWithEachFile)
 {
     EXPECT_EQ(read(makeFile("a.wav", {{Annotation::VOICE, 0.0, 1.0}})), "");
-    EXPECT_THAT(m_labels.at(0.9), ElementsAre("VOICE"));
+    EXPECT_THAT(labelsAt(0.9), ElementsAre("VOICE"));
     EXPECT_EQ(read(makeFile("b.wav", {{Annotation::NOISE, 0.0, 0.5}})), "");
-    EXPECT_THAT(m_labels.at(0.1), ElementsAre("NOISE"));
+    EXPECT_THAT(labelsAt(0.1), ElementsAre("NOISE"));
     EXPECT_NE(read(m_dir.file("none.wav")), "");
-    EXPECT_THAT(m_labels.at(0.1), IsEmpty());
+    EXPECT_THAT(labelsAt(0.1), IsEmpty());
 }
 
 // ---- The column
