@@ -169,9 +169,8 @@ class AnnotationErrorTest : public AnnotationFaultsTest, public testing::WithPar
 protected:
     static bool isReadOrWritten(const Call& in_call)
     {
-        static const std::vector<std::string> s_vNames = {"read",   "pread64",         "write",    "pwrite64",
-                                                          "writev", "copy_file_range", "fsync",    "renameat2",
-                                                          "rename", "truncate",        "ftruncate"};
+        static const std::vector<std::string> s_vNames = {"read",  "pread64",   "write",  "pwrite64", "writev",
+                                                          "fsync", "renameat2", "rename", "truncate", "ftruncate"};
         return std::find(s_vNames.begin(), s_vNames.end(), in_call.m_strName) != s_vNames.end();
     }
 
@@ -216,12 +215,6 @@ TEST_P(AnnotationErrorTest, OfAnyOtherCallLeavesAWholeFile)
 INSTANTIATE_TEST_SUITE_P(EachCall, AnnotationErrorTest, testing::Values("EIO", "ENOSPC"));
 
 // What file systems cannot do.
-
-TEST_F(AnnotationFaultsTest, CopiesByHandWhereTheKernelCannot)
-{
-    EXPECT_EQ(editWith({"copy_file_range:error=ENOSYS"}), 0) << errors();
-    EXPECT_TRUE(contentsOf(m_strFile) == m_strNew);
-}
 
 TEST_F(AnnotationFaultsTest, EditsWhereNothingCanBeLocked)
 {
