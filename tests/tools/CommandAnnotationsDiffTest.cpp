@@ -95,6 +95,21 @@ TEST_F(CommandAnnotationsDiffTest, WritesJsonOfMovedAndRetypedRegions)
     EXPECT_EQ(json["differences"][1]["kind"], "retyped");
 }
 
+TEST_F(CommandAnnotationsDiffTest, PassesOverIdentifiersThatAFileSkipsAndCountsThemInIndices)
+{
+    m_options.m_bJson = true;
+    m_options.m_vFiles = {
+        recordingWithAGap("a.wav", {{Annotation::MALE, 0, 1}, {Annotation::FEMALE, 0, 1}, {Annotation::BEEP, 1, 1.5}}),
+        recording("b.wav", {{Annotation::MALE, 0, 1}, {Annotation::FEMALE, 0, 1}})};
+
+    EXPECT_EQ(run(), CommandAnnotationsDiff::DIFFERENT);
+
+    const nlohmann::json json = nlohmann::json::parse(m_data.str());
+    EXPECT_EQ(json["same"], 2);
+    EXPECT_EQ(json["differences"], nlohmann::json::parse(R"([{"kind": "only_left",
+        "left": {"index": 3, "type": "BEEP", "start": 1, "stop": 1.5}, "right": null}])"));
+}
+
 TEST_F(CommandAnnotationsDiffTest, WritesJsonOfTheSameRegions)
 {
     m_options.m_bJson = true;

@@ -124,6 +124,18 @@ TEST_F(CommandAnnotationsExportTest, RefusesSeveralRecordingsWithoutAFolder)
     EXPECT_EQ(m_data.str(), "");
 }
 
+TEST_F(CommandAnnotationsExportTest, LeavesOutIdentifiersThatTheFileSkips)
+{
+    const std::string strFile =
+        recordingWithAGap("a.wav", {{Annotation::MALE, 0, 1}, {Annotation::FEMALE, 0, 1}, {Annotation::BEEP, 1, 1.5}});
+    m_options.m_vFiles = {strFile};
+
+    EXPECT_EQ(run(), EXIT_DONE);
+
+    EXPECT_EQ(m_data.str(), "index,type,start,stop\n0,MALE,0,1\n1,FEMALE,0,1\n2,BEEP,1,1.5\n");
+    EXPECT_THAT(m_messages.str(), HasSubstr("corvana: " + strFile + ": warning: 1 gap between its regions left out\n"));
+}
+
 TEST_F(CommandAnnotationsExportTest, RefusesAnOutputBesideAFolder)
 {
     m_options.m_vFiles = {recording("a.wav")};

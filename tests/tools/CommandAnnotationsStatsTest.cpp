@@ -79,6 +79,14 @@ TEST_F(CommandAnnotationsStatsTest, WritesJson)
         "total": {"regions": 2, "seconds": 1.5, "files": 1}, "recordings": 2, "audio_seconds": 4})"));
 }
 
+TEST_F(CommandAnnotationsStatsTest, DoesNotCountIdentifiersThatTheFileSkips)
+{
+    m_options.m_vFiles = {
+        recordingWithAGap("a.wav", {{Annotation::MALE, 0, 1}, {Annotation::MALE, 0, 1}, {Annotation::MALE, 1, 1.5}})};
+    EXPECT_EQ(run(Format::CSV), EXIT_DONE);
+    EXPECT_EQ(m_data.str(), "type,regions,seconds,files\nMALE,3,2.5,1\n");
+}
+
 TEST_F(CommandAnnotationsStatsTest, CountsNothingWithoutRegions)
 {
     m_options.m_vFiles = {recording("a.wav")};

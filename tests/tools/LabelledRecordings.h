@@ -32,6 +32,17 @@ protected:
         return strFile;
     }
 
+    /// The same with three regions, of which the file calls the last one 4: it skips identifier 3.
+    std::string recordingWithAGap(const std::string& in_strName, const Regions& in_vRegions)
+    {
+        const std::string strFile = recording(in_strName, in_vRegions);
+        std::string strBytes = contentsOf(strFile);
+        strBytes.at(strBytes.find("cue ") + 12 + std::size_t{2} * 24) = 4;
+        strBytes.at(strBytes.rfind("ltxt") + 8) = 4;
+        strBytes.at(strBytes.rfind("labl") + 8) = 4;
+        return m_dir.write(in_strName, strBytes);
+    }
+
     /// Such as "MALE 0.5 1, BEEP 1 1".
     static std::string regionsOf(const std::string& in_strFile)
     {
