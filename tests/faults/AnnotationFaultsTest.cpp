@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -162,6 +163,20 @@ TEST_P(AnnotationKillTest, LeavesTheOldOrTheNewFile)
 }
 
 INSTANTIATE_TEST_SUITE_P(EachCall, AnnotationKillTest, testing::Values(0U, 1U, 2U, 3U));
+
+TEST_F(AnnotationFaultsTest, LeavesNoCopyWhenASignalEndsIt)
+{
+    const std::vector<Call> vCalls = trace();
+    unsigned uiNbOfEnded = 0;
+    for (std::size_t uiIndex = 0; uiIndex < vCalls.size(); uiIndex += 3) {
+        const Call& call = vCalls[uiIndex];
+        const int iResult = editWith({call.m_strName + ":signal=TERM:when=" + std::to_string(call.m_uiNumber)});
+        uiNbOfEnded += iResult == -SIGTERM ? 1 : 0;
+        EXPECT_THAT(names(), ElementsAre("a.wav")) << call.m_strText;
+        expectWholeAndEditable("ended before " + call.m_strText);
+    }
+    EXPECT_GT(uiNbOfEnded, vCalls.size() / 6);
+}
 
 // What an error means depends on when it comes.
 class AnnotationErrorTest : public AnnotationFaultsTest, public testing::WithParamInterface<const char*>
