@@ -803,6 +803,32 @@ TEST_F(UpdateFile, TellsThatTheDiskIsFull)
     EXPECT_THAT(log.texts(), ElementsAre("Error writing WAV file : " + m_strFile));
 }
 
+TEST_F(UpdateFile, TakesARecordingOfNearlyFourGigabytes)
+{
+    // Silence that takes no room on the disk. With the records, the form has 0xFFFFFFFE bytes, the most there are.
+    const std::string strRecords = cueChunk({cuePoint(1, 4000)}) + adtlChunk(records(1, 4000, "BEEP"));
+    const auto uiData = static_cast<std::uint32_t>(0xFFFFFFFE - 4 - 24 - 8 - strRecords.size());
+    const auto header = [uiData](std::uint32_t in_uiFormSize) {
+        return "RIFF" + littleEndian32(in_uiFormSize) + "WAVE" + fmtChunk() + "data" + littleEndian32(uiData);
+    };
+    m_strFile = m_folder.write("target.wav", header(uiData + 36));
+    std::filesystem::resize_file(m_strFile, 44 + std::uintmax_t{uiData});
+    AnnotatedFile file;
+    std::ifstream stream(m_strFile, std::ios::binary);
+    ASSERT_TRUE(file.readRegionsFromWAV(stream).good());
+    file.annotations().push_back(s_beep);
+
+    EXPECT_TRUE(file.updateFile(m_strFile.c_str()));
+
+    EXPECT_EQ(0xFFFFFFFE + 8, std::filesystem::file_size(m_strFile));
+    std::ifstream written(m_strFile, std::ios::binary);
+    std::string strHead(44, '\0');
+    written.read(strHead.data(), 44);
+    EXPECT_EQ(hex(header(0xFFFFFFFE)), hex(strHead));
+    written.seekg(44 + std::streamoff{uiData});
+    EXPECT_EQ(hex(strRecords), hex({std::istreambuf_iterator<char>(written), {}}));
+}
+
 TEST_F(UpdateFile, KeepsItsAnnotations)
 {
     m_strFile = m_folder.write("target.wav", riff(cueChunk({}) + s_strHead)); // the audio has to move

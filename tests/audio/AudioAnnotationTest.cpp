@@ -1035,6 +1035,16 @@ TEST(AnnotatedFileWrite, IsBadWhenTheStreamTakesNoMore)
     EXPECT_TRUE(file.writeToWAV(stream).fail());
 }
 
+TEST(AnnotatedFileWrite, IsBadOnAFullDevice)
+{
+    AnnotatedFile file;
+    ASSERT_TRUE(readFrom(s_strTwo, file));
+    std::ofstream stream("/dev/full", std::ios::binary);
+    ASSERT_TRUE(stream.good());
+
+    EXPECT_TRUE(file.writeToWAV(stream).fail());
+}
+
 TEST(AnnotatedFileWrite, IsReadAgainWithinHalfASample)
 {
     std::vector<Annotation> vAnnotations;
