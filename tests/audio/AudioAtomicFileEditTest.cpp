@@ -740,8 +740,8 @@ TEST_F(AtomicFileEditTest, RemovesItsOwnFilesAbandonedCopiesAndThoseOfFilesThatA
 
 TEST_F(AtomicFileEditTest, LeavesWhatOnlyLooksSimilar)
 {
-    for (const char* szName : {".corvana-edit", ".corvana-edit--abc123", ".corvana-edit-x.wav", ".corvana-abc123",
-                               "corvana-edit-a.wav-abc123"})
+    for (const char* szName : {".corvana-edit", ".corvana-edit--abc123", ".corvana-edit-x.wav",
+                               ".corvana-edit-holidays.wav", ".corvana-abc123", "corvana-edit-a.wav-abc123"})
         m_dir.write(szName, "");
     ASSERT_TRUE(std::filesystem::create_directory(m_dir.file(".corvana-edit-d.wav-abc123")));
     std::filesystem::create_symlink("a.wav", m_dir.file(".corvana-edit-l.wav-abc123"));
