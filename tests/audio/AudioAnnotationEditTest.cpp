@@ -820,7 +820,7 @@ TEST_F(UpdateFile, TakesARecordingOfNearlyFourGigabytes)
 
     EXPECT_TRUE(file.updateFile(m_strFile.c_str()));
 
-    EXPECT_EQ(0xFFFFFFFE + 8, std::filesystem::file_size(m_strFile));
+    EXPECT_EQ(std::uintmax_t{0xFFFFFFFE} + 8, std::filesystem::file_size(m_strFile));
     std::ifstream written(m_strFile, std::ios::binary);
     std::string strHead(44, '\0');
     written.read(strHead.data(), 44);
