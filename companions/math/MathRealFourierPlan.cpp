@@ -1,37 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/MathRealFourierPlan.h"
 
+#include "MathFourierRecurrence.h"
 #include "corvana/MathFourierTransform.h"
 
 #include <cassert>
-#include <cmath>
 #include <utility>
 
 namespace Corvana::Math {
-namespace {
-
-// The trigonometric recurrence w(k+1) = w(k) * exp(i * theta), whose rounding is part of the transform's definition.
-struct Recurrence
-{
-    explicit Recurrence(double in_dTheta)
-        : m_dWpi(std::sin(in_dTheta))
-    {
-        const double dHalfSine = std::sin(0.5 * in_dTheta);
-        m_dWpr = -2.0 * dHalfSine * dHalfSine;
-    }
-
-    void advance(double& inout_dReal, double& inout_dImaginary) const
-    {
-        const double dFormerReal = inout_dReal;
-        inout_dReal = dFormerReal * m_dWpr - inout_dImaginary * m_dWpi + inout_dReal;
-        inout_dImaginary = inout_dImaginary * m_dWpr + dFormerReal * m_dWpi + inout_dImaginary;
-    }
-
-    double m_dWpr;
-    double m_dWpi;
-};
-
-} // namespace
 
 RealFourierPlan::RealFourierPlan(unsigned long in_uiSize)
     : m_uiSize(in_uiSize)
@@ -62,7 +38,7 @@ void RealFourierPlan::makeSwaps()
 void RealFourierPlan::makeStages()
 {
     for (unsigned long uiSpan = 1; uiSpan < m_uiSize / 2; uiSpan *= 2) {
-        const Recurrence recurrence(6.28318530717959 / static_cast<double>(2 * uiSpan));
+        const FourierRecurrence recurrence = FourierRecurrence::ofStage(uiSpan);
         Twiddle twiddle{1.0, 0.0};
         for (unsigned long uiTwiddle = 0; uiTwiddle < uiSpan; ++uiTwiddle) {
             m_vStages.push_back(twiddle);
@@ -73,7 +49,7 @@ void RealFourierPlan::makeStages()
 
 void RealFourierPlan::makeRealPart()
 {
-    const Recurrence recurrence(3.141592653589793 / static_cast<double>(m_uiSize / 2));
+    const FourierRecurrence recurrence = FourierRecurrence::ofRealPart(m_uiSize);
     Twiddle twiddle{1.0 + recurrence.m_dWpr, recurrence.m_dWpi};
     for (unsigned long uiBin = 1; uiBin < m_uiSize / 4; ++uiBin) {
         m_vRealPart.push_back(twiddle);
