@@ -7,6 +7,7 @@
 #include "corvana/MathMeanFeature.h"
 #include "corvana/MathRealFourierPlan.h"
 #include "corvana/MathSignalFeatureComposed.h"
+#include "corvana/MathSpectrumPlan.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -68,6 +69,7 @@ using Corvana::Math::DoubleVector;
 using Corvana::Math::MeanFeature;
 using Corvana::Math::RealFourierPlan;
 using Corvana::Math::SignalFeatureComposed;
+using Corvana::Math::SpectrumPlan;
 using Corvana::Test::LogCapture;
 using Corvana::Test::ScaleFeature;
 
@@ -138,6 +140,31 @@ TEST(RealFourierPlan, AllocatesNothingToTransform)
     plan.transform(vValues.data());
 
     EXPECT_EQ(uiNbAtStart, s_uiNbOfAllocations);
+}
+
+TEST(SpectrumPlan, AllocatesNothingAfterItsFirstCall)
+{
+    for (std::size_t uiShift = 0; uiShift < 16; uiShift += 8) {
+        s_uiShift = uiShift; // the tables and the scratch find their multiples of 64 bytes anywhere
+        const SpectrumPlan plan(DoubleVector(1024, 0.5));
+        const DoubleVector vWindows(8 * 1024, 1.0);
+        DoubleVector vBins(8 * 512);
+        DoubleVector vScratch;
+        const double* apWindows[8];
+        double* apBins[8];
+        for (std::size_t uiWindow = 0; uiWindow < 8; ++uiWindow) {
+            apWindows[uiWindow] = vWindows.data() + 1024 * uiWindow;
+            apBins[uiWindow] = vBins.data() + 512 * uiWindow;
+        }
+        plan.computeSeveral(8, apWindows, apBins, vScratch);
+        const std::size_t uiNbAtStart = s_uiNbOfAllocations;
+
+        plan.compute(vWindows.data(), vBins.data(), vScratch);
+        plan.computeSeveral(8, apWindows, apBins, vScratch);
+
+        s_uiShift = 0;
+        EXPECT_EQ(uiNbAtStart, s_uiNbOfAllocations);
+    }
 }
 
 TEST(SignalFeatureComposed, AllocatesNothingAfterItsFirstCall)
