@@ -6,9 +6,9 @@
 #include "corvana/Logger.h"
 #include "corvana/MathFourierTransform.h"
 #include "corvana/MathMeanFeature.h"
-#include "corvana/MathRealFourierPlan.h"
 #include "corvana/MathSignalFeatureComposed.h"
 #include "corvana/MathSlidingWindowFeature.h"
+#include "corvana/MathSpectrumPlan.h"
 #include "corvana/NumberText.h"
 #include "corvana/TrieConfiguration.h"
 
@@ -59,34 +59,35 @@ void SpectrumFeature::prepare(unsigned long in_uiSizeFFT)
         return;
     auto pWindow = std::make_unique<HannWindow>(in_uiSizeFFT);
     if (Math::isPowerOfTwo(in_uiSizeFFT))
-        m_pPlan = std::make_shared<const Math::RealFourierPlan>(in_uiSizeFFT);
+        m_pPlan = std::make_shared<const Math::SpectrumPlan>(pWindow->getWindow());
     else
         m_pPlan.reset();
     m_pSignalWindow.reset(pWindow.release());
 }
 
-void SpectrumFeature::transform(double* inout_pData, unsigned long in_uiSizeFFT) const
-{
-    if (m_pPlan != nullptr)
-        m_pPlan->transform(inout_pData);
-    else // no power of two: reports it
-        Math::discreteRealFastFourierTransform(inout_pData, in_uiSizeFFT, 1.0);
-}
-
 namespace {
 
-// From the packed transform of n values to n/2 powers in their first half; returns their sum in index order.
-double formPowers(double* inout_pData, unsigned long in_uiNbOfBins)
+// From n values to n/2 bins in their first half, step by step. A size that is no power of two is reported.
+void computeWithoutPlan(const DoubleVector& in_vTaper, double* inout_pData)
 {
+    const unsigned long uiSizeFFT = in_vTaper.size();
+    for (unsigned long uiIndex = 0; uiIndex < uiSizeFFT; ++uiIndex)
+        inout_pData[uiIndex] *= in_vTaper[uiIndex];
+    Math::discreteRealFastFourierTransform(inout_pData, uiSizeFFT, 1.0);
+
     inout_pData[0] = inout_pData[0] * inout_pData[0];
     double dTotal = inout_pData[0];
-    for (unsigned long uiBin = 1; uiBin < in_uiNbOfBins; ++uiBin) {
+    for (unsigned long uiBin = 1; uiBin < uiSizeFFT / 2; ++uiBin) {
         const double dReal = inout_pData[2 * uiBin];
         const double dImaginary = inout_pData[2 * uiBin + 1];
         inout_pData[uiBin] = dReal * dReal + dImaginary * dImaginary;
         dTotal += inout_pData[uiBin];
     }
-    return dTotal;
+    if (dTotal == 0.0)
+        return;
+    const double dReciprocal = 1.0 / dTotal; // multiplied by, not divided by: part of the result
+    for (unsigned long uiBin = 0; uiBin < uiSizeFFT / 2; ++uiBin)
+        inout_pData[uiBin] *= dReciprocal;
 }
 
 } // namespace
@@ -101,25 +102,18 @@ bool SpectrumFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_v
     prepare(uiSizeFFT);
 
     const unsigned long uiStart = out_vOutput.size();
+    if (m_pSignalWindow->getSize() == static_cast<double>(uiSizeFFT) && m_pPlan != nullptr) {
+        out_vOutput.resize(uiStart + uiSizeFFT / 2);
+        m_pPlan->compute(in_vInput.data(), out_vOutput.data() + uiStart, m_vScratch);
+        return true;
+    }
+
     out_vOutput.insert(out_vOutput.end(), in_vInput.begin(), in_vInput.end());
     if (!CORVANA_ASSERT_AT(CORVANA_HERE, m_pSignalWindow->getSize() == static_cast<double>(uiSizeFFT),
                            "m_pSignalWindow->getSize() == uiSizeFFT"))
         return false;
-
-    double* const pData = out_vOutput.begin() + uiStart;
-    const double* const pTaper = m_pSignalWindow->getWindow().begin();
-    for (unsigned long uiIndex = 0; uiIndex < uiSizeFFT; ++uiIndex)
-        pData[uiIndex] *= pTaper[uiIndex];
-
-    transform(pData, uiSizeFFT);
-    const unsigned long uiNbOfBins = uiSizeFFT / 2;
-    const double dTotal = formPowers(pData, uiNbOfBins);
-    out_vOutput.resize(uiStart + uiNbOfBins);
-    if (dTotal != 0.0) {
-        const double dReciprocal = 1.0 / dTotal; // multiplied by, not divided by: part of the result
-        for (unsigned long uiBin = 0; uiBin < uiNbOfBins; ++uiBin)
-            pData[uiBin] *= dReciprocal;
-    }
+    computeWithoutPlan(m_pSignalWindow->getWindow(), out_vOutput.data() + uiStart);
+    out_vOutput.resize(uiStart + uiSizeFFT / 2);
     return true;
 }
 

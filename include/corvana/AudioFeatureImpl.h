@@ -12,7 +12,7 @@
 #include <vector>
 
 namespace Corvana::Math {
-class RealFourierPlan;
+class SpectrumPlan;
 }
 
 namespace Corvana::Audio {
@@ -28,8 +28,9 @@ namespace Corvana::Audio {
 ///            of two is reported by each call ("isPowerOfTwo(n)", and "isPowerOfTwo(nn)" as well where n/2, rounded
 ///            down, is none either: 3, 5, 9 and 17 raise the first only, 6, 7 and 12 both); the result is true and n/2
 ///            values of no meaning
-///   cost     O(n log n); the taper and the transform's tables are made by the first call, for the feature's whole
-///            life. A clone() has a taper of its own and shares the tables, which nobody changes.
+///   cost     O(n log n), see Math::SpectrumPlan; the taper, the tables and the scratch are made by the first call, for
+///            the feature's whole life. A clone() has a taper and a scratch of its own and shares the tables, which
+///            nobody changes.
 /// Also the function "spectrum" of the variable "x" in formulas.
 class CORVANA_API SpectrumFeature : public virtual AudioFeature, public Math::Xpr::SignalFeatureFunctionAdaptorImpl
 {
@@ -44,10 +45,10 @@ public:
 
 private:
     void prepare(unsigned long in_uiSizeFFT);
-    void transform(double* inout_pData, unsigned long in_uiSizeFFT) const;
 
     CloneableObjPtr<SignalWindow> m_pSignalWindow;
-    std::shared_ptr<const Math::RealFourierPlan> m_pPlan;
+    std::shared_ptr<const Math::SpectrumPlan> m_pPlan; // none for a size that is no power of two
+    Math::DoubleVector m_vScratch;
 };
 
 /// Power spectrum summed into a fixed number of bands.
