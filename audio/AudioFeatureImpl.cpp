@@ -8,7 +8,6 @@
 #include "corvana/MathMeanFeature.h"
 #include "corvana/MathSignalFeatureComposed.h"
 #include "corvana/MathSlidingWindowFeature.h"
-#include "corvana/MathSpectrumPlan.h"
 #include "corvana/NumberText.h"
 #include "corvana/TrieConfiguration.h"
 
@@ -104,7 +103,7 @@ bool SpectrumFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_v
     const unsigned long uiStart = out_vOutput.size();
     if (m_pSignalWindow->getSize() == static_cast<double>(uiSizeFFT) && m_pPlan != nullptr) {
         out_vOutput.resize(uiStart + uiSizeFFT / 2);
-        m_pPlan->compute(in_vInput.data(), out_vOutput.data() + uiStart, m_vScratch);
+        m_pPlan->compute(in_vInput.data(), out_vOutput.data() + uiStart, m_scratch);
         return true;
     }
 

@@ -24,10 +24,10 @@ double* aligned(double* in_p)
 }
 
 // Room for so many doubles from a multiple of 64 bytes on.
-double* makeRoom(DoubleVector& inout_vScratch, unsigned long in_uiNbOfValues)
+double* makeRoom(DoubleVector& inout_vValues, unsigned long in_uiNbOfValues)
 {
-    inout_vScratch.resize(in_uiNbOfValues + s_uiDoublesInLine - 1);
-    return aligned(inout_vScratch.data());
+    inout_vValues.resize(in_uiNbOfValues + s_uiDoublesInLine - 1);
+    return aligned(inout_vValues.data());
 }
 
 const SpectrumKernel* findKernel(Simd in_simd, unsigned long in_uiNbOfPoints)
@@ -63,6 +63,15 @@ std::vector<Factor> factorsOf(const FourierRecurrence& in_recurrence, Factor in_
 }
 
 } // namespace
+
+SpectrumScratch::SpectrumScratch() = default;
+SpectrumScratch::~SpectrumScratch() = default;
+SpectrumScratch::SpectrumScratch(const SpectrumScratch& /*in_other*/) {}
+
+SpectrumScratch& SpectrumScratch::operator=(const SpectrumScratch& /*in_other*/)
+{
+    return *this;
+}
 
 /// Writes a plan's tables in the order in which its kernel reads them.
 class SpectrumPlan::TableMaker
@@ -225,15 +234,15 @@ SpectrumPlan::SpectrumPlan(const DoubleVector& in_vTaper, Simd in_simd)
 
 SpectrumPlan::~SpectrumPlan() = default;
 
-void SpectrumPlan::compute(const double* in_pWindow, double* out_pBins, DoubleVector& inout_vScratch) const
+void SpectrumPlan::compute(const double* in_pWindow, double* out_pBins, SpectrumScratch& inout_scratch) const
 {
-    computeOne(in_pWindow, out_pBins, makeRoom(inout_vScratch, 2 * m_uiSize));
+    computeOne(in_pWindow, out_pBins, makeRoom(inout_scratch.m_vValues, 2 * m_uiSize));
 }
 
 void SpectrumPlan::computeSeveral(unsigned long in_uiNbOfWindows, const double* const* in_ppWindows,
-                                  double* const* out_ppBins, DoubleVector& inout_vScratch) const
+                                  double* const* out_ppBins, SpectrumScratch& inout_scratch) const
 {
-    double* const pScratch = makeRoom(inout_vScratch, 2 * m_uiSize + s_uiNbOfWindowsAtOnce * getNbOfBins());
+    double* const pScratch = makeRoom(inout_scratch.m_vValues, 2 * m_uiSize + s_uiNbOfWindowsAtOnce * getNbOfBins());
     unsigned long uiWindow = 0;
     if (m_pKernel != nullptr)
         for (; uiWindow + s_uiNbOfWindowsAtOnce <= in_uiNbOfWindows; uiWindow += s_uiNbOfWindowsAtOnce)

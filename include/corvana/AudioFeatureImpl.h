@@ -5,15 +5,12 @@
 #include "corvana/AudioSignalWindow.h"
 #include "corvana/CloneableObjPtr.h"
 #include "corvana/MathRangeFeature.h"
+#include "corvana/MathSpectrumPlan.h"
 #include "corvana/MathXprFunctionAdaptor.h"
 
 #include <memory>
 #include <string>
 #include <vector>
-
-namespace Corvana::Math {
-class SpectrumPlan;
-}
 
 namespace Corvana::Audio {
 
@@ -48,7 +45,7 @@ private:
 
     CloneableObjPtr<SignalWindow> m_pSignalWindow;
     std::shared_ptr<const Math::SpectrumPlan> m_pPlan; // none for a size that is no power of two
-    Math::DoubleVector m_vScratch;
+    Math::SpectrumScratch m_scratch;
 };
 
 /// Power spectrum summed into a fixed number of bands.

@@ -13,6 +13,21 @@ struct SpectrumKernel;
 struct SpectrumTables;
 class RealFourierPlan;
 
+/// Room for what a SpectrumPlan computes on the way. It grows with the first call that it is given to and is used again
+/// by the next ones; one thread uses it at a time. A copy starts empty: nothing in it is worth copying.
+class CORVANA_API SpectrumScratch
+{
+public:
+    SpectrumScratch();
+    ~SpectrumScratch();
+    SpectrumScratch(const SpectrumScratch&);
+    SpectrumScratch& operator=(const SpectrumScratch&);
+
+private:
+    friend class SpectrumPlan;
+    DoubleVector m_vValues;
+};
+
 /// The normalised power spectrum of windows of one size, in one go: taper, real transform, powers, total and
 /// normalisation, with all tables made once.
 ///
@@ -38,15 +53,14 @@ public:
     unsigned long getNbOfBins() const { return m_uiSize / 2; }
 
     /// From getSize() samples to getNbOfBins() bins, which may not overlap.
-    /// inout_vScratch: its contents mean nothing; it grows to about 2 * getSize() values by the first call that it is
-    /// given to, and no call after that allocates.
-    void compute(const double* in_pWindow, double* out_pBins, DoubleVector& inout_vScratch) const;
+    /// Uses 2 * getSize() values of scratch, and allocates nothing where it is that large.
+    void compute(const double* in_pWindow, double* out_pBins, SpectrumScratch& inout_scratch) const;
 
     /// The same for several windows, with the same bits, faster than one by one: their totals are added up side by
     /// side. No output may overlap any window or another output. Windows may overlap each other.
-    /// inout_vScratch: as above, about 6 * getSize() values.
+    /// Uses 6 * getSize() values of scratch.
     void computeSeveral(unsigned long in_uiNbOfWindows, const double* const* in_ppWindows, double* const* out_ppBins,
-                        DoubleVector& inout_vScratch) const;
+                        SpectrumScratch& inout_scratch) const;
 
 private:
     class TableMaker;

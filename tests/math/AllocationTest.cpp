@@ -70,6 +70,7 @@ using Corvana::Math::MeanFeature;
 using Corvana::Math::RealFourierPlan;
 using Corvana::Math::SignalFeatureComposed;
 using Corvana::Math::SpectrumPlan;
+using Corvana::Math::SpectrumScratch;
 using Corvana::Test::LogCapture;
 using Corvana::Test::ScaleFeature;
 
@@ -149,18 +150,18 @@ TEST(SpectrumPlan, AllocatesNothingAfterItsFirstCall)
         const SpectrumPlan plan(DoubleVector(1024, 0.5));
         const DoubleVector vWindows(8 * 1024, 1.0);
         DoubleVector vBins(8 * 512);
-        DoubleVector vScratch;
+        SpectrumScratch scratch;
         const double* apWindows[8];
         double* apBins[8];
         for (std::size_t uiWindow = 0; uiWindow < 8; ++uiWindow) {
             apWindows[uiWindow] = vWindows.data() + 1024 * uiWindow;
             apBins[uiWindow] = vBins.data() + 512 * uiWindow;
         }
-        plan.computeSeveral(8, apWindows, apBins, vScratch);
+        plan.computeSeveral(8, apWindows, apBins, scratch);
         const std::size_t uiNbAtStart = s_uiNbOfAllocations;
 
-        plan.compute(vWindows.data(), vBins.data(), vScratch);
-        plan.computeSeveral(8, apWindows, apBins, vScratch);
+        plan.compute(vWindows.data(), vBins.data(), scratch);
+        plan.computeSeveral(8, apWindows, apBins, scratch);
 
         s_uiShift = 0;
         EXPECT_EQ(uiNbAtStart, s_uiNbOfAllocations);

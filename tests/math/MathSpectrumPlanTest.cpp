@@ -31,6 +31,7 @@ using Corvana::Math::getSimdName;
 using Corvana::Math::isSimdSupported;
 using Corvana::Math::Simd;
 using Corvana::Math::SpectrumPlan;
+using Corvana::Math::SpectrumScratch;
 using Corvana::Test::differenceOfBits;
 using Corvana::Test::randomValues;
 using Corvana::Test::referenceHannWindow;
@@ -53,15 +54,15 @@ DoubleVector hannTaper(unsigned long in_uiSize)
 
 Window spectrumOf(const SpectrumPlan& in_plan, const Window& in_vWindow)
 {
-    DoubleVector vScratch;
+    SpectrumScratch scratch;
     Window vBins(in_vWindow.size() / 2, s_dUnwritten);
-    in_plan.compute(in_vWindow.data(), vBins.data(), vScratch);
+    in_plan.compute(in_vWindow.data(), vBins.data(), scratch);
     return vBins;
 }
 
 std::vector<Window> spectraOf(const SpectrumPlan& in_plan, const std::vector<Window>& in_vvWindows)
 {
-    DoubleVector vScratch;
+    SpectrumScratch scratch;
     std::vector<Window> vvBins(in_vvWindows.size(), Window(in_plan.getNbOfBins(), s_dUnwritten));
     std::vector<const double*> vpWindows;
     std::vector<double*> vpBins;
@@ -69,7 +70,7 @@ std::vector<Window> spectraOf(const SpectrumPlan& in_plan, const std::vector<Win
         vpWindows.push_back(in_vvWindows[uiWindow].data());
         vpBins.push_back(vvBins[uiWindow].data());
     }
-    in_plan.computeSeveral(vpWindows.size(), vpWindows.data(), vpBins.data(), vScratch);
+    in_plan.computeSeveral(vpWindows.size(), vpWindows.data(), vpBins.data(), scratch);
     return vvBins;
 }
 
@@ -169,25 +170,44 @@ TEST_P(SpectrumPlanOfSize, TakesAnyNumberOfWindowsAtOnce)
 TEST_P(SpectrumPlanOfSize, GivesTheSameBitsWhateverTheScratchHeld)
 {
     const Window vWindow = randomValues(getSize(), 5);
-    DoubleVector vScratch(10 * getSize(), std::numeric_limits<double>::quiet_NaN());
+    const Window vNotANumber(getSize(), std::numeric_limits<double>::quiet_NaN());
+    SpectrumScratch scratch;
     Window vBins(getSize() / 2);
+    m_pPlan->compute(vNotANumber.data(), vBins.data(), scratch);
 
-    m_pPlan->compute(vWindow.data(), vBins.data(), vScratch);
+    m_pPlan->compute(vWindow.data(), vBins.data(), scratch);
 
     EXPECT_EQ("", differenceOfBits(referencePowerSpectrum(vWindow), vBins));
+}
+
+TEST_P(SpectrumPlanOfSize, SharesAScratchWithPlansOfOtherSizes)
+{
+    const SpectrumPlan other(hannTaper(512));
+    const Window vWindow = randomValues(getSize(), 5);
+    const Window vOther = randomValues(512, 6);
+    SpectrumScratch scratch;
+    Window vBins(getSize() / 2);
+    Window vOtherBins(256);
+
+    other.compute(vOther.data(), vOtherBins.data(), scratch);
+    m_pPlan->compute(vWindow.data(), vBins.data(), scratch);
+    other.compute(vOther.data(), vOtherBins.data(), scratch);
+
+    EXPECT_EQ("", differenceOfBits(referencePowerSpectrum(vWindow), vBins));
+    EXPECT_EQ("", differenceOfBits(referencePowerSpectrum(vOther), vOtherBins));
 }
 
 TEST_P(SpectrumPlanOfSize, ReadsAndWritesAtAnyAddressAndNothingBeside)
 {
     const Window vWindow = randomValues(getSize(), 6);
     const Window vExpected = referencePowerSpectrum(vWindow);
-    DoubleVector vScratch;
+    SpectrumScratch scratch;
     for (unsigned uiShift = 0; uiShift < 9; ++uiShift) {
         Window vShifted(uiShift, s_dUnwritten);
         vShifted.insert(vShifted.end(), vWindow.begin(), vWindow.end());
         Window vBins(uiShift + getSize() / 2 + 1, s_dUnwritten);
 
-        m_pPlan->compute(vShifted.data() + uiShift, vBins.data() + uiShift, vScratch);
+        m_pPlan->compute(vShifted.data() + uiShift, vBins.data() + uiShift, scratch);
 
         EXPECT_EQ("", differenceOfBits(vExpected, Window(vBins.begin() + uiShift, vBins.end() - 1)));
         EXPECT_EQ(Window(uiShift, s_dUnwritten), Window(vBins.begin(), vBins.begin() + uiShift));
