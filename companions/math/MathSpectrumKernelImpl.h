@@ -1,4 +1,72 @@
 // SPDX-License-Identifier: Apache-2.0
+// The spectrum of a window: taper, real Fourier transform, powers, total, normalisation. This is the one kernel
+// source; each MathSpectrumKernel*.cpp includes it and is compiled for one instruction set. MathSpectrumPlan.cpp makes
+// the tables. This page says what the kernel computes, where the values lie, and why the result is exact.
+//
+// What may not change. The plain algorithm (MathFourierTransform.cpp, and powers added up in index order) fixes for
+// every value which operations on which operands it is the result of, and their order. Floating-point operations are
+// rounded one by one, so the same operations on the same operands give the same bits, in a vector as alone, whenever
+// they are done and wherever their operands lie. All speed comes from these two freedoms: when, and where. Nothing is
+// simplified. No product with the factor (1, 0) is left out: it makes a NaN of an infinity, and decides signs of
+// zeros. The factor of a quarter turn is no exchange of real and imaginary part: the recurrences that make the factors
+// begin with 6.28318530717959, which is not two pi rounded to a double, and leave it a real part of some 1e-15. 0.5 *
+// (a + b) and c * (0.5 * d) stay, as halving before or after another operation is not the same for subnormal values.
+// No multiplication is fused with an addition.
+//
+// The transform. The n samples count as M = n/2 complex points: even samples real, odd samples imaginary parts. The
+// plain algorithm first sorts the points by their reversed index, then combines two transforms of s points each into
+// one of 2s points, for s = 1, 2, 4, ...: a *stage*. Its *butterfly* takes one value of each, and factor k of the
+// stage:
+//
+//     low' = low + factor * high                  (values k ...
+//     high' = low - factor * high                  ... and k + s of the transform of 2s points)
+//
+// A transform of s = 2^j points after j stages is that of every (M/s)-th point, beginning at some point i. So the
+// state between stages is a table Y[k][i], k from 0 to s - 1 being the frequency and i from 0 to M/s - 1 the first
+// point. Before the first stage, s is 1, and Y[0][i] is point i, in its natural order: nothing needs to be sorted, if
+// only the butterfly is told which values belong together. They are
+//
+//     Y[k][i] and Y[k][i + M/2s], with factor k   ->   Y'[k][i] and Y'[k + s][i]
+//
+// for i below M/2s. The reversal is only where the plain algorithm puts the same values. After the last stage, there
+// is one i, and Y[k][0] is value k of the transform, in natural order again.
+//
+// Vectors. A row Y[k] lies in memory i by i, as blocks of a vector of real parts and a vector of imaginary parts, as
+// many as it has lanes. The lanes of a vector are neighbours in i (in the order in which it costs least to take the
+// window apart, see MathVectorLanes.h): all take the same factor, and nothing has to move between lanes. That holds
+// while a row has at least as many points as a vector has lanes. For the last stages, the vectors turn: a square of
+// rows k, k + 1, ... and points i is transposed in registers, and from then on lane l is k + l, with a vector of
+// factors.
+//
+// Passes. Going through memory once per stage would cost more than the arithmetic. A pass does one, two or three
+// stages on 2, 4 or 8 *parts* that it holds in registers: rows' parts i, i + M/8s, i + 2M/8s, ... for three stages.
+// Each of them runs through exactly the butterflies of three stages one after another (combine()), with the 1 + 2 + 4
+// factors that those stages give it. The parts come out in bit-reversed order, which only says which register is
+// stored where.
+//     firstPass   reads the window, multiplies it by the taper and takes it apart into real and imaginary parts
+//     nextPass    as often as needed, between the halves of the scratch
+//     lastPass    turns the vectors; its row is what remains of i, so its radix is that of the square
+//
+// Powers. The transform of the real samples follows from the transform Z of the points: bin k from Z[k] and Z[M - k],
+// together with bin M - k. formPowers() takes both for a vector of k at once. The mirror images come from aligned
+// blocks whose lanes are turned round (mirror()): loads that straddle two blocks would wait for both to be written. A
+// mirrored block of k = 8 .. 15 is M - 8 .. M - 15, one place beside the blocks in memory, so each mirrored vector
+// takes one lane from the block before; the powers go back the same way. The powers are formed in registers; the
+// transform itself is never stored.
+//
+// The total. Bins are added up in index order, and each addition waits for the one before: n/2 times the latency of an
+// addition, more than a quarter of the time of one window with the longest vectors. While the powers of later bins are
+// formed, those of the lower half are added up. Several windows at once (computeSeveral()) go further: each window's
+// sum is one of eight chains side by side. Those are the same additions in the same order, only not while waiting.
+//
+// Sizes. A kernel needs M >= lanes * uiLastRadix, so that rows are long enough to the end; shorter windows take
+// shorter vectors or the plain road. 8 lanes and radix 8 need 16 of 32 registers for the parts; with 16 registers,
+// radix 4 takes 8.
+//
+// House rules for this source: nothing but the vectors' operators, for these the compiler may not reorder; no function
+// with external linkage and no templates of the standard library, see MathVectorLanes.h; no -ffast-math, no
+// contraction, and no vectors but those written here: g++ 12 makes vfmaddsub of straight code that it turns into
+// vectors by itself. A test disassembles the library and refuses every fused instruction.
 #pragma once
 
 #include "MathSpectrumKernel.h"
@@ -32,7 +100,7 @@ private:
         L::store(out_p + uiLanes, in_points.m_vImaginary);
     }
 
-    // The operations that the literal algorithm does on two points, in its order.
+    // The operations that the plain algorithm does on two points, in its order.
     static CORVANA_KERNEL_INLINE void butterfly(Points& inout_low, Points& inout_high, const Points& in_factor)
     {
         const Vector vReal = in_factor.m_vReal * inout_high.m_vReal - in_factor.m_vImaginary * inout_high.m_vImaginary;
