@@ -9,7 +9,7 @@
 // they are done and wherever their operands lie. All speed comes from these two freedoms: when, and where. Nothing is
 // simplified. No product with the factor (1, 0) is left out: it makes a NaN of an infinity, and decides signs of
 // zeros. The factor of a quarter turn is no exchange of real and imaginary part: the recurrences that make the factors
-// begin with 6.28318530717959, which is not two pi rounded to a double, and leave it a real part of some 1e-15. 0.5 *
+// begin with 6.28318530717959, which is not two pi rounded to a double, and leave it a real part of -7e-16. 0.5 *
 // (a + b) and c * (0.5 * d) stay, as halving before or after another operation is not the same for subnormal values.
 // No multiplication is fused with an addition.
 //
