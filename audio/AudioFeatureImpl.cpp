@@ -132,6 +132,18 @@ SpectrumReducedFeature* SpectrumReducedFeature::clone() const
     return new SpectrumReducedFeature(*this);
 }
 
+namespace {
+
+double sumInOrder(const double* in_pFirst, const double* in_pLast)
+{
+    double dSum = 0.0;
+    for (; in_pFirst != in_pLast; ++in_pFirst)
+        dSum += *in_pFirst;
+    return dSum;
+}
+
+} // namespace
+
 bool SpectrumReducedFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
 {
     if (!CORVANA_ASSERT(m_uiNbOfBands > 0))
@@ -148,16 +160,12 @@ bool SpectrumReducedFeature::compute(const DoubleVector& in_vInput, DoubleVector
     // cut off; the last, possibly partial, group is added to whatever the last band's place holds.
     double* const pBins = out_vOutput.begin() + uiStart;
     const unsigned long uiGroup = uiNbOfBins / m_uiNbOfBands;
-    double dSum = 0.0;
-    for (unsigned long uiBin = 0; uiBin < uiNbOfBins; ++uiBin) {
-        if (uiBin != 0 && uiBin % uiGroup == 0) {
-            pBins[(uiBin - 1) / uiGroup] = dSum;
-            dSum = 0.0;
-        }
-        dSum += pBins[uiBin];
-    }
+    const unsigned long uiNbFollowed = (uiNbOfBins - 1) / uiGroup;
+    for (unsigned long uiBand = 0; uiBand < uiNbFollowed; ++uiBand)
+        pBins[uiBand] = sumInOrder(pBins + uiBand * uiGroup, pBins + (uiBand + 1) * uiGroup);
+    const double dLast = sumInOrder(pBins + uiNbFollowed * uiGroup, pBins + uiNbOfBins);
     out_vOutput.resize(uiStart + m_uiNbOfBands);
-    pBins[m_uiNbOfBands - 1] += dSum;
+    pBins[m_uiNbOfBands - 1] += dLast;
     return true;
 }
 
