@@ -28,6 +28,7 @@ bool isSimdSupported(Simd in_simd)
 {
 #if defined(__x86_64__)
     // The checks include that the operating system saves the registers.
+    __builtin_cpu_init(); // objects with static storage may ask before the compiler's own start-up code has run
     switch (in_simd) {
     case Simd::AVX512:
         return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&

@@ -42,7 +42,7 @@ class CORVANA_API SpectrumPlan
 {
 public:
     /// in_vTaper: one coefficient a sample; their number, a power of two from 2 to 2^32 (checked by the standard
-    /// assertion in debug builds), is the windows' size. The tables take 4 doubles a sample or fewer.
+    /// assertion in debug builds), is the windows' size. The tables take about 2.5 doubles a sample.
     /// in_simd: supported by this processor.
     explicit SpectrumPlan(const DoubleVector& in_vTaper, Simd in_simd = getSimd());
     ~SpectrumPlan();
