@@ -6,19 +6,19 @@
 #include "iff/IFFTestHelpers.h"
 #include "support/ChunkBuilder.h"
 #include "support/LogCapture.h"
-#include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 #include <rapidcheck/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
+#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 using namespace Corvana::Test;
 using Corvana::Audio::AnnotatedFile;
@@ -244,6 +244,30 @@ const std::string s_strValid =
          adtlChunk(records(1, 4, "MALE") + records(2, 6, "SF_12"))) +
     "behind";
 
+// A file in memory: a disk may want to sync each of the thousands that are emptied and written.
+class MemoryFile
+{
+public:
+    MemoryFile()
+        : m_iDescriptor(memfd_create("annotations", MFD_CLOEXEC))
+        , m_strPath("/proc/self/fd/" + std::to_string(m_iDescriptor))
+    {
+    }
+    ~MemoryFile() { close(m_iDescriptor); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    const std::string& path() const { return m_strPath; }
+    void write(const std::string& in_strContents) const
+    {
+        std::ofstream(m_strPath, std::ios::binary) << in_strContents;
+    }
+
+private:
+    int m_iDescriptor;
+    std::string m_strPath;
+};
+
 class DamagedFile : public testing::Test
 {
 protected:
@@ -251,8 +275,9 @@ protected:
     void expectAllOrNothing(const std::string& in_strContents)
     {
         using File = AnnotatedFile;
-        const std::string strGood = m_folder.write("good.wav", s_strValid);
-        const std::string strFile = m_folder.file("damaged.wav");
+        m_good.write(s_strValid);
+        const std::string& strGood = m_good.path();
+        const std::string& strFile = m_damaged.path();
         const std::function<bool()> aOperations[] = {
             [&] { return File::addAnnotation(strFile.c_str(), Annotation(Annotation::BEEP, 0, 1)); },
             [&] { return File::addAnnotations(strGood.c_str(), strFile.c_str()); },
@@ -261,7 +286,8 @@ protected:
             [&] { return File::clearAnnotations(strFile.c_str()); },
         };
         for (const auto& run : aOperations) {
-            m_folder.write("damaged.wav", in_strContents);
+            m_damaged.write(in_strContents);
+            ASSERT_EQ(hex(in_strContents), hex(contentsOf(strFile)));
             if (run())
                 EXPECT_NE("refused", listed(contentsOf(strFile)));
             else
@@ -271,7 +297,8 @@ protected:
     }
 
     LogCapture m_quiet; // keeps the messages off the screen
-    TempDir m_folder;
+    MemoryFile m_good;
+    MemoryFile m_damaged;
 };
 
 } // namespace
