@@ -282,7 +282,7 @@ std::string AnnotationEdit::edit(const std::string& in_strPath, const Change& in
     bool bChanged = false;
     std::string strFault = apply(in_strPath, strCopy, in_change, file, out_strResult, bChanged);
     if (!strFault.empty() || !bChanged)
-        return withoutFileName(strFault, strCopy);
+        return strFault;
     strFault = write(strCopy, file);
     if (!strFault.empty())
         return withoutFileName(strFault, strCopy);

@@ -458,6 +458,12 @@ TEST_F(AnnotationEditTest, EditsNothingWhenNotesCannotBeSaved)
     EXPECT_EQ(contentsOf(strFile), strBefore);
     EXPECT_EQ(contentsOf(strText), "my diary");
     EXPECT_EQ(annotations({"clear", "--save-notes", "", strFile}), EXIT_UNUSABLE);
+
+    const std::string strEmpty = m_dir.write("empty.wav", "");
+    EXPECT_EQ(annotations({"clear", "--save-notes", strEmpty, strFile, strEmpty}), EXIT_UNUSABLE);
+    EXPECT_EQ(m_messages.str(),
+              "corvana: cannot write: " + strEmpty + ": is both read and written; name another file\n");
+    EXPECT_EQ(contentsOf(strEmpty), "");
 }
 
 TEST_F(AnnotationEditTest, SavesNoNotesWhenTryingOut)

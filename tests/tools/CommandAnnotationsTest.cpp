@@ -84,6 +84,8 @@ TEST_F(CommandAnnotationsTest, ListsTheFileWithEachRegionOfSeveral)
     EXPECT_EQ(nlohmann::json::parse(m_data.str()), nlohmann::json::array());
     EXPECT_EQ(annotations({"list", "--format", "csv", "--list", m_dir.write("list.txt", "b.wav\n")}), EXIT_DONE);
     EXPECT_EQ(m_data.str(), "file,index,type,start,stop\n");
+    EXPECT_EQ(annotations({"list", "--format", "csv", strLast, "--list", m_dir.file("list.txt")}), EXIT_DONE);
+    EXPECT_THAT(m_data.str(), StartsWith("file,index,type,start,stop\n" + strLast + ",0,SF_3,"));
     EXPECT_EQ(annotations({"list", strNone, strLast}), EXIT_DONE);
     EXPECT_THAT(m_data.str(), StartsWith(strNone + ": 0 regions\n" + strLast + ": 2 regions\n"));
 }
