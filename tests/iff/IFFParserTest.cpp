@@ -709,6 +709,24 @@ TEST(IFFParserFormSize, ReachesToTheFirstBytesThatCannotBeAHeaderWhenItIsNotKnow
     EXPECT_EQ(hex(s_strSmall + strJunk), hex(written(parser)));
 }
 
+TEST(IFFParserFormSize, MakesNoChunkOfJunkThatLooksLikeOneWhenItIsWrong)
+{
+    // "\0\1\2\3", two bytes: a chunk's header when the form's size is right, junk when it is not.
+    const std::string strJunk = plain("\0\1\2\3"s, "xy");
+    const auto uiRight = static_cast<std::uint32_t>(s_strSmall.size() + strJunk.size() - 8);
+    EXPECT_EQ("RIFF:WAVE(fmt [16] data[4] \0\1\2\3[2])"s, outlineOf(withFormSize(s_strSmall + strJunk, uiRight)));
+    for (const std::uint32_t uiSize : {uiRight + 1, uiRight + 8, uiRight - 12}) { // the last ends within "data"
+        EXPECT_EQ("RIFF:WAVE(fmt [16] data[4])", outlineOf(withFormSize(s_strSmall + strJunk, uiSize)));
+        EXPECT_EQ(hex(s_strSmall + strJunk), hex(rewritten(withFormSize(s_strSmall + strJunk, uiSize))));
+
+        IFFParser parser;
+        std::istringstream stream("in front" + withFormSize(s_strSmall + strJunk, uiSize));
+        stream.seekg(8);
+        EXPECT_TRUE(parser.read(stream).good());
+        EXPECT_EQ("RIFF:WAVE(fmt [16] data[4])", outline(parser));
+    }
+}
+
 TEST(IFFParserFormSize, KeepsAFewBytesThatCannotBeAChunk)
 {
     for (std::size_t uiTail = 1; uiTail <= 7; ++uiTail) {
