@@ -494,7 +494,7 @@ bool AnnotatedFile::updateFile(const char* in_szFile)
 {
     const char* szFile = nameOf(in_szFile);
     const Annotations vAnnotations = m_vAnnotations;
-    if (!prepareToWrite())
+    if (!prepareToWrite() || !m_parser.fitsFile())
         return reportFault(s_szWritingFault, szFile);
     if (m_parser.canBeUpdated())
         return updateInPlace(szFile) || reportFault(s_szWritingFault, szFile);

@@ -264,12 +264,25 @@ void FormReader::readPlain(Chunk& inout_chunk, std::uint64_t in_uiSize)
     inout_chunk.m_uiSizeLeftInFile = static_cast<std::uint32_t>(std::min(uiMax, m_source.skip(in_uiSize)));
 }
 
+// Takes what a container begins with, a form type or a count. Where the file ends within, its bytes stay as they are.
+bool FormReader::takeHead(Chunk& inout_chunk, std::uint32_t& out_uiHead)
+{
+    std::uint8_t aucHead[s_uiContainerHead];
+    const std::size_t uiTaken = m_source.take(aucHead, sizeof aucHead);
+    if (uiTaken == sizeof aucHead) {
+        out_uiHead = littleEndian<std::uint32_t>(aucHead);
+        return true;
+    }
+    inout_chunk.m_bOpaque = true;
+    inout_chunk.m_vData.assign(aucHead, aucHead + uiTaken);
+    return false;
+}
+
 // Recursion ends at IFFParser::s_uiMaxDepth.
 void FormReader::readChildren(Chunk& inout_chunk, std::uint64_t in_uiEnd, unsigned in_uiDepth)
 {
-    std::uint8_t aucFormType[4] = {};
-    m_source.take(aucFormType, sizeof aucFormType);
-    inout_chunk.m_uiFormType = littleEndian<Chunk::ChunkId>(aucFormType);
+    if (!takeHead(inout_chunk, inout_chunk.m_uiFormType))
+        return;
     while (m_source.position() < in_uiEnd) {
         const Header header = takeHeader(in_uiEnd);
         if (!header.isWhole()) {
@@ -284,9 +297,9 @@ void FormReader::readChildren(Chunk& inout_chunk, std::uint64_t in_uiEnd, unsign
 void FormReader::readCuePoints(Chunk& inout_chunk, std::uint64_t in_uiSize)
 {
     const std::uint64_t uiEnd = m_source.position() + in_uiSize;
-    std::uint8_t aucCount[4] = {};
-    m_source.take(aucCount, std::min<std::uint64_t>(in_uiSize, sizeof aucCount));
-    const std::uint32_t uiCount = littleEndian<std::uint32_t>(aucCount);
+    std::uint32_t uiCount = 0;
+    if (!takeHead(inout_chunk, uiCount))
+        return;
     const std::uint64_t uiWhole = (uiEnd - std::min(uiEnd, m_source.position())) / s_uiCuePointSize;
     if (uiCount > uiWhole)
         warn(placeOf(inout_chunk) + " counts " + std::to_string(uiCount) + " cue points, of which " +

@@ -41,6 +41,7 @@ private:
     bool addChunk(Chunk::List& inout_list, const Header& in_header, std::uint64_t in_uiEnd, unsigned in_uiDepth);
     void readChunk(Chunk& inout_chunk, std::uint64_t in_uiSize, std::uint64_t in_uiEnd, unsigned in_uiDepth);
     void readContents(Chunk& inout_chunk, std::uint64_t in_uiSize, unsigned in_uiDepth);
+    bool takeHead(Chunk& inout_chunk, std::uint32_t& out_uiHead);
     void readChildren(Chunk& inout_chunk, std::uint64_t in_uiEnd, unsigned in_uiDepth);
     void readCuePoints(Chunk& inout_chunk, std::uint64_t in_uiSize);
     void readPlain(Chunk& inout_chunk, std::uint64_t in_uiSize);

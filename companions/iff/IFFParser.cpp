@@ -92,7 +92,7 @@ std::istream& IFFParser::readForm(std::istream& io_stream, bool in_bWithAudio)
     return io_stream;
 }
 
-bool IFFParser::canBeWritten() const
+bool IFFParser::fitsFile() const
 {
     if (m_form.empty()) {
         CORVANA_LOG_ERROR(fileScopeLogger(), "No WAV file to write");
@@ -103,6 +103,13 @@ bool IFFParser::canBeWritten() const
         CORVANA_LOG_ERROR(fileScopeLogger(), "A WAV file cannot have " << uiSize << " bytes: its sizes have 32 bits");
         return false;
     }
+    return true;
+}
+
+bool IFFParser::canBeWritten() const
+{
+    if (!fitsFile())
+        return false;
     if (hasDataLeftInFile(m_form.front())) {
         CORVANA_LOG_ERROR(fileScopeLogger(), "A WAV file that was read without its audio cannot be written");
         return false;

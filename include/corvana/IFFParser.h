@@ -40,7 +40,8 @@ private:
     bool m_bUnlinked = false; // the last step is already what comes behind the chunk that was here
 };
 
-/// A RIFF file of form "WAVE" as a tree of chunks. What is read and written again unchanged keeps every byte.
+/// A RIFF file of form "WAVE" as a tree of chunks. What is read and written again unchanged keeps every byte, but for
+/// what is mended below.
 ///
 /// Files that recorders leave behind are read as far as they go, each oddity with a warning of the logger
 /// "kestrivon.iff.IFFParser":
@@ -49,7 +50,7 @@ private:
 /// - A chunk that claims more than is left of its container is cut there.
 /// - "data" of size 0xFFFFFFFF, or of size 0 in a form of size 0 or 0xFFFFFFFF, reaches to the end of the file.
 /// - A missing padding byte is no fault; behind the form's last chunk it is written.
-/// - "cue " has as many points as both its count and its data allow.
+/// - "cue " has as many points as both its count and its data allow; the count becomes theirs.
 /// - Containers nested deeper than s_uiMaxDepth stay plain bytes.
 /// Bytes behind the form are kept. Refused, with an error: what is no RIFF form "WAVE" (also RIFX and RF64), a read
 /// error, and more than s_uiMaxNbOfChunks chunks. Memory: the file's size, and 160 bytes for each chunk.
@@ -79,6 +80,8 @@ public:
 
     /// Whether write() would be able to: the same checks, with the same errors.
     bool canBeWritten() const;
+    /// Whether there is a tree, of which no size passes 32 bits; otherwise with the same errors.
+    bool fitsFile() const;
 
     /// Whether update() can be used: all data left in the file would stay where it was read, and no size passes 32
     /// bits. Logs nothing.

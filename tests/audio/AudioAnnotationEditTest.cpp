@@ -829,6 +829,25 @@ TEST_F(UpdateFile, TakesARecordingOfNearlyFourGigabytes)
     EXPECT_EQ(hex(strRecords), hex({std::istreambuf_iterator<char>(written), {}}));
 }
 
+TEST_F(UpdateFile, RefusesMoreThanFourGigabytesWithoutReadingTheAudio)
+{
+    const auto uiData = std::uint32_t{0xFFFFFFFE} - 4 - 24 - 8;
+    m_strFile = m_folder.write("target.wav", "RIFF" + littleEndian32(0xFFFFFFFE) + "WAVE" + fmtChunk() + "data" +
+                                                 littleEndian32(uiData));
+    std::filesystem::resize_file(m_strFile, 44 + std::uintmax_t{uiData});
+    AnnotatedFile file;
+    std::ifstream stream(m_strFile, std::ios::binary);
+    ASSERT_TRUE(file.readRegionsFromWAV(stream).good());
+    file.annotations().push_back(s_beep);
+    const LogCapture log("kestrivon", 30000);
+
+    EXPECT_FALSE(file.updateFile(m_strFile.c_str())); // reading it would take minutes, and 4 GiB of memory
+
+    EXPECT_THAT(log.texts(), ElementsAre("A WAV file cannot have 4294967388 bytes: its sizes have 32 bits",
+                                         "Error writing WAV file : " + m_strFile));
+    EXPECT_EQ(44 + std::uintmax_t{uiData}, std::filesystem::file_size(m_strFile));
+}
+
 TEST_F(UpdateFile, KeepsItsAnnotations)
 {
     m_strFile = m_folder.write("target.wav", riff(cueChunk({}) + s_strHead)); // the audio has to move

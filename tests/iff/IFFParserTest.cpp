@@ -571,6 +571,21 @@ TEST(IFFParserRoundTrip, KeepsAListWithoutAFormType)
     }
 }
 
+TEST(IFFParserRoundTrip, KeepsAContainerThatTheFileCutsWithinItsHead)
+{
+    for (const char* szContainer : {"LIST", "cue "})
+        for (const std::string& strData : {std::string("a"), std::string("ab"), std::string("abc")}) {
+            const std::string strFile =
+                riff(ChunkBuilder(szContainer).text(strData, "").claim(1000).unpadded().bytes());
+
+            // Nothing is put in where nothing was: but for the true size and the padding, the bytes are those read.
+            const std::string strPadded = strData.size() % 2 == 1 ? strData + '\0' : strData;
+            const std::string strExpected =
+                riff(szContainer + littleEndian32(static_cast<std::uint32_t>(strData.size())) + strPadded);
+            EXPECT_EQ(hex(strExpected), hex(rewritten(strFile))) << szContainer << strData;
+        }
+}
+
 TEST(IFFParserRoundTrip, KeepsACueChunkWithoutACount)
 {
     for (const std::string& strData : {std::string(), std::string("a"), std::string("ab"), std::string("abc")}) {
