@@ -38,7 +38,8 @@ inline std::string listed(const std::vector<Annotation>& in_vAnnotations)
     text.imbue(std::locale::classic());
     const char* szBetween = "";
     for (const Annotation& annotation : in_vAnnotations) {
-        text << szBetween << static_cast<int>(annotation.m_type) << ' ' << annotation.m_dStartTime << '-' << annotation.m_dStopTime;
+        text << szBetween << static_cast<int>(annotation.m_type) << ' ' << annotation.m_dStartTime << '-'
+             << annotation.m_dStopTime;
         szBetween = " ";
     }
     return text.str();
