@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // The spectrum of one window, and of eight at once, for each instruction set that this processor has, beside the
-// literal algorithm; and, with CORVANA_BENCH_PEERS, beside FFTW.
+// literal algorithm; and, with CORVANA_BENCH_PEERS, beside FFTW, KissFFT and GSL.
 #include "BenchSupport.h"
+#include "MathSpectrumPeers.h"
 #include "PlainSpectrum.h"
-#ifdef CORVANA_BENCH_FFTW
-#include "FftwSpectrum.h"
-#endif
 
 #include "corvana/MathSimd.h"
 #include "corvana/MathSpectrumPlan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -111,32 +110,53 @@ void eightLiteral(benchmark::State& inout_state)
     });
 }
 
-#ifdef CORVANA_BENCH_FFTW
-void oneByFftw(benchmark::State& inout_state, FftwSpectrum::Around in_around)
+// A peer must do the work: its spectra are the plain ones, but for rounding.
+bool givesThePlainSpectra(PeerSpectrum& inout_peer, std::size_t in_uiSize)
+{
+    const Math::DoubleVector vSamples = noise(s_uiNbAtOnce * in_uiSize);
+    Math::DoubleVector vBins(s_uiNbAtOnce * in_uiSize / 2);
+    Math::DoubleVector vBinsOfOne(in_uiSize / 2);
+    const std::vector<const double*> vpWindows = windowsIn(vSamples, in_uiSize);
+    const std::vector<double> vTaper = Plain::hannTable(in_uiSize);
+    inout_peer.computeEight(vpWindows.data(), spectraIn(vBins, in_uiSize).data());
+    const double* pBins = vBins.data();
+    for (const double* const pWindow : vpWindows) {
+        inout_peer.compute(pWindow, vBinsOfOne.data());
+        const double* pBinsOfOne = vBinsOfOne.data();
+        for (const double dExpected : Plain::spectrum(std::vector<double>(pWindow, pWindow + in_uiSize), vTaper))
+            if (!(std::abs(*pBins++ - dExpected) <= 1e-12) || !(std::abs(*pBinsOfOne++ - dExpected) <= 1e-12))
+                return false;
+    }
+    return true;
+}
+
+void oneByPeer(benchmark::State& inout_state, SpectrumPeer::Make in_make)
 {
     const std::size_t uiSize = sizeOf(inout_state);
     const Math::DoubleVector vTaper = taperOf(uiSize);
-    const FftwSpectrum spectrum(vTaper.data(), uiSize, in_around);
+    const auto pSpectrum = in_make(vTaper.data(), uiSize);
+    if (!givesThePlainSpectra(*pSpectrum, uiSize))
+        return inout_state.SkipWithError("another spectrum");
     const Math::DoubleVector vWindow = noise(uiSize);
     Math::DoubleVector vBins(uiSize / 2);
     for (auto unused : inout_state) {
-        spectrum.compute(vWindow.data(), vBins.data());
+        pSpectrum->compute(vWindow.data(), vBins.data());
         benchmark::DoNotOptimize(vBins.data());
         benchmark::ClobberMemory();
     }
     countSamples(inout_state, uiSize);
 }
 
-void eightByFftw(benchmark::State& inout_state, FftwSpectrum::Around in_around)
+void eightByPeer(benchmark::State& inout_state, SpectrumPeer::Make in_make)
 {
     const Math::DoubleVector vTaper = taperOf(sizeOf(inout_state));
-    const FftwSpectrum spectrum(vTaper.data(), sizeOf(inout_state), in_around);
+    const auto pSpectrum = in_make(vTaper.data(), sizeOf(inout_state));
+    if (!givesThePlainSpectra(*pSpectrum, sizeOf(inout_state)))
+        return inout_state.SkipWithError("other spectra");
     eightWindows(inout_state, [&](const double* const* in_ppWindows, double* const* out_ppBins) {
-        for (std::size_t uiWindow = 0; uiWindow < s_uiNbAtOnce; ++uiWindow)
-            spectrum.compute(in_ppWindows[uiWindow], out_ppBins[uiWindow]);
+        pSpectrum->computeEight(in_ppWindows, out_ppBins);
     });
 }
-#endif
 
 template <class FunctionT, class... ArgumentsT>
 void add(const std::string& in_strName, FunctionT in_function, ArgumentsT... in_arguments)
@@ -155,12 +175,11 @@ bool addAll()
     }
     add("OneWindow_Literal", oneLiteral);
     add("EightWindows_Literal", eightLiteral);
-#ifdef CORVANA_BENCH_FFTW
-    add("OneWindow_fftw", oneByFftw, FftwSpectrum::PLAIN);
-    add("OneWindow_fftwfast", oneByFftw, FftwSpectrum::FAST);
-    add("EightWindows_fftw", eightByFftw, FftwSpectrum::PLAIN);
-    add("EightWindows_fftwfast", eightByFftw, FftwSpectrum::FAST);
-#endif
+    for (const SpectrumPeer& peer : spectrumPeers()) {
+        if (!peer.m_bOnlyEight)
+            add("OneWindow_" + peer.m_strName, oneByPeer, peer.m_pMake);
+        add("EightWindows_" + peer.m_strName, eightByPeer, peer.m_pMake);
+    }
     return true;
 }
 

@@ -3,18 +3,19 @@
 
 #include <cstddef>
 
-// The loops around FFTW's transform, for the two sources that compile them differently.
+// The loops around the transform of another library, for the two sources that compile them differently: as the library
+// is (-O3, any x86-64 processor, additions in the written order), and with -ffast-math -march=native.
 
 namespace Corvana::Bench {
 
-struct FftwLoops
+struct PeerLoops
 {
     void (*m_pTaper)(const double* in_pWindow, const double* in_pTaper, double* out_pSamples, std::size_t in_uiSize);
     void (*m_pNormalisePowers)(const double* in_pPoints, double* out_pBins, std::size_t in_uiNbOfBins);
 };
 
-extern const FftwLoops s_plainFftwLoops;
-extern const FftwLoops s_fastFftwLoops;
+extern const PeerLoops s_plainPeerLoops;
+extern const PeerLoops s_fastPeerLoops;
 
 namespace {
 
@@ -41,7 +42,7 @@ void normalisePowers(const double* __restrict in_pPoints, double* __restrict out
         out_pBins[uiBin] *= dReciprocal;
 }
 
-constexpr FftwLoops s_loops{taper, normalisePowers};
+constexpr PeerLoops s_loops{taper, normalisePowers};
 
 } // namespace
 } // namespace Corvana::Bench
