@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+// `corvana features` as a whole process, from its start to the last byte of the CSV file, beside the same features of
+// the same recording computed within this process and written nowhere. Both are processor time, user and system. The
+// recording, an hour at 8 kHz, and the CSV file lie in memory.
+#include "BenchSupport.h"
+
+#include "corvana/AudioFeatureComputerImpl.h"
+#include "corvana/AudioWindowedFileReader.h"
+
+#include <sndfile.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace Corvana::Bench {
+namespace {
+
+constexpr sf_count_t s_iNbOfFrames = 3600L * 8000L;
+constexpr unsigned long s_uiNbOfRows = 3600UL * 8000UL / 128UL;
+const char* const s_aszFeatures[] = {"spectrum500hz", "spectrum|flatness"}; // the command's default
+
+std::string pathOf(int in_iDescriptor)
+{
+    return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(in_iDescriptor);
+}
+
+// A tone in noise that swells and fades, made once.
+const std::string& recording()
+{
+    static const std::string s_strPath = [] {
+        const std::string strPath = pathOf(memfd_create("hour", MFD_CLOEXEC));
+        SF_INFO info = {};
+        info.samplerate = 8000;
+        info.channels = 1;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+        Math::DoubleVector vFrames = noise(s_iNbOfFrames);
+        double dFrame = 0.0;
+        for (double& dSample : vFrames) {
+            dSample = 0.2 * std::sin(0.3 * dFrame) + 0.1 * dSample * (1.0 + std::sin(0.0001 * dFrame));
+            dFrame += 1.0;
+        }
+        const std::unique_ptr<SNDFILE, decltype(&sf_close)> pFile(sf_open(strPath.c_str(), SFM_WRITE, &info), sf_close);
+        if (sf_write_double(pFile.get(), vFrames.data(), s_iNbOfFrames) != s_iNbOfFrames)
+            throw std::runtime_error("cannot write the recording");
+        return strPath;
+    }();
+    return s_strPath;
+}
+
+double seconds(const rusage& in_usage)
+{
+    const auto of = [](const timeval& in_time) {
+        return static_cast<double>(in_time.tv_sec) + 1e-6 * static_cast<double>(in_time.tv_usec);
+    };
+    return of(in_usage.ru_utime) + of(in_usage.ru_stime);
+}
+
+// Negative when the command failed.
+double runCommand(const std::string& in_strTable)
+{
+    std::string astrArguments[] = {CORVANA_BENCH_PROGRAM, "features", "--quiet", "--output", in_strTable, recording()};
+    char* aszArguments[std::size(astrArguments) + 1] = {};
+    for (std::size_t uiArgument = 0; uiArgument < std::size(astrArguments); ++uiArgument)
+        aszArguments[uiArgument] = astrArguments[uiArgument].data();
+    pid_t pid = 0;
+    int iStatus = 0;
+    rusage usage = {};
+    if (posix_spawn(&pid, CORVANA_BENCH_PROGRAM, nullptr, nullptr, aszArguments, environ) != 0 ||
+        wait4(pid, &iStatus, 0, &usage) != pid || iStatus != 0)
+        return -1.0;
+    return seconds(usage);
+}
+
+void ProgramFeatures_Command(benchmark::State& inout_state)
+{
+    const int iTable = memfd_create("table", MFD_CLOEXEC);
+    for (auto unused : inout_state) {
+        if (ftruncate(iTable, 0) != 0)
+            inout_state.SkipWithError("cannot empty the table");
+        const double dSeconds = runCommand(pathOf(iTable));
+        inout_state.SetIterationTime(dSeconds);
+        if (dSeconds < 0.0)
+            inout_state.SkipWithError("the command failed");
+    }
+    close(iTable);
+    countSamples(inout_state, s_iNbOfFrames);
+}
+
+void ProgramFeatures_Own(benchmark::State& inout_state)
+{
+    Audio::FeatureComputerImpl computer;
+    for (const char* const szFeature : s_aszFeatures)
+        if (!computer.addFeature(szFeature))
+            return inout_state.SkipWithError("no such feature");
+    Audio::LinearAudioWindower::Config config;
+    config.m_uiWindowSizeMs = 16;
+    Audio::WindowedAudioFileReader reader;
+    reader.configure(config);
+    Math::DoubleVector vWindow;
+    Math::DoubleVector vValues;
+    for (auto unused : inout_state) {
+        rusage before = {};
+        rusage after = {};
+        getrusage(RUSAGE_SELF, &before);
+        unsigned long uiNbOfRows = 0;
+        for (bool bOpen = reader.setSourceAudioFile(recording().c_str()); bOpen && reader.getNextWindow(vWindow);) {
+            computer.setWindow(vWindow);
+            uiNbOfRows += computer.computeFeatures(vValues) ? 1 : 0;
+            benchmark::DoNotOptimize(vValues.data());
+            benchmark::ClobberMemory();
+        }
+        getrusage(RUSAGE_SELF, &after);
+        inout_state.SetIterationTime(seconds(after) - seconds(before));
+        if (uiNbOfRows != s_uiNbOfRows)
+            inout_state.SkipWithError("rows are missing");
+    }
+    countSamples(inout_state, s_iNbOfFrames);
+}
+
+void anHour(benchmark::internal::Benchmark* inout_pBenchmark)
+{
+    inout_pBenchmark->Arg(s_iNbOfFrames)->UseManualTime();
+}
+
+BENCHMARK(ProgramFeatures_Command)->Apply(anHour);
+BENCHMARK(ProgramFeatures_Own)->Apply(anHour);
+
+} // namespace
+} // namespace Corvana::Bench
