@@ -17,7 +17,7 @@ struct RoadLoops
     void (*m_pNormalisePowers)(const double* in_pPoints, double* out_pBins);
     void (*m_pNormaliseMagnitudes)(const float* in_pMagnitudes, double* out_pBins);
     double (*m_pFlatness)(const double* in_pBins);
-    void (*m_pBands)(const double* in_pBins, double* out_pBands);
+    void (*m_pRanges)(const double* in_pBins, double* out_pValues);
     double (*m_pCrossingRate)(const double* in_pWindow, double in_dPrevious);
 };
 
@@ -29,7 +29,6 @@ namespace {
 constexpr std::size_t s_uiRoadWindow = 256;
 constexpr std::size_t s_uiRoadHop = 128;
 constexpr std::size_t s_uiRoadBins = 128;
-constexpr std::size_t s_uiRoadBands = 4;
 
 void taper(const double* __restrict in_pWindow, const double* __restrict in_pTaper, double* __restrict out_pSamples)
 {
@@ -95,17 +94,23 @@ double flatness(const double* in_pBins)
     return dMean == 1.0 ? dMean : dMean * static_cast<double>(s_uiRoadBins);
 }
 
-// Sums of 32 bins; the last band has bin 3 once more, as the feature's has.
-void bands(const double* __restrict in_pBins, double* __restrict out_pBands)
+struct RoadRange
 {
-    constexpr std::size_t uiBinsOfBand = s_uiRoadBins / s_uiRoadBands;
-    for (std::size_t uiBand = 0; uiBand < s_uiRoadBands; ++uiBand) {
-        double dSum = 0.0;
-        for (std::size_t uiBin = 0; uiBin < uiBinsOfBand; ++uiBin)
-            dSum += in_pBins[uiBand * uiBinsOfBand + uiBin];
-        out_pBands[uiBand] = dSum;
+    std::size_t m_uiFirstBin;
+    std::size_t m_uiNbOfBins;
+    double m_dOffset; // of the centre, in bins of 31.25 Hz
+};
+
+// 425, 950, 1400 and 2100 Hz with 50, 100, 100 and 150 Hz to either side.
+constexpr RoadRange s_aRoadRanges[] = {{12, 5, -0.4}, {26, 9, 0.4}, {41, 9, -0.2}, {62, 11, 0.2}};
+
+void ranges(const double* __restrict in_pBins, double* __restrict out_pValues)
+{
+    for (const RoadRange& range : s_aRoadRanges) {
+        for (std::size_t uiBin = 0; uiBin < range.m_uiNbOfBins; ++uiBin)
+            *out_pValues++ = in_pBins[range.m_uiFirstBin + uiBin];
+        *out_pValues++ = range.m_dOffset;
     }
-    out_pBands[s_uiRoadBands - 1] += in_pBins[s_uiRoadBands - 1];
 }
 
 // Sign changes and arrivals at exactly 0.
@@ -121,7 +126,7 @@ double crossingRate(const double* in_pWindow, double in_dPrevious)
     return static_cast<double>(uiCrossings) / static_cast<double>(s_uiRoadWindow);
 }
 
-constexpr RoadLoops s_roadLoops{taper, normalisePowers, normaliseMagnitudes, flatness, bands, crossingRate};
+constexpr RoadLoops s_roadLoops{taper, normalisePowers, normaliseMagnitudes, flatness, ranges, crossingRate};
 
 } // namespace
 } // namespace Corvana::Bench

@@ -78,11 +78,11 @@ private:
         const double dPrevious = out_rows.getNbOfRows() == 0 ? 0.0 : in_pWindow[s_uiRoadHop - 1];
         m_loops.m_pTaper(in_pWindow, m_vTaper.data(), m_pSamples.get());
         fftw_execute(m_pPlan.get());
-        m_loops.m_pNormalisePowers(m_pPoints.get(), m_adBins);
-        RoadRow& row = out_rows.next();
-        row.m_dFlatness = m_loops.m_pFlatness(m_adBins);
-        row.m_dCrossingRate = m_loops.m_pCrossingRate(in_pWindow, dPrevious);
-        m_loops.m_pBands(m_adBins, row.m_adBands.data());
+        double* const pRow = out_rows.next().data();
+        m_loops.m_pNormalisePowers(m_pPoints.get(), pRow);
+        pRow[s_uiRoadBins] = m_loops.m_pFlatness(pRow);
+        pRow[s_uiRoadBins + 1] = m_loops.m_pCrossingRate(in_pWindow, dPrevious);
+        m_loops.m_pRanges(pRow, pRow + s_uiRoadBins + 2);
     }
 
     const RoadLoops& m_loops;
@@ -91,13 +91,12 @@ private:
     FftwDoubles m_pSamples;
     FftwDoubles m_pPoints;
     std::unique_ptr<std::remove_pointer_t<fftw_plan>, decltype(&fftw_destroy_plan)> m_pPlan;
-    double m_adBins[s_uiRoadBins];
 };
 #endif
 
 #ifdef CORVANA_BENCH_AUBIO
-// aubio reads, transforms and counts; it has no flatness, no rectangular bands and no normalisation. Those are written
-// around it as around FFTW.
+// aubio reads, transforms and counts; it has no flatness, no ranges of a spectrum and no normalisation. Those are
+// written around it as around FFTW.
 class AubioRoad : public RoadPeer
 {
 public:
@@ -114,8 +113,7 @@ public:
             new_aubio_source_wavread(in_szPath, 0, s_uiRoadHop), del_aubio_source_wavread);
         if (pSource == nullptr)
             return false;
-        const std::unique_ptr<aubio_pvoc_t, decltype(&del_aubio_pvoc)> pVocoder(
-            new_aubio_pvoc(s_uiRoadWindow, s_uiRoadHop), del_aubio_pvoc);
+        reset();
         out_rows.clear();
         fvec_zeros(m_pWindow.get());
         uint_t uiRead = 0;
@@ -125,7 +123,7 @@ public:
             aubio_source_wavread_do(pSource.get(), &m_hop, &uiRead);
             if (uiRead < s_uiRoadHop)
                 return true;
-            aubio_pvoc_do(pVocoder.get(), &m_hop, m_pSpectrum.get());
+            transform();
             if (bFilled)
                 describe(out_rows.next());
             bFilled = true;
@@ -134,19 +132,52 @@ public:
 
     double getTolerance() const override { return 0.05; }
 
-private:
-    void describe(RoadRow& out_row)
-    {
-        s_fastRoadLoops.m_pNormaliseMagnitudes(m_pSpectrum->norm, m_adBins);
-        out_row.m_dFlatness = s_fastRoadLoops.m_pFlatness(m_adBins);
-        out_row.m_dCrossingRate = static_cast<double>(aubio_zero_crossing_rate(m_pWindow.get()));
-        s_fastRoadLoops.m_pBands(m_adBins, out_row.m_adBands.data());
-    }
-
+protected:
     std::unique_ptr<fvec_t, decltype(&del_fvec)> m_pWindow;
     fvec_t m_hop; // the second half of the window
     std::unique_ptr<cvec_t, decltype(&del_cvec)> m_pSpectrum;
-    double m_adBins[s_uiRoadBins];
+
+private:
+    virtual void reset() = 0;
+    virtual void transform() = 0;
+
+    void describe(RoadRow& out_row)
+    {
+        double* const pRow = out_row.data();
+        s_fastRoadLoops.m_pNormaliseMagnitudes(m_pSpectrum->norm, pRow);
+        pRow[s_uiRoadBins] = s_fastRoadLoops.m_pFlatness(pRow);
+        pRow[s_uiRoadBins + 1] = static_cast<double>(aubio_zero_crossing_rate(m_pWindow.get()));
+        s_fastRoadLoops.m_pRanges(pRow, pRow + s_uiRoadBins + 2);
+    }
+};
+
+// Its usual way to spectra of windows that overlap, which gives magnitudes and phases.
+class AubioVocoderRoad : public AubioRoad
+{
+private:
+    void reset() override { m_pVocoder.reset(new_aubio_pvoc(s_uiRoadWindow, s_uiRoadHop)); }
+    void transform() override { aubio_pvoc_do(m_pVocoder.get(), &m_hop, m_pSpectrum.get()); }
+
+    std::unique_ptr<aubio_pvoc_t, decltype(&del_aubio_pvoc)> m_pVocoder{nullptr, del_aubio_pvoc};
+};
+
+// Its transform alone, with the same window and without the phases, which nobody reads here.
+class AubioTransformRoad : public AubioRoad
+{
+private:
+    void reset() override {}
+    void transform() override
+    {
+        fvec_weighted_copy(m_pWindow.get(), m_pTaper.get(), m_pTapered.get());
+        aubio_fft_do_complex(m_pTransform.get(), m_pTapered.get(), m_pPoints.get());
+        aubio_fft_get_norm(m_pPoints.get(), m_pSpectrum.get());
+    }
+
+    char m_szTaper[9] = "hanningz";
+    std::unique_ptr<aubio_fft_t, decltype(&del_aubio_fft)> m_pTransform{new_aubio_fft(s_uiRoadWindow), del_aubio_fft};
+    std::unique_ptr<fvec_t, decltype(&del_fvec)> m_pTaper{new_aubio_window(m_szTaper, s_uiRoadWindow), del_fvec};
+    std::unique_ptr<fvec_t, decltype(&del_fvec)> m_pTapered{new_fvec(s_uiRoadWindow), del_fvec};
+    std::unique_ptr<fvec_t, decltype(&del_fvec)> m_pPoints{new_fvec(s_uiRoadWindow), del_fvec};
 };
 #endif
 
@@ -155,14 +186,14 @@ private:
 std::vector<NamedRoadPeer> roadPeers()
 {
     std::vector<NamedRoadPeer> vPeers;
+    using Made = std::unique_ptr<RoadPeer>;
 #ifdef CORVANA_BENCH_FFTW
-    vPeers.push_back(
-        {"fftw", []() -> std::unique_ptr<RoadPeer> { return std::make_unique<FftwRoad>(s_plainRoadLoops); }});
-    vPeers.push_back(
-        {"fftwfast", []() -> std::unique_ptr<RoadPeer> { return std::make_unique<FftwRoad>(s_fastRoadLoops); }});
+    vPeers.push_back({"fftw", []() -> Made { return std::make_unique<FftwRoad>(s_plainRoadLoops); }});
+    vPeers.push_back({"fftwfast", []() -> Made { return std::make_unique<FftwRoad>(s_fastRoadLoops); }});
 #endif
 #ifdef CORVANA_BENCH_AUBIO
-    vPeers.push_back({"aubio", []() -> std::unique_ptr<RoadPeer> { return std::make_unique<AubioRoad>(); }});
+    vPeers.push_back({"aubio", []() -> Made { return std::make_unique<AubioVocoderRoad>(); }});
+    vPeers.push_back({"aubiofft", []() -> Made { return std::make_unique<AubioTransformRoad>(); }});
 #endif
     return vPeers;
 }

@@ -11,12 +11,9 @@
 
 namespace Corvana::Bench {
 
-struct RoadRow
-{
-    double m_dFlatness;
-    double m_dCrossingRate;
-    std::array<double, 4> m_adBands;
-};
+/// The values of one window: its spectrum, flatness, rate of zero crossings, and four ranges of the spectrum, each with
+/// the place of its centre within the middle bin.
+using RoadRow = std::array<double, 128 + 1 + 1 + 6 + 10 + 10 + 12>;
 
 /// Where the rows of a recording go: the last ones, as many as there is room for, a power of two. Room for one row
 /// costs nothing to write, room for all shows whether they are right.

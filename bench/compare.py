@@ -9,7 +9,7 @@ import statistics
 import sys
 from collections import defaultdict
 
-PEERS = ("Literal", "Memcpy", "Sndfile", "Direct", "Copy", "Whole")
+PEERS = ("Literal", "Memcpy", "Sndfile", "Direct", "Copy", "Whole", "Own")
 
 
 def measurements(paths):
