@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandLine.h"
 
+#include "corvana/MathSimd.h"
 #include "corvana/NumberText.h"
 #include "corvana/Version.h"
 #include "tools/CommandFeatures.h"
@@ -114,6 +115,12 @@ output could not be written.)";
 
 constexpr unsigned long s_uiMaxReadFactor = 1000000;
 
+// With what computes spectra here: the one thing about a machine that support has to ask for.
+std::string version()
+{
+    return std::string("corvana ") + getVersion() + " (" + Math::getSimdName() + ")";
+}
+
 /// The commands with their options; each sets what is to be run.
 class Program
 {
@@ -126,7 +133,7 @@ public:
         , m_app("Measures telephone recordings: a row of audio features for each short window.", "corvana")
     {
         m_app.footer(s_szProgramFooter);
-        m_app.set_version_flag("--version", std::string("corvana ") + getVersion(), "Show the version");
+        m_app.set_version_flag("--version", version, "Show the version, and the processor's instruction set in use");
         m_app.formatter(std::make_shared<PlainFormatter>());
         m_app.require_subcommand(0, 1);
         addFeatures();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandLine.h"
 
+#include "corvana/MathSimd.h"
 #include "corvana/Version.h"
 #include "support/Signals.h"
 #include "support/TempDir.h"
@@ -80,10 +81,10 @@ std::set<std::string> longOptions(const std::string& in_strText)
     return vOptions;
 }
 
-TEST_F(CommandLineTest, ShowsTheVersion)
+TEST_F(CommandLineTest, ShowsTheVersionAndTheInstructionSet)
 {
     EXPECT_EQ(run({"--version"}), EXIT_DONE);
-    EXPECT_EQ(m_data.str(), std::string("corvana ") + getVersion() + "\n");
+    EXPECT_EQ(m_data.str(), std::string("corvana ") + getVersion() + " (" + Math::getSimdName() + ")\n");
 }
 
 TEST_F(CommandLineTest, ShowsHelpToThoseWhoAsk)

@@ -22,6 +22,7 @@ namespace Corvana::Tools {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -69,6 +70,13 @@ TEST_F(ProgramTest, TellsItsVersionAndHelp)
     EXPECT_EQ(run("$C --version >version && $C help >help && $C features --help >>help"), 0);
     EXPECT_THAT(file("version"), StartsWith("corvana "));
     EXPECT_THAT(file("help"), HasSubstr("--window-ms"));
+    EXPECT_EQ(errors(), "");
+}
+
+TEST_F(ProgramTest, TellsTheInstructionSetThatTheEnvironmentForces)
+{
+    EXPECT_EQ(run("CORVANA_SIMD=portable $C --version >version"), 0);
+    EXPECT_THAT(file("version"), EndsWith(" (portable)\n"));
     EXPECT_EQ(errors(), "");
 }
 
