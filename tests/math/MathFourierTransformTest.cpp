@@ -320,21 +320,21 @@ std::vector<std::string> assertionsOfComplex(unsigned long in_uiSize, double in_
 
 TEST(DiscreteFastFourierTransform, ReportsASizeThatIsNoPowerOfTwoAndStaysInsideItsData)
 {
-    for (const unsigned long uiSize : {0, 3, 5, 6, 7, 9, 12, 100, 1000})
+    for (const unsigned long uiSize : {0UL, 3UL, 5UL, 6UL, 7UL, 9UL, 12UL, 100UL, 1000UL})
         for (const double isign : {1.0, -1.0})
             EXPECT_THAT(assertionsOfComplex(uiSize, isign), ElementsAre("isPowerOfTwo(nn)")) << uiSize;
 }
 
 TEST(DiscreteRealFastFourierTransform, ReportsASizeThatIsNoPowerOfTwoInBothTransforms)
 {
-    for (const unsigned long uiSize : {6, 7, 12, 100, 1000})
+    for (const unsigned long uiSize : {6UL, 7UL, 12UL, 100UL, 1000UL})
         for (const double isign : {1.0, -1.0})
             EXPECT_THAT(assertionsOfReal(uiSize, isign), ElementsAre("isPowerOfTwo(n)", "isPowerOfTwo(nn)")) << uiSize;
 }
 
 TEST(DiscreteRealFastFourierTransform, ReportsOnceWhenTheHalvedSizeIsAPowerOfTwo)
 {
-    for (const unsigned long uiSize : {3, 5, 9, 17})
+    for (const unsigned long uiSize : {3UL, 5UL, 9UL, 17UL})
         for (const double isign : {1.0, -1.0})
             EXPECT_THAT(assertionsOfReal(uiSize, isign), ElementsAre("isPowerOfTwo(n)")) << uiSize;
 }
