@@ -2,7 +2,8 @@
 # Flags of our own targets; users of the libraries inherit none of them.
 
 # Numbers must be the same on every machine and at every optimisation level, so no target may contract a
-# multiplication and an addition into one rounding, and none may name an architecture beyond the baseline.
+# multiplication and an addition into one rounding, and none may name an architecture beyond the baseline,
+# but the kernels (companions/math/CMakeLists.txt), which a test looks through for fused instructions.
 function(corvana_set_flags in_target)
   target_compile_features(${in_target} PUBLIC cxx_std_20)
   set_target_properties(${in_target} PROPERTIES CXX_EXTENSIONS OFF)
