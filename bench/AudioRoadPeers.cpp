@@ -186,14 +186,13 @@ private:
 std::vector<NamedRoadPeer> roadPeers()
 {
     std::vector<NamedRoadPeer> vPeers;
-    using Made = std::unique_ptr<RoadPeer>;
 #ifdef CORVANA_BENCH_FFTW
-    vPeers.push_back({"fftw", []() -> Made { return std::make_unique<FftwRoad>(s_plainRoadLoops); }});
-    vPeers.push_back({"fftwfast", []() -> Made { return std::make_unique<FftwRoad>(s_fastRoadLoops); }});
+    vPeers.push_back({"fftw", []() -> MadeRoadPeer { return std::make_unique<FftwRoad>(s_plainRoadLoops); }});
+    vPeers.push_back({"fftwfast", []() -> MadeRoadPeer { return std::make_unique<FftwRoad>(s_fastRoadLoops); }});
 #endif
 #ifdef CORVANA_BENCH_AUBIO
-    vPeers.push_back({"aubio", []() -> Made { return std::make_unique<AubioVocoderRoad>(); }});
-    vPeers.push_back({"aubiofft", []() -> Made { return std::make_unique<AubioTransformRoad>(); }});
+    vPeers.push_back({"aubio", []() -> MadeRoadPeer { return std::make_unique<AubioVocoderRoad>(); }});
+    vPeers.push_back({"aubiofft", []() -> MadeRoadPeer { return std::make_unique<AubioTransformRoad>(); }});
 #endif
     return vPeers;
 }

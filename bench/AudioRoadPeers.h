@@ -51,10 +51,12 @@ protected:
     RoadPeer() = default;
 };
 
+using MadeRoadPeer = std::unique_ptr<RoadPeer>;
+
 struct NamedRoadPeer
 {
     std::string m_strName;
-    std::unique_ptr<RoadPeer> (*m_pMake)();
+    MadeRoadPeer (*m_pMake)();
 };
 
 /// What this program was built with; empty without CORVANA_BENCH_PEERS.

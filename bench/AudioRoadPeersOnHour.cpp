@@ -81,9 +81,9 @@ bool givesThePlainRows(RoadPeer& inout_peer)
     return true;
 }
 
-void analyse(benchmark::State& inout_state, std::unique_ptr<RoadPeer> (*in_pMake)(), bool& inout_bChecked)
+void analyse(benchmark::State& inout_state, MadeRoadPeer (*in_pMake)(), bool& inout_bChecked)
 {
-    const std::unique_ptr<RoadPeer> pPeer = in_pMake();
+    const MadeRoadPeer pPeer = in_pMake();
     if (!inout_bChecked && !givesThePlainRows(*pPeer))
         return inout_state.SkipWithError("other values");
     inout_bChecked = true;

@@ -103,6 +103,7 @@ void ProgramFeatures_Own(benchmark::State& inout_state)
     config.m_uiWindowSizeMs = 16;
     Audio::WindowedAudioFileReader reader;
     reader.configure(config);
+    const std::string& strRecording = recording();
     Math::DoubleVector vWindow;
     Math::DoubleVector vValues;
     for (auto unused : inout_state) {
@@ -110,7 +111,7 @@ void ProgramFeatures_Own(benchmark::State& inout_state)
         rusage after = {};
         getrusage(RUSAGE_SELF, &before);
         unsigned long uiNbOfRows = 0;
-        for (bool bOpen = reader.setSourceAudioFile(recording().c_str()); bOpen && reader.getNextWindow(vWindow);) {
+        for (bool bOpen = reader.setSourceAudioFile(strRecording.c_str()); bOpen && reader.getNextWindow(vWindow);) {
             computer.setWindow(vWindow);
             uiNbOfRows += computer.computeFeatures(vValues) ? 1 : 0;
             benchmark::DoNotOptimize(vValues.data());
