@@ -10,6 +10,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -333,9 +334,9 @@ bool AnnotatedFile::prepareToWrite()
         return false;
     if (!m_vAnnotations.empty())
         appendAnnotations(pList);
-    else if (pList != nullptr && pList->empty())
-        return removeEmptyList(*pList);
-    return true;
+    else if (pList != nullptr && pList->empty() && !removeEmptyList(*pList))
+        return false;
+    return m_parser.fitsFile();
 }
 
 bool AnnotatedFile::removeEmptyList(const Chunk::List& in_list)
@@ -350,11 +351,18 @@ bool AnnotatedFile::removeEmptyList(const Chunk::List& in_list)
 
 namespace {
 
-// The chunk in the form whose children these are; the form's end when there is none.
-Chunk::List::iterator findParent(Chunk::List& inout_form, const Chunk::List* in_pChildren)
+bool holds(const Chunk& in_chunk, const Chunk::List* in_pChildren)
+{
+    return &in_chunk.m_children == in_pChildren ||
+           std::any_of(in_chunk.m_children.begin(), in_chunk.m_children.end(),
+                       [in_pChildren](const Chunk& in_child) { return holds(in_child, in_pChildren); });
+}
+
+// The form's chunk that holds these children, at any depth; the form's end when there is none.
+Chunk::List::iterator findHolder(Chunk::List& inout_form, const Chunk::List* in_pChildren)
 {
     return std::find_if(inout_form.begin(), inout_form.end(),
-                        [in_pChildren](const Chunk& in_chunk) { return &in_chunk.m_children == in_pChildren; });
+                        [in_pChildren](const Chunk& in_chunk) { return holds(in_chunk, in_pChildren); });
 }
 
 } // namespace
@@ -365,6 +373,7 @@ void AnnotatedFile::appendAnnotations(Chunk::List* in_pList)
     Chunk list(s_uiList);
     list.m_uiFormType = s_uiAssociatedData;
     Chunk::List& target = in_pList != nullptr ? *in_pList : list.m_children;
+    const auto uiNbOfOthers = static_cast<Chunk::List::difference_type>(target.size());
     Chunk cue(s_uiCue);
     Chunk::List behind; // what comes after all labels
     for (std::size_t uiIndex = 0; uiIndex < m_vAnnotations.size(); ++uiIndex) {
@@ -376,7 +385,9 @@ void AnnotatedFile::appendAnnotations(Chunk::List* in_pList)
     target.splice(target.end(), behind);
     Chunk::List& form = m_parser.root().m_children;
     // Readers that take labels only to cue points they have seen find none in a list that comes before them.
-    const auto itCue = m_labelOrder == AS_PAIRS ? form.end() : findParent(form, in_pList);
+    auto itCue = form.end();
+    if (m_labelOrder == LABELS_FIRST)
+        itCue = in_pList == &form ? std::next(form.begin(), uiNbOfOthers) : findHolder(form, in_pList);
     form.insert(itCue, std::move(cue));
     if (in_pList == nullptr)
         form.push_back(std::move(list));
@@ -479,7 +490,7 @@ bool eraseMatching(const char* in_szPattern, Annotations& inout_vAnnotations, st
 // Everything that can fail before the target is opened comes before: opening it empties it.
 bool AnnotatedFile::writeToFile(const char* in_szFile, const char* in_szOpeningFault)
 {
-    if (!prepareToWrite() || !m_parser.canBeWritten())
+    if (!prepareToWrite())
         return reportFault(s_szWritingFault, in_szFile);
     std::ofstream stream(in_szFile, std::ios_base::out | std::ios_base::binary);
     if (!stream)
@@ -494,7 +505,7 @@ bool AnnotatedFile::updateFile(const char* in_szFile)
 {
     const char* szFile = nameOf(in_szFile);
     const Annotations vAnnotations = m_vAnnotations;
-    if (!prepareToWrite() || !m_parser.fitsFile())
+    if (!prepareToWrite())
         return reportFault(s_szWritingFault, szFile);
     if (m_parser.canBeUpdated())
         return updateInPlace(szFile) || reportFault(s_szWritingFault, szFile);

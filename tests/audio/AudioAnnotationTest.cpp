@@ -885,11 +885,21 @@ TEST(AnnotatedFileWrite, PutsCuePointsInFrontOfTheListOfLabelsThatComeFirst)
 
     EXPECT_EQ(hex(strFile), hex(replaced(s_strTwo, s_vTwo, AnnotatedFile::LABELS_FIRST)));
     EXPECT_EQ(hex(strFile), hex(replaced(strFile, s_vTwo, AnnotatedFile::LABELS_FIRST)));
-    // Where the list is none of the form's own, they go to the end.
-    EXPECT_EQ(
-        hex(wav(listChunk("outr", adtlChunk(lablChunk(1, "MALE") + ltxtChunk(1, 400))) + cueChunk({cuePoint(1, 800)}))),
-        hex(replaced(wav(listChunk("outr", adtlChunk(ChunkBuilder("note").text("n.", "").bytes()))), {s_vTwo.front()},
-                     AnnotatedFile::LABELS_FIRST)));
+}
+
+TEST(AnnotatedFileWrite, PutsCuePointsInFrontOfLabelsThatComeFirstWhereverTheirListIs)
+{
+    const std::string strNote = ChunkBuilder("note").text("n.", "").bytes();
+    const std::string strRecords = lablChunk(1, "MALE") + ltxtChunk(1, 400);
+    const std::string strCue = cueChunk({cuePoint(1, 800)});
+    const std::vector<Annotation> vOne{s_vTwo.front()};
+
+    EXPECT_EQ(hex(wav(strCue + listChunk("outr", adtlChunk(strRecords)) + plain("last", "z."))),
+              hex(replaced(wav(listChunk("outr", adtlChunk(strNote)) + plain("last", "z.")), vOne,
+                           AnnotatedFile::LABELS_FIRST)));
+    // A list that is the form itself.
+    EXPECT_EQ(hex(wav(plain("last", "z.") + strCue + strRecords)),
+              hex(replaced(wav(strNote + plain("last", "z.")), vOne, AnnotatedFile::LABELS_FIRST)));
 }
 
 TEST(AnnotatedFileWrite, MovesCuePointsBehindTheListThatStaysThenWritesTheSameAgain)

@@ -790,6 +790,15 @@ TEST(IFFParserChunkSize, ReachesToTheEndOfTheFileForDataThatDoesNotKnow)
                 ElementsAre("Chunk data at byte 36 does not tell its size. It reaches to the end of the file."));
 }
 
+TEST(IFFParserChunkSize, ReachesToTheEndOfItsListForDataWithinOne)
+{
+    const std::string strList = listChunk("wavl", ChunkBuilder("data").text("ABCD", "").claim(0xFFFFFFFF).bytes());
+    const std::string strFile = riff(strList + plain("last", "z."));
+
+    EXPECT_EQ("RIFF:WAVE(LIST:wavl(data[4]) last[2])", outlineOf(strFile));
+    EXPECT_EQ(hex(strFile), hex(rewritten(strFile)));
+}
+
 TEST(IFFParserChunkSize, IsZeroForDataOfAFormThatKnowsItsOwn)
 {
     const std::string strFile = riff(plain("fmt ", "0123456789abcdef") + plain("data", "") + plain("last", "z."));
