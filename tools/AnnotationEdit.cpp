@@ -322,33 +322,34 @@ std::string AnnotationEdit::checkNotes(const std::string& in_strPath, const Regi
 
 std::string AnnotationEdit::write(const std::string& in_strFile, AnnotatedFile& inout_file)
 {
-    const AnnotatedFile written = inout_file;
+    const Regions vWanted = inout_file.annotations();
     inout_file.setLabelOrder(m_options.m_bInterop ? AnnotatedFile::LABELS_FIRST : AnnotatedFile::AS_PAIRS);
     errno = 0;
-    if (inout_file.updateFile(in_strFile.c_str()))
-        return checkReadBack(in_strFile, written);
+    if (inout_file.updateFile(in_strFile.c_str())) {
+        inout_file = AnnotatedFile(); // what is read back may be as large
+        return checkReadBack(in_strFile, vWanted);
+    }
     const int iError = errno;
     const std::string strReason = m_log.takeErrors();
     return iError == 0 ? strReason : strReason + " (" + std::strerror(iError) + ")";
 }
 
 // Nothing takes the place of a recording that would not be read the way it was meant.
-std::string AnnotationEdit::checkReadBack(const std::string& in_strFile, const AnnotatedFile& in_written)
+std::string AnnotationEdit::checkReadBack(const std::string& in_strFile, const Regions& in_vWanted)
 {
     AnnotatedFile found;
     const std::string strFault = readRegionsOf(in_strFile, found, m_log);
     if (!strFault.empty())
         return "what would be written could not be read again: " + strFault;
-    const Regions& vWanted = in_written.annotations();
     const Regions& vFound = found.annotations();
     const auto isAsWanted = [&](const Annotation& in_wanted, const Annotation& in_found) {
         return in_wanted.m_type == in_found.m_type && isNear(in_wanted.m_dStartTime, in_found.m_dStartTime, found) &&
                isNear(in_wanted.m_dStopTime, in_found.m_dStopTime, found);
     };
-    if (std::equal(vWanted.begin(), vWanted.end(), vFound.begin(), vFound.end(), isAsWanted))
+    if (std::equal(in_vWanted.begin(), in_vWanted.end(), vFound.begin(), vFound.end(), isAsWanted))
         return {};
     return "what would be written reads as " + counted(vFound.size(), "region") + " unlike the " +
-           std::to_string(vWanted.size()) + " that were meant";
+           std::to_string(in_vWanted.size()) + " that were meant";
 }
 
 } // namespace Corvana::Tools

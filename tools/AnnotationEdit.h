@@ -76,8 +76,9 @@ private:
     std::string apply(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
                       Audio::AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged);
     std::string checkNotes(const std::string& in_strPath, const RegionNotes& in_vNotes) const;
+    /// Leaves nothing of the file in memory when it succeeds.
     std::string write(const std::string& in_strFile, Audio::AnnotatedFile& inout_file);
-    std::string checkReadBack(const std::string& in_strFile, const Audio::AnnotatedFile& in_written);
+    std::string checkReadBack(const std::string& in_strFile, const Regions& in_vWanted);
 
     const AnnotationEditOptions& m_options;
     std::ostream& m_data;

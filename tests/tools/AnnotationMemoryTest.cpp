@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+// Counts every byte that this program and the libraries it loads hold at one time, and how often they ask for some.
+#include "RecordingsTest.h"
+#include "support/LogCapture.h"
+#include "tools/AnnotationChecker.h"
+#include "tools/ExitCode.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+#include <malloc.h>
+
+namespace {
+
+std::atomic<std::size_t> s_uiLive{0};
+std::atomic<std::size_t> s_uiPeak{0};
+std::atomic<std::size_t> s_uiNbOfRequests{0};
+
+} // namespace
+
+void* operator new(std::size_t in_uiSize)
+{
+    void* pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
+    if (pBlock == nullptr)
+        throw std::bad_alloc();
+    ++s_uiNbOfRequests;
+    const std::size_t uiLive = s_uiLive += malloc_usable_size(pBlock);
+    for (std::size_t uiPeak = s_uiPeak; uiLive > uiPeak && !s_uiPeak.compare_exchange_weak(uiPeak, uiLive);) {
+    }
+    return pBlock;
+}
+
+void* operator new[](std::size_t in_uiSize)
+{
+    return operator new(in_uiSize);
+}
+
+void operator delete(void* in_pBlock) noexcept
+{
+    s_uiLive -= malloc_usable_size(in_pBlock);
+    std::free(in_pBlock);
+}
+
+void operator delete[](void* in_pBlock) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+void operator delete(void* in_pBlock, std::size_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+void operator delete[](void* in_pBlock, std::size_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+namespace Corvana::Tools {
+namespace {
+
+using namespace Corvana::Test;
+
+constexpr std::size_t s_uiMegabyte = 1 << 20;
+
+class AnnotationMemoryTest : public RecordingsTest
+{
+protected:
+    // A chunk of another program that takes no room on the disk, behind the audio.
+    std::string makeFileWithForeignChunk(std::uint32_t in_uiSize) const
+    {
+        const std::string strFront =
+            fmtChunk() + dataChunk(audioBytes(16000)) + ChunkBuilder("junk").claim(in_uiSize).bytes();
+        const std::string strFile =
+            m_dir.write("a.wav", ChunkBuilder("RIFF")
+                                     .text("WAVE", "form")
+                                     .add(strFront)
+                                     .claim(static_cast<std::uint32_t>(4 + strFront.size()) + in_uiSize)
+                                     .bytes());
+        std::filesystem::resize_file(strFile, std::filesystem::file_size(strFile) + in_uiSize);
+        return strFile;
+    }
+
+    // Of regions whose labels are no types.
+    std::string makeFileWithBadLabels(std::uint32_t in_uiCount) const
+    {
+        std::vector<std::string> vPoints;
+        std::string strRecords;
+        for (std::uint32_t uiCueId = 1; uiCueId <= in_uiCount; ++uiCueId) {
+            vPoints.push_back(cuePoint(uiCueId, 0));
+            strRecords += ltxtChunk(uiCueId, 1) + lablChunk(uiCueId, "UNHEARD_OF");
+        }
+        return m_dir.write("a.wav",
+                           riff(fmtChunk() + dataChunk(audioBytes(16)) + cueChunk(vPoints) + adtlChunk(strRecords)));
+    }
+};
+
+TEST_F(AnnotationMemoryTest, HoldsOneCopyOfWhatOtherProgramsStoredWhileAFileIsEdited)
+{
+    constexpr std::size_t uiForeign = 64 * s_uiMegabyte;
+    const std::string strFile = makeFileWithForeignChunk(uiForeign);
+
+    const std::size_t uiBefore = s_uiLive;
+    s_uiPeak = uiBefore;
+    EXPECT_EQ(annotations({"add", strFile, "VOICE", "0", "1"}), EXIT_DONE) << m_messages.str();
+
+    EXPECT_LE(s_uiPeak - uiBefore, uiForeign + 16 * s_uiMegabyte);
+    EXPECT_EQ(regionsOf(strFile), "0,VOICE,0,1\n");
+}
+
+TEST_F(AnnotationMemoryTest, LooksForNoTypesThatResembleTheLabelsOfFindingsThatAreOnlyCounted)
+{
+    const LogCapture log;
+    const auto requestsFor = [this](std::uint32_t in_uiCount) {
+        const std::string strFile = makeFileWithBadLabels(in_uiCount);
+        AnnotationChecker checker;
+        const std::size_t uiBefore = s_uiNbOfRequests;
+        EXPECT_EQ(checker.check(strFile), "");
+        EXPECT_EQ(checker.getNbOf(Finding::ERROR), in_uiCount);
+        return s_uiNbOfRequests - uiBefore;
+    };
+    constexpr auto uiMost = static_cast<std::uint32_t>(AnnotationChecker::s_uiMaxNbOfFindings);
+
+    // Each region takes some memory, but there are more types than that.
+    EXPECT_LE(requestsFor(2 * uiMost) - requestsFor(uiMost), 25 * AnnotationChecker::s_uiMaxNbOfFindings);
+}
+
+} // namespace
+} // namespace Corvana::Tools
