@@ -72,9 +72,8 @@ std::string shown(const std::string& in_strLabel)
 
 std::string suggestion(const std::string& in_strLabel)
 {
-    constexpr std::size_t uiMax = 60; // what is longer resembles nothing
-    const std::vector<std::string> vNearest =
-        in_strLabel.size() > uiMax ? std::vector<std::string>() : nearestNames(in_strLabel, namedRegionTypes());
+    static const std::vector<std::string> s_vNames = namedRegionTypes();
+    const std::vector<std::string> vNearest = nearestNames(in_strLabel, s_vNames);
     return vNearest.empty() ? "give it a type ('corvana annotations types' shows them) in the program that labelled it"
                             : (vNearest.size() == 1 ? "the nearest type is " : "the nearest types are ") +
                                   joined(vNearest) + "; correct it in the program that wrote it";
@@ -86,7 +85,7 @@ void AnnotationChecker::add(Finding in_finding)
 {
     ++m_auiCounts[in_finding.m_severity];
     m_bMendable = m_bMendable || in_finding.m_bMendable;
-    if (m_vFindings.size() < s_uiMaxNbOfFindings)
+    if (!isFull())
         m_vFindings.push_back(std::move(in_finding));
 }
 
@@ -458,8 +457,8 @@ void AnnotationChecker::checkLabelText(const Chunk& in_chunk, const IFF::WavLabe
     // Whether the regions can be read depends on what other labels the point has.
     add({m_points[in_label.m_uiCueId].m_bHasType ? Finding::WARNING : Finding::ERROR,
          in_chunk.m_uiFileOffset + s_uiHeaderSize + 4, strRecord,
-         "says " + shown(in_label.m_strText) + ", which is no type of a region", suggestion(in_label.m_strText),
-         false});
+         "says " + shown(in_label.m_strText) + ", which is no type of a region",
+         isFull() ? std::string() : suggestion(in_label.m_strText), false});
 }
 
 // Whether every point has become a region. What a label says that is no type was found already.
@@ -492,13 +491,15 @@ void AnnotationChecker::checkGaps()
     }
 }
 
-// What all this is about, in case the reader knows of something more.
+// What all this is about, in case the reader knows of something more. After errors, it would only fail as well.
 void AnnotationChecker::checkReading()
 {
+    if (getNbOf(Finding::ERROR) > 0)
+        return;
     m_stream.clear();
     m_stream.seekg(0);
     Audio::AnnotatedFile file;
-    if (!file.readRegionsFromWAV(m_stream) && getNbOf(Finding::ERROR) == 0)
+    if (!file.readRegionsFromWAV(m_stream))
         add({Finding::ERROR, 0, "regions", "cannot be read", "--log-level debug shows what the library says", false});
 }
 

@@ -61,6 +61,8 @@ private:
         bool m_bHasType = false;
     };
 
+    /// Findings are only counted by now: working out their texts would be in vain.
+    bool isFull() const { return m_vFindings.size() >= s_uiMaxNbOfFindings; }
     void add(Finding in_finding);
     bool checkBeginning();
     void checkForm();
