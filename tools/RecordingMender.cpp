@@ -10,6 +10,7 @@
 #include "tools/Text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 
 namespace Corvana::Tools {
@@ -35,10 +36,14 @@ bool read(const std::string& in_strFile, Audio::AnnotatedFile& out_file)
     return bool(out_file.readRegionsFromWAV(stream));
 }
 
-bool isSame(const Annotation& in_left, const Annotation& in_right)
+// To the sample: a stop comes back as a start and a length added up, which need not be the double that was meant.
+bool isSame(const Annotation& in_left, const Annotation& in_right, double in_dSampleRate)
 {
-    return in_left.m_type == in_right.m_type && in_left.m_dStartTime == in_right.m_dStartTime &&
-           in_left.m_dStopTime == in_right.m_dStopTime;
+    const auto isSameTime = [in_dSampleRate](double in_dLeft, double in_dRight) {
+        return std::fabs(in_dLeft - in_dRight) * in_dSampleRate < 0.5;
+    };
+    return in_left.m_type == in_right.m_type && isSameTime(in_left.m_dStartTime, in_right.m_dStartTime) &&
+           isSameTime(in_left.m_dStopTime, in_right.m_dStopTime);
 }
 
 // Reads back what was written.
@@ -49,7 +54,11 @@ std::string checkMended(const std::string& in_strFile, const Regions& in_vWanted
     if (!checker.check(in_strFile).empty() || !read(in_strFile, file))
         return "what would be written could not be read again";
     const Regions& vFound = file.annotations();
-    if (checker.isMendable() || !std::equal(in_vWanted.begin(), in_vWanted.end(), vFound.begin(), vFound.end(), isSame))
+    const auto isAsWanted = [&file](const Annotation& in_wanted, const Annotation& in_found) {
+        return isSame(in_wanted, in_found, file.getSampleRate());
+    };
+    if (checker.isMendable() ||
+        !std::equal(in_vWanted.begin(), in_vWanted.end(), vFound.begin(), vFound.end(), isAsWanted))
         return "what would be written is not what was meant";
     return {};
 }

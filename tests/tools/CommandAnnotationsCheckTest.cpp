@@ -189,6 +189,18 @@ TEST_F(CommandAnnotationsCheckTest, CutsRegionsAtTheEndOfTheAudio)
                 ElementsAre("BEEP start=0.00075s stop=0.001s", "BEEP start=0.001s stop=0.001s"));
 }
 
+// A stop at the end reads back as a start and a length added up, which need not be the same double.
+TEST_F(CommandAnnotationsCheckTest, CutsRegionsAtTheEndWhateverTheRate)
+{
+    for (const std::uint32_t uiRate : {8000U, 11025U, 22050U, 44100U})
+        for (std::uint32_t uiNbOfSamples = 101; uiNbOfSamples < 181; ++uiNbOfSamples) {
+            m_dir.write("a.wav", riff(fmtChunk(1, uiRate) + dataChunk(std::string(2 * uiNbOfSamples, 'x')) +
+                                      cueChunk({cuePoint(1, uiNbOfSamples / 3)}) + adtlChunk(region(1, 10000))));
+            EXPECT_EQ(run({"--fix", m_strFile}), EXIT_DONE) << uiRate << " Hz, " << uiNbOfSamples << " samples";
+            EXPECT_EQ(m_messages.str(), "");
+        }
+}
+
 TEST_F(CommandAnnotationsCheckTest, RemovesRecordsThatNobodyReadsAndEndsLabels)
 {
     const std::string strLabel = ChunkBuilder("labl").u32(1, "id").text("BEEP", "").bytes();
