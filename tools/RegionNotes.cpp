@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace Corvana::Tools {
@@ -78,10 +79,11 @@ bool readSavedNotes(const std::string& in_strPath, Json& out_json)
 
 void append(const NotesOfFiles& in_notes, Json& inout_json)
 {
+    std::set<Json> known(inout_json.begin(), inout_json.end()); // files hold as many notes as they have room for
     for (const auto& [strFile, vNotes] : in_notes)
         for (const RegionNote& note : vNotes) {
             Json json = toJson(strFile, note);
-            if (std::find(inout_json.begin(), inout_json.end(), json) == inout_json.end())
+            if (known.insert(json).second)
                 inout_json.push_back(std::move(json));
         }
 }

@@ -429,6 +429,19 @@ TEST_F(AnnotationEditTest, SavesNotesBeforeTheyGetLost)
                                              {"hex", "e974e9"}}}));
 }
 
+// Comparing each with all others would take minutes.
+TEST_F(AnnotationEditTest, SavesThousandsOfNotes)
+{
+    NotesOfFiles notes;
+    for (std::uint32_t uiNote = 0; uiNote < 20000; ++uiNote)
+        notes["a.wav"].push_back({uiNote / 2, 0.5, "text"}); // each twice
+    const std::string strNotes = m_dir.file("notes.json");
+
+    EXPECT_EQ(saveNotes(strNotes, notes, {}), "");
+
+    EXPECT_EQ(savedNotes().size(), 10000U);
+}
+
 TEST_F(AnnotationEditTest, AddsToSavedNotesAndNeverReplacesThem)
 {
     const std::string strNotes = m_dir.file("notes.json");
