@@ -38,6 +38,25 @@ const char* levelName(int in_iLevel)
     return szName;
 }
 
+// A message may quote a file, whose texts have any length. What it says about them stands before and behind.
+std::string textOf(const std::string& in_strMessage)
+{
+    constexpr std::size_t uiMaxSize = 1000;
+    constexpr std::size_t uiEnd = 300;
+    const auto isWithinLetter = [&](std::size_t in_uiPos) {
+        return (static_cast<unsigned char>(in_strMessage[in_uiPos]) & 0xC0U) == 0x80U; // of UTF-8
+    };
+    if (in_strMessage.size() <= uiMaxSize)
+        return printable(in_strMessage);
+    std::size_t uiFront = uiMaxSize - uiEnd;
+    std::size_t uiBehind = in_strMessage.size() - uiEnd;
+    for (unsigned uiByte = 0; uiByte < 3 && isWithinLetter(uiFront); ++uiByte)
+        --uiFront;
+    for (unsigned uiByte = 0; uiByte < 3 && isWithinLetter(uiBehind); ++uiByte)
+        ++uiBehind;
+    return printable(in_strMessage.substr(0, uiFront)) + "..." + printable(in_strMessage.substr(uiBehind));
+}
+
 struct HeldError
 {
     std::string m_strText;
@@ -112,11 +131,11 @@ protected:
     {
         const int iEventLevel = in_event.getLogLevel();
         if (iEventLevel >= LOG_ERROR && m_bHolding)
-            hold(printable(in_event.getMessage()));
+            hold(textOf(in_event.getMessage()));
         else if (iEventLevel < m_iLevel)
             return;
         else if (iEventLevel >= LOG_WARN)
-            tell(iEventLevel, printable(in_event.getMessage()));
+            tell(iEventLevel, textOf(in_event.getMessage()));
         else
             m_messages.plain(line(in_event));
     }
@@ -147,7 +166,7 @@ private:
     static std::string line(const log4cplus::spi::InternalLoggingEvent& in_event)
     {
         return std::string("corvana: [") + levelName(in_event.getLogLevel()) + "] " + in_event.getLoggerName() + " " +
-               in_event.getFile() + ":" + std::to_string(in_event.getLine()) + " " + printable(in_event.getMessage()) +
+               in_event.getFile() + ":" + std::to_string(in_event.getLine()) + " " + textOf(in_event.getMessage()) +
                "\n";
     }
 

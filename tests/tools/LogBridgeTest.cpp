@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <string>
 
 namespace Corvana::Tools {
 namespace {
@@ -46,6 +47,38 @@ TEST_F(LogBridgeTest, ShowsNothingWhenOff)
     LogBridge bridge(m_messages, s_iLogOff);
     log(LOG_ERROR, "broken");
     EXPECT_EQ(m_stream.str(), "");
+}
+
+TEST_F(LogBridgeTest, ShortensWhatAFileMakesLong)
+{
+    const std::string strText = "the label " + std::string(30 << 20, 'x') + " is no type";
+    const std::string strUmlauts = std::string(3000, '\xBC') + "!"; // as if letters never began
+    std::string strLetters = "1";
+    for (int iLetter = 0; iLetter < 1000; ++iLetter)
+        strLetters += "\xC3\xBC";
+    LogBridge bridge(m_messages, LOG_DEBUG);
+    log(LOG_WARN, strText.c_str());
+    log(LOG_DEBUG, strText.c_str());
+    bridge.beginInput("a.wav");
+    log(LOG_ERROR, strText.c_str());
+    log(LOG_ERROR, strUmlauts.c_str());
+    const std::string strErrors = bridge.takeErrors();
+    EXPECT_LT(m_stream.str().size(), 2200U);
+    EXPECT_EQ(m_stream.str().find("corvana: warning: the label xxx"), 0U);
+    EXPECT_NE(m_stream.str().find("xxx...xxx"), std::string::npos);
+    EXPECT_NE(m_stream.str().find("xxx is no type\n"), std::string::npos);
+    EXPECT_LT(strErrors.size(), 5100U);
+    bridge.beginInput("a.wav");
+    log(LOG_ERROR, strLetters.c_str());
+    // Letters stay whole.
+    EXPECT_EQ(bridge.takeErrors(), strLetters.substr(0, 699) + "..." + strLetters.substr(strLetters.size() - 300));
+}
+
+TEST_F(LogBridgeTest, LeavesWhatIsNotLong)
+{
+    LogBridge bridge(m_messages, LOG_WARN);
+    log(LOG_ERROR, std::string(1000, 'x').c_str());
+    EXPECT_EQ(m_stream.str(), "corvana: " + std::string(1000, 'x') + "\n");
 }
 
 TEST_F(LogBridgeTest, HoldsErrorsBackAsTheReasonOfAFailure)
