@@ -97,6 +97,29 @@ std::string writingFault(const std::string& in_strPath)
     return {};
 }
 
+// Whether the file can be as large as its regions make it; if not, the log says so. Leaves chunks of the right sizes in
+// it, at whatever places.
+bool fitsFile(AnnotatedFile& inout_file)
+{
+    IFF::Chunk::List* pList = inout_file.clearAnnotations();
+    IFF::Chunk list(IFF::Chunk::makeId("LIST"));
+    IFF::Chunk cue(IFF::Chunk::makeId("cue "));
+    IFF::Chunk::List& target = pList != nullptr ? *pList : list.m_children;
+    std::uint32_t uiCueId = 0;
+    for (const Annotation& region : inout_file.annotations()) {
+        IFF::Chunk& point = cue.m_children.emplace_back(IFF::Chunk::makeId("cuep"));
+        IFF::Chunk& text = target.emplace_back(IFF::Chunk::makeId("ltxt"));
+        IFF::Chunk& label = target.emplace_back(IFF::Chunk::makeId("labl"));
+        inout_file.createAnnotation(region, ++uiCueId, point, text, label);
+    }
+    IFF::Chunk::List& form = inout_file.parser().root().m_children;
+    if (uiCueId > 0)
+        form.push_back(std::move(cue));
+    if (uiCueId > 0 && pList == nullptr)
+        form.push_back(std::move(list));
+    return inout_file.parser().fitsFile();
+}
+
 double sampleOf(double in_dSeconds, const AnnotatedFile& in_file)
 {
     return std::floor(in_dSeconds * in_file.getSampleRate() + 0.5);
@@ -266,8 +289,11 @@ std::string AnnotationEdit::tryOut(const std::string& in_strPath, const Change& 
 {
     AnnotatedFile file;
     bool bChanged = false;
-    const std::string strFault = apply(in_strPath, in_strPath, in_change, file, out_strResult, bChanged);
-    return strFault.empty() && bChanged ? writingFault(in_strPath) : strFault;
+    std::string strFault = apply(in_strPath, in_strPath, in_change, file, out_strResult, bChanged);
+    if (!strFault.empty() || !bChanged)
+        return strFault;
+    strFault = writingFault(in_strPath);
+    return strFault.empty() && !fitsFile(file) ? m_log.takeErrors() : strFault;
 }
 
 std::string AnnotationEdit::edit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult)
@@ -308,9 +334,33 @@ std::string AnnotationEdit::apply(const std::string& in_strPath, const std::stri
     const RegionNotes vNotes = notesIn(out_file);
     if (strFault.empty())
         strFault = checkNotes(in_strPath, vNotes);
-    if (strFault.empty())
-        tellNotes(in_strPath, vNotes);
-    return strFault;
+    if (!strFault.empty())
+        return strFault;
+    tellNotes(in_strPath, vNotes);
+    cutAtEnd(in_strPath, out_file);
+    return {};
+}
+
+// What a file holds may reach beyond its audio, up to where samples have no number. Written as it is, such a region
+// would be another one.
+void AnnotationEdit::cutAtEnd(const std::string& in_strPath, AnnotatedFile& inout_file)
+{
+    unsigned long uiNbOfCut = 0;
+    for (Annotation& region : inout_file.annotations()) {
+        const double dEnd = inout_file.getNbOfSamples();
+        const bool bStart = sampleOf(region.m_dStartTime, inout_file) > dEnd;
+        const bool bStop = sampleOf(region.m_dStopTime, inout_file) > dEnd;
+        if (bStart)
+            region.m_dStartTime = secondsOf(inout_file);
+        if (bStop)
+            region.m_dStopTime = secondsOf(inout_file);
+        uiNbOfCut += bStart || bStop ? 1 : 0;
+    }
+    if (uiNbOfCut > 0)
+        m_messages.inputWarning(in_strPath, counted(uiNbOfCut, "region") + (uiNbOfCut == 1 ? " reaches" : " reach") +
+                                                " beyond the end of the audio at " +
+                                                toShortestText(secondsOf(inout_file)) + " s; " +
+                                                (m_options.m_bDryRun ? "would be cut there" : "cut there"));
 }
 
 std::string AnnotationEdit::checkNotes(const std::string& in_strPath, const RegionNotes& in_vNotes) const

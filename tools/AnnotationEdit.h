@@ -75,6 +75,7 @@ private:
     std::string edit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
     std::string apply(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
                       Audio::AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged);
+    void cutAtEnd(const std::string& in_strPath, Audio::AnnotatedFile& inout_file);
     std::string checkNotes(const std::string& in_strPath, const RegionNotes& in_vNotes) const;
     /// Leaves nothing of the file in memory when it succeeds.
     std::string write(const std::string& in_strFile, Audio::AnnotatedFile& inout_file);

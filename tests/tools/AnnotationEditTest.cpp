@@ -7,6 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <limits>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -281,11 +284,10 @@ TEST_F(AnnotationEditTest, RefusesWhatReadsBackOtherwiseThanItWasMeant)
     options.m_vFiles = {strFile};
     AnnotationEdit edit(options, m_data, m_messages);
 
-    // Starts that a file cannot hold wrap around.
+    // A time that is no number becomes 0.
     EXPECT_EQ(edit.run(edit.collectFiles(),
                        [](const std::string&, const Audio::AnnotatedFile&, AnnotationEdit::Regions& inout_vRegions) {
-                           inout_vRegions[0].m_dStartTime = 536870.912; // 2^32 samples
-                           inout_vRegions[0].m_dStopTime = 536870.912;
+                           inout_vRegions[0].m_dStartTime = std::numeric_limits<double>::quiet_NaN();
                            return AnnotationEdit::Outcome{"changed", {}};
                        }),
               EXIT_SOME_FAILED);
@@ -336,6 +338,24 @@ TEST_F(AnnotationEditTest, LeavesAFileAloneWhoseRegionsCannotBeRead)
     EXPECT_EQ(contentsOf(strFile), strContents);
 }
 
+// 100 samples and that length are more than 32 bits hold, so the end seems to lie before the start.
+TEST_F(AnnotationEditTest, CutsARegionWhoseEndHasNoNumber)
+{
+    for (const std::uint32_t uiStart : {100U, 20000U}) {
+        const std::string strFile = makeFile("a.wav", {{"VOICE", uiStart, 0xFFFFFFFF}});
+        const std::string strWarning =
+            "corvana: " + strFile + ": warning: 1 region reaches beyond the end of the audio at 1 s; ";
+
+        EXPECT_EQ(annotations({"clear", "--match", "NOISE", strFile}), EXIT_DONE); // changes nothing
+        EXPECT_EQ(m_messages.str(), "");
+        EXPECT_EQ(annotations({"add", "-n", strFile, "BEEP", "0", "1"}), EXIT_DONE);
+        EXPECT_EQ(m_messages.str(), strWarning + "would be cut there\n");
+        EXPECT_EQ(annotations({"add", strFile, "BEEP", "0", "1"}), EXIT_DONE);
+        EXPECT_EQ(m_messages.str(), strWarning + "cut there\n");
+        EXPECT_EQ(regionsOf(strFile), uiStart == 100 ? "0,VOICE,0.0125,1\n1,BEEP,0,1\n" : "0,VOICE,1,1\n1,BEEP,0,1\n");
+    }
+}
+
 // ---- Trying out
 
 TEST_F(AnnotationEditTest, ChangesNothingWhenTryingOut)
@@ -362,6 +382,34 @@ TEST_F(AnnotationEditTest, ChangesNothingWhenTryingOut)
     EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
     EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
     EXPECT_EQ(statusOf(m_dir.path()).st_mtim.tv_nsec, folder.st_mtim.tv_nsec);
+}
+
+TEST_F(AnnotationEditTest, TellsWhenTryingOutThatAFileWouldBecomeTooLarge)
+{
+    const auto makeLargeFile = [this](std::uint32_t in_uiSize) {
+        const std::string strFront = Corvana::Test::fmtChunk() + Corvana::Test::ChunkBuilder("data").bytes();
+        const auto uiFront = static_cast<std::uint32_t>(4 + strFront.size());
+        const std::string strFile =
+            m_dir.write("a.wav", Corvana::Test::ChunkBuilder("RIFF")
+                                     .text("WAVE", "form")
+                                     .add(Corvana::Test::fmtChunk())
+                                     .add(Corvana::Test::ChunkBuilder("data").claim(in_uiSize - uiFront).bytes())
+                                     .claim(in_uiSize)
+                                     .bytes());
+        std::filesystem::resize_file(strFile, std::uint64_t{8} + in_uiSize); // takes no room on the disk
+        return strFile;
+    };
+    // A cue point with its chunk, the list, length and label.
+    constexpr std::uint32_t uiAdded = 36 + 12 + 28 + 18;
+
+    const std::string strFitting = makeLargeFile(0xFFFFFFFE - uiAdded);
+    EXPECT_EQ(annotations({"add", "-n", strFitting, "VOICE", "0", "1"}), EXIT_DONE) << m_messages.str();
+
+    const std::string strFile = makeLargeFile(0xFFFFFFFE - uiAdded + 2);
+    EXPECT_EQ(annotations({"add", "-n", strFile, "VOICE", "0", "1"}), EXIT_SOME_FAILED);
+    EXPECT_EQ(m_messages.str(),
+              "corvana: " + strFile + ": A WAV file cannot have 4294967296 bytes: its sizes have 32 bits\n");
+    EXPECT_EQ(m_data.str(), "");
 }
 
 TEST_F(AnnotationEditTest, TellsWhenTryingOutWhatWouldFail)
@@ -430,16 +478,17 @@ TEST_F(AnnotationEditTest, SavesNotesBeforeTheyGetLost)
 }
 
 // Comparing each with all others would take minutes.
-TEST_F(AnnotationEditTest, SavesThousandsOfNotes)
+TEST_F(AnnotationEditTest, SavesManyNotes)
 {
     NotesOfFiles notes;
-    for (std::uint32_t uiNote = 0; uiNote < 20000; ++uiNote)
-        notes["a.wav"].push_back({uiNote / 2, 0.5, "text"}); // each twice
+    for (std::uint32_t uiNote = 0; uiNote < 80000; ++uiNote)
+        notes["a.wav"].push_back({uiNote, 0.5, "text"});
     const std::string strNotes = m_dir.file("notes.json");
 
     EXPECT_EQ(saveNotes(strNotes, notes, {}), "");
 
-    EXPECT_EQ(savedNotes().size(), 10000U);
+    const std::string strSaved = contentsOf(strNotes);
+    EXPECT_EQ(std::count(strSaved.begin(), strSaved.end(), '{'), 80000);
 }
 
 TEST_F(AnnotationEditTest, AddsToSavedNotesAndNeverReplacesThem)
