@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 namespace Corvana::Tools {
@@ -32,6 +33,15 @@ std::string nameOf(Chunk::ChunkId in_uiId)
 bool isId(const Chunk& in_chunk, const char (&in_acId)[5])
 {
     return in_chunk.m_uiId == Chunk::makeId(in_acId);
+}
+
+// Chunks that recordings and their regions consist of.
+bool isKnown(Chunk::ChunkId in_uiId)
+{
+    constexpr Chunk::ChunkId auiIds[] = {Chunk::makeId("fmt "), Chunk::makeId("data"), Chunk::makeId("fact"),
+                                         Chunk::makeId("cue "), Chunk::makeId("LIST"), Chunk::makeId("ltxt"),
+                                         Chunk::makeId("labl"), Chunk::makeId("note")};
+    return std::find(std::begin(auiIds), std::end(auiIds), in_uiId) != std::end(auiIds);
 }
 
 template <class RecordT>
@@ -84,6 +94,10 @@ std::string suggestion(const std::string& in_strLabel)
 void AnnotationChecker::add(Finding in_finding)
 {
     ++m_auiCounts[in_finding.m_severity];
+    if (in_finding.m_bMendable && !m_bRewritable) {
+        in_finding.m_bMendable = false;
+        in_finding.m_strRemedy = "mend the errors first; until then, no change of the regions mends this";
+    }
     m_bMendable = m_bMendable || in_finding.m_bMendable;
     if (!isFull())
         m_vFindings.push_back(std::move(in_finding));
@@ -160,9 +174,47 @@ bool AnnotationChecker::readNumber(std::uint64_t in_uiOffset, std::uint32_t& out
 
 void AnnotationChecker::checkForm()
 {
+    checkLargeness();
+    checkHidden(m_parser.root());
+    m_bRewritable = getNbOf(Finding::ERROR) == 0;
     checkFormSize();
     checkChunks(m_parser.root());
     checkTrailingBytes();
+}
+
+// Some recorders go on behind what sizes can tell.
+void AnnotationChecker::checkLargeness()
+{
+    m_bTooLarge = !m_parser.fitsFile();
+    if (m_bTooLarge)
+        add({Finding::ERROR, 4, "RIFF size",
+             "has 32 bits, which cannot tell how large the chunks are together; the regions can be read, but not "
+             "changed",
+             "divide the recording", false});
+}
+
+// A writer that leaves the padding byte out moves what follows to where no reader looks: the first letter of its name
+// is taken for that byte.
+void AnnotationChecker::checkHidden(const Chunk& in_container)
+{
+    for (const Chunk& chunk : in_container.m_children) {
+        checkHidden(chunk);
+        const std::uint64_t uiPadding = endOf(chunk) - 1;
+        std::uint32_t uiId = 0;
+        if (chunk.getDataSize() % 2 == 0 || chunk.m_bPaddingMissing || chunk.m_ucPadding == 0 ||
+            !readNumber(uiPadding, uiId) || !isKnown(uiId))
+            continue;
+        const bool bInForm = &in_container == &m_parser.root();
+        add({Finding::ERROR, uiPadding, nameOf(uiId),
+             "is not found by readers: the padding byte is missing that belongs behind the odd size of " +
+                 nameOf(chunk.m_uiId) + " at byte " + std::to_string(chunk.m_uiFileOffset),
+             "insert a zero byte in front of byte " + std::to_string(uiPadding) +
+                 (bInForm ? ""
+                          : ", and make the size of " + nameOf(in_container.m_uiId) + " at byte " +
+                                std::to_string(in_container.m_uiFileOffset) + " larger by 1") +
+                 "; then --fix writes the RIFF size right. Any change of the regions before that loses what is hidden",
+             false});
+    }
 }
 
 void AnnotationChecker::checkFormSize()

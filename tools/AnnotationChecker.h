@@ -17,7 +17,7 @@ struct Finding
 {
     enum Severity
     {
-        ERROR,   ///< the regions cannot be read
+        ERROR,   ///< the regions cannot be read, or never be changed
         WARNING, ///< they can, although something is wrong
         REMARK   ///< nothing is wrong, but a change of the regions would bring a surprise
     };
@@ -31,7 +31,8 @@ struct Finding
 };
 
 /// Looks for all that is wrong with the chunks and the regions of a WAV file, instead of stopping at the first fault as
-/// reading does. Its errors are those for which AnnotatedFile refuses a file. The audio is passed over.
+/// reading does. Its errors are those for which AnnotatedFile refuses a file, regions that reading passes over because
+/// a byte before them is missing, and a form that is too large to be written. The audio is passed over.
 class AnnotationChecker
 {
 public:
@@ -45,8 +46,10 @@ public:
     const std::vector<Finding>& findings() const { return m_vFindings; }
     unsigned long getNbOf(Finding::Severity in_severity) const { return m_auiCounts[in_severity]; }
     bool isMendable() const { return m_bMendable; }
-    /// Regions that can be read; 0 when there are errors.
-    unsigned long getNbOfRegions() const { return getNbOf(Finding::ERROR) == 0 ? m_points.size() : 0; }
+    /// Whether the regions can be read. Those of a form that is too large can, although that is an error.
+    bool isReadable() const { return getNbOf(Finding::ERROR) == (m_bTooLarge ? 1U : 0U); }
+    /// Regions that can be read; 0 when none can.
+    unsigned long getNbOfRegions() const { return isReadable() ? m_points.size() : 0; }
 
 private:
     using Chunk = IFF::Chunk;
@@ -66,6 +69,8 @@ private:
     void add(Finding in_finding);
     bool checkBeginning();
     void checkForm();
+    void checkLargeness();
+    void checkHidden(const Chunk& in_container);
     void checkFormSize();
     void checkTrailingBytes();
     void checkChunks(const Chunk& in_container);
@@ -94,6 +99,8 @@ private:
     std::uint32_t m_uiNbOfSamples = 0;
     std::map<std::uint32_t, Point> m_points;
     unsigned m_uiNbOfLists = 0;
+    bool m_bTooLarge = false;
+    bool m_bRewritable = true; ///< writing the file anew mends what is mendable
 
     std::vector<Finding> m_vFindings;
     unsigned long m_auiCounts[3] = {};

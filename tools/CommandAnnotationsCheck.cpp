@@ -50,8 +50,7 @@ unsigned long nbOfOmitted(const AnnotationChecker& in_checker)
 
 std::string summaryOf(const AnnotationChecker& in_checker)
 {
-    std::string strSummary =
-        in_checker.getNbOf(Finding::ERROR) > 0 ? "unreadable" : counted(in_checker.getNbOfRegions(), "region");
+    std::string strSummary = in_checker.isReadable() ? counted(in_checker.getNbOfRegions(), "region") : "unreadable";
     for (const Finding::Severity severity : {Finding::ERROR, Finding::WARNING, Finding::REMARK})
         if (in_checker.getNbOf(severity) > 0)
             strSummary += ", " + counted(in_checker.getNbOf(severity), nameOf(severity));
@@ -94,13 +93,13 @@ Json toJson(const Report& in_report, const CommandAnnotationsCheck::Options& in_
 {
     const AnnotationChecker& checker = in_report.m_checker;
     Json json = {{"file", in_report.m_strPath},
-                 {"readable", checker.getNbOf(Finding::ERROR) == 0},
+                 {"readable", checker.isReadable()},
                  {"regions", nullptr},
                  {"errors", checker.getNbOf(Finding::ERROR)},
                  {"warnings", checker.getNbOf(Finding::WARNING)},
                  {"remarks", checker.getNbOf(Finding::REMARK)},
                  {"findings", toJson(checker.findings())}};
-    if (checker.getNbOf(Finding::ERROR) == 0)
+    if (checker.isReadable())
         json["regions"] = checker.getNbOfRegions();
     if (in_options.m_bFix)
         json[in_options.m_bDryRun ? "would_be_mended" : "mended"] = toJson(in_report.m_vMended);

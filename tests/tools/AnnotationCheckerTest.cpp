@@ -10,6 +10,7 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace Corvana::Tools {
@@ -138,6 +139,76 @@ TEST_F(AnnotationCheckerTest, FindsEmptyAudioBeforeBytesThatBelongToNothing)
     EXPECT_THAT(m_checker.findings()[0].m_strRemedy,
                 "if so, write 0 over the four bytes from byte 4 on and over those from byte 40 on");
     EXPECT_THAT(found(riff(fmtChunk() + dataChunk(s_szAudio)) + "\x01\x02\x03"), IsEmpty());
+}
+
+// Their names begin one byte before where readers look.
+TEST_F(AnnotationCheckerTest, FindsChunksThatAMissingPaddingByteHides)
+{
+    const std::string strOdd = ChunkBuilder("data").text("123456789", "").unpadded().bytes();
+    const std::string strRegions = s_strPoint + adtlChunk(s_strLength + s_strLabel);
+    const std::string strFile = riff(fmtChunk() + strOdd + strRegions);
+    EXPECT_THAT(found(strFile),
+                ElementsAre("E 53 \"cue \": is not found by readers: the padding byte is missing that belongs behind "
+                            "the odd size of \"data\" at byte 36",
+                            StartsWith("W 4 RIFF size: "), StartsWith("W 54 \"data\": ends within a sample")));
+    EXPECT_THAT(m_checker.findings()[0].m_strRemedy, StartsWith("insert a zero byte in front of byte 53; then --fix"));
+    EXPECT_THAT(m_checker.findings()[1].m_strRemedy, StartsWith("mend the errors first"));
+    EXPECT_FALSE(m_checker.isMendable());
+    EXPECT_FALSE(m_checker.isReadable());
+    // As it says.
+    found(std::string(strFile).insert(53, 1, '\0'));
+    EXPECT_EQ(m_checker.getNbOf(Finding::ERROR), 0U);
+    EXPECT_EQ(m_checker.getNbOfRegions(), 1U);
+    EXPECT_TRUE(m_checker.isMendable());
+
+    EXPECT_THAT(found(riff(fmtChunk() + strOdd + adtlChunk(s_strLength + s_strLabel) + s_strPoint))[0],
+                StartsWith("E 53 \"LIST\": is not found"));
+}
+
+TEST_F(AnnotationCheckerTest, FindsRecordsThatAMissingPaddingByteHides)
+{
+    const std::string strOdd =
+        ChunkBuilder("labl").u32(1, "cue point").text("BEEP", "").text(std::string(1, '\0'), "").unpadded().bytes();
+    const std::string strFile = recording(s_strPoint, strOdd + s_strLength);
+    const std::vector<std::string> vFound = found(strFile);
+    ASSERT_THAT(vFound, SizeIs(testing::Ge(2U)));
+    EXPECT_THAT(vFound[1], StartsWith("E 125 \"ltxt\": is not found by readers: "));
+    EXPECT_THAT(
+        m_checker.findings()[1].m_strRemedy,
+        StartsWith("insert a zero byte in front of byte 125, and make the size of \"LIST\" at byte 96 larger by "
+                   "1; then --fix"));
+}
+
+TEST_F(AnnotationCheckerTest, TakesAnyOtherPaddingByteForOne)
+{
+    const std::string strOdd = ChunkBuilder("odd ").text("x", "").padding('c').bytes();
+    EXPECT_THAT(
+        found(riff(fmtChunk() + dataChunk(s_szAudio) + strOdd + s_strPoint + adtlChunk(s_strLength + s_strLabel))),
+        IsEmpty());
+}
+
+TEST_F(AnnotationCheckerTest, PromisesNoMendingOfAFormAbove4GiB)
+{
+    const LogCapture log;
+    // As a recorder leaves it that was stopped.
+    const std::string strFile =
+        m_dir.write("a.wav", ChunkBuilder("RIFF")
+                                 .text("WAVE", "form")
+                                 .add(fmtChunk() + s_strPoint + adtlChunk(s_strLength + s_strLabel) +
+                                      ChunkBuilder("data").claim(0xFFFFFFFF).bytes())
+                                 .claim(0xFFFFFFFF)
+                                 .bytes());
+    std::filesystem::resize_file(strFile, 0x100000100);
+
+    EXPECT_EQ(m_checker.check(strFile), "");
+
+    ASSERT_THAT(m_checker.findings(), SizeIs(3)); // the last of an odd size
+    EXPECT_EQ(m_checker.findings()[0].m_severity, Finding::ERROR);
+    EXPECT_THAT(m_checker.findings()[0].m_strFault, HasSubstr("the regions can be read, but not changed"));
+    EXPECT_THAT(m_checker.findings()[1].m_strRemedy, StartsWith("mend the errors first"));
+    EXPECT_FALSE(m_checker.isMendable());
+    EXPECT_TRUE(m_checker.isReadable());
+    EXPECT_EQ(m_checker.getNbOfRegions(), 1U);
 }
 
 TEST_F(AnnotationCheckerTest, FindsAMissingPaddingByte)
