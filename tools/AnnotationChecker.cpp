@@ -117,8 +117,15 @@ std::string AnnotationChecker::check(const std::string& in_strPath)
     if (!checkBeginning())
         return {};
     m_stream.seekg(0);
-    if (!m_parser.readWithoutAudio(m_stream))
-        return "could not be read";
+    if (!m_parser.readWithoutAudio(m_stream)) {
+        if (m_stream.bad())
+            return "could not be read";
+        // It begins as it should, so there is one reason left.
+        add({Finding::ERROR, 0, "chunks",
+             "are more than " + std::to_string(IFF::IFFParser::s_uiMaxNbOfChunks) + ", which no recording needs",
+             "restore the file, or have the program write it again that made it", false});
+        return {};
+    }
     checkForm();
     checkFormat();
     checkAudio();
@@ -334,7 +341,9 @@ void AnnotationChecker::checkFormatFields(const Chunk& in_chunk, const IFF::WavF
     };
     if (in_format.m_usNbOfChannels != 1)
         refuse(2, "has " + counted(in_format.m_usNbOfChannels, "channel") + "; regions are for mono recordings",
-               "write each channel to a file of its own");
+               in_format.m_usNbOfChannels == 0
+                   ? "write 1 there if it is mono"
+                   : "write each channel to a file of its own, as 'sox IN OUT remix 1' does with the first");
     if (in_format.m_uiSampleRate == 0)
         refuse(4, "says that the sample rate is 0", "write the true rate there");
     const unsigned uiBytesPerSample = in_format.m_usBitsPerSample / 8U;

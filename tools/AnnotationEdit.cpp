@@ -337,6 +337,10 @@ std::string AnnotationEdit::apply(const std::string& in_strPath, const std::stri
     if (!strFault.empty())
         return strFault;
     tellNotes(in_strPath, vNotes);
+    const unsigned long uiNbOfShort = nbOfShortNotes(out_file);
+    if (uiNbOfShort > 0)
+        m_messages.inputWarning(in_strPath, (m_options.m_bDryRun ? "would lose " : "loses ") +
+                                                counted(uiNbOfShort, "note") + " too short to name a cue point");
     cutAtEnd(in_strPath, out_file);
     return {};
 }

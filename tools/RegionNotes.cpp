@@ -107,6 +107,18 @@ RegionNotes notesIn(Audio::AnnotatedFile& inout_file)
     return vNotes;
 }
 
+unsigned long nbOfShortNotes(Audio::AnnotatedFile& inout_file)
+{
+    unsigned long uiCount = 0;
+    IFF::ChunkPos pos;
+    constexpr Chunk::ChunkId uiNote = Chunk::makeId("note");
+    for (bool bFound = inout_file.parser().find(uiNote, pos); bFound; bFound = inout_file.parser().findNext(pos)) {
+        IFF::WavLabelChunk note;
+        uiCount += note.decode(pos.chunk().m_vData.data(), pos.chunk().getDataSize()) ? 0 : 1;
+    }
+    return uiCount;
+}
+
 std::string saveNotes(const std::string& in_strPath, const NotesOfFiles& in_notes,
                       const std::vector<std::string>& in_vRead)
 {

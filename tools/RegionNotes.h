@@ -26,6 +26,8 @@ using NotesOfFiles = std::map<std::string, RegionNotes>;
 
 /// The notes of a recording, in the order of the file.
 RegionNotes notesIn(Audio::AnnotatedFile& inout_file);
+/// How many more there are that are too short to name their cue point.
+unsigned long nbOfShortNotes(Audio::AnnotatedFile& inout_file);
 
 /// Adds notes to a JSON file of notes, or makes it: an array of objects with the keys file, cue, start and text, and,
 /// for a text that is no UTF-8, hex with its bytes. What is there already is kept, and not added again. The file is

@@ -11,15 +11,22 @@
 namespace Corvana::Tools {
 namespace {
 
-// 0 when the file does not tell.
-unsigned channelsOf(Audio::AnnotatedFile& inout_file)
+// Why a file with this number of channels is refused; empty when that is not the reason.
+std::string channelFault(Audio::AnnotatedFile& inout_file)
 {
     IFF::ChunkPos pos;
     IFF::WavFmtChunk format;
-    if (!inout_file.parser().find(IFF::Chunk::makeId("fmt "), pos) ||
-        !format.decode(pos.chunk().m_vData.data(), pos.chunk().getDataSize()))
-        return 0;
-    return format.m_usNbOfChannels;
+    bool bFound = inout_file.parser().find(IFF::Chunk::makeId("fmt "), pos);
+    // The first that is long enough counts.
+    while (bFound && !format.decode(pos.chunk().m_vData.data(), pos.chunk().getDataSize()))
+        bFound = inout_file.parser().findNext(pos);
+    if (!bFound || format.m_usNbOfChannels == 1)
+        return {};
+    if (format.m_usNbOfChannels == 0)
+        return "says that it has 0 channels; write 1 into its format if it is mono";
+    return "has " + std::to_string(format.m_usNbOfChannels) +
+           " channels; regions are kept in mono recordings only, such as 'sox IN OUT remix 1' makes of the first "
+           "channel";
 }
 
 } // namespace
@@ -34,10 +41,10 @@ try {
         return std::string("failed to open, ") + std::strerror(errno);
     if (out_file.readRegionsFromWAV(stream))
         return {};
-    const unsigned uiNbOfChannels = channelsOf(out_file);
     const std::string strReason = inout_log.takeErrors();
-    if (uiNbOfChannels > 1)
-        return "has " + std::to_string(uiNbOfChannels) + " channels; regions are kept in mono recordings only";
+    const std::string strChannelFault = channelFault(out_file);
+    if (!strChannelFault.empty())
+        return strChannelFault;
     return strReason.empty() ? "is no WAV file that regions can be read from" : strReason;
 } catch (const std::bad_alloc&) {
     return "not enough memory for its regions";

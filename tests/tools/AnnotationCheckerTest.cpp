@@ -211,6 +211,16 @@ TEST_F(AnnotationCheckerTest, PromisesNoMendingOfAFormAbove4GiB)
     EXPECT_EQ(m_checker.getNbOfRegions(), 1U);
 }
 
+TEST_F(AnnotationCheckerTest, FindsMoreChunksThanAreRead)
+{
+    std::string strChunks;
+    strChunks.reserve(8 * (IFF::IFFParser::s_uiMaxNbOfChunks + 1));
+    for (unsigned long uiChunk = 0; uiChunk <= IFF::IFFParser::s_uiMaxNbOfChunks; ++uiChunk)
+        strChunks.append("junk\0\0\0\0", 8);
+    EXPECT_THAT(found(riff(strChunks)), ElementsAre("E 0 chunks: are more than 4000000, which no recording needs"));
+    EXPECT_EQ(m_strFault, "");
+}
+
 TEST_F(AnnotationCheckerTest, FindsAMissingPaddingByte)
 {
     const std::string strOdd = ChunkBuilder("odd ").text("x", "").unpadded().bytes();

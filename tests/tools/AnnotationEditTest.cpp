@@ -98,7 +98,8 @@ TEST_F(AnnotationEditTest, WritesALineOfResultForEachFileAndNamesThoseThatFail)
     EXPECT_EQ(m_data.str(), strGood + ": 2 regions, 1 added\n" + strLast + ": 1 region, 1 added\n");
     EXPECT_THAT(m_messages.str(), AllOf(StartsWith("corvana: " + strBroken + ": "),
                                         HasSubstr("corvana: " + strStereo +
-                                                  ": has 2 channels; regions are kept in mono recordings only\n"),
+                                                  ": has 2 channels; regions are kept in mono recordings only, such "
+                                                  "as 'sox IN OUT remix 1' makes of the first channel\n"),
                                         HasSubstr("corvana: " + m_dir.file("none.wav") +
                                                   ": Could not edit file, No such file or "
                                                   "directory\n"),
@@ -356,6 +357,24 @@ TEST_F(AnnotationEditTest, CutsARegionWhoseEndHasNoNumber)
     }
 }
 
+TEST_F(AnnotationEditTest, ExplainsHowManyChannelsAFileSaysItHas)
+{
+    for (const std::uint16_t usNbOfChannels : {std::uint16_t{0}, std::uint16_t{2}}) {
+        // What is too short for a format does not count.
+        const std::string strFile = m_dir.write(
+            "a.wav", Corvana::Test::riff(Corvana::Test::ChunkBuilder("fmt ").u16(1, "PCM").bytes() +
+                                         Corvana::Test::fmtChunk(usNbOfChannels) + Corvana::Test::dataChunk("abcd")));
+        for (const std::vector<std::string>& vArguments :
+             {std::vector<std::string>{"list", strFile}, {"add", strFile, "VOICE", "0", "0"}, {"check", strFile}}) {
+            EXPECT_EQ(annotations(vArguments), EXIT_SOME_FAILED);
+            EXPECT_THAT(m_data.str() + m_messages.str(),
+                        AllOf(HasSubstr(usNbOfChannels == 0 ? "0 channels" : "2 channels"),
+                              HasSubstr(usNbOfChannels == 0 ? "write 1 " : "'sox IN OUT remix 1'"),
+                              Not(HasSubstr("Assertion"))));
+        }
+    }
+}
+
 // ---- Trying out
 
 TEST_F(AnnotationEditTest, ChangesNothingWhenTryingOut)
@@ -458,6 +477,19 @@ TEST_F(AnnotationEditTest, ShowsTheNotesThatGetLost)
                                     ": warning: loses the note 'second' of cue point 1; --save-notes FILE "
                                     "keeps notes\n");
     EXPECT_THAT(contentsOf(strFile), Not(HasSubstr("note")));
+}
+
+TEST_F(AnnotationEditTest, TellsOfNotesThatHoldNothing)
+{
+    const std::string strFile = m_dir.write(
+        "a.wav",
+        Corvana::Test::riff(Corvana::Test::fmtChunk() + Corvana::Test::dataChunk(Corvana::Test::audioBytes(16000)) +
+                            Corvana::Test::adtlChunk(Corvana::Test::ChunkBuilder("note").text("abc", "").bytes())));
+
+    EXPECT_EQ(annotations({"add", "-n", strFile, "BEEP", "0", "1"}), EXIT_DONE);
+    EXPECT_EQ(m_messages.str(), "corvana: " + strFile + ": warning: would lose 1 note too short to name a cue point\n");
+    EXPECT_EQ(annotations({"add", "--save-notes", m_dir.file("notes.json"), strFile, "BEEP", "0", "1"}), EXIT_DONE);
+    EXPECT_EQ(m_messages.str(), "corvana: " + strFile + ": warning: loses 1 note too short to name a cue point\n");
 }
 
 TEST_F(AnnotationEditTest, SavesNotesBeforeTheyGetLost)
