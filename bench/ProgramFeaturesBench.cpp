@@ -18,13 +18,24 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Corvana::Bench {
 namespace {
 
 constexpr sf_count_t s_iNbOfFrames = 3600L * 8000L;
-constexpr unsigned long s_uiNbOfRows = 3600UL * 8000UL / 128UL;
-const char* const s_aszFeatures[] = {"spectrum500hz", "spectrum|flatness"}; // the command's default
+
+struct Analysis
+{
+    unsigned long m_uiWindowMs;
+    unsigned long m_uiOverlapMs;
+    std::vector<std::string> m_vFeatures;
+    unsigned long m_uiNbOfRows;
+};
+
+// What the command does by itself, with nine values a row; and two values of longer windows.
+const Analysis s_default{16, 0, {"spectrum500hz", "spectrum|flatness"}, 225000};
+const Analysis s_twoValues{32, 16, {"spectrum|flatness", "zerocrossingrate"}, 224999};
 
 std::string pathOf(int in_iDescriptor)
 {
@@ -63,28 +74,40 @@ double seconds(const rusage& in_usage)
 }
 
 // Negative when the command failed.
-double runCommand(const std::string& in_strTable)
+double runCommand(const Analysis& in_analysis, const std::string& in_strTable)
 {
-    std::string astrArguments[] = {CORVANA_BENCH_PROGRAM, "features", "--quiet", "--output", in_strTable, recording()};
-    char* aszArguments[std::size(astrArguments) + 1] = {};
-    for (std::size_t uiArgument = 0; uiArgument < std::size(astrArguments); ++uiArgument)
-        aszArguments[uiArgument] = astrArguments[uiArgument].data();
+    std::vector<std::string> vArguments = {CORVANA_BENCH_PROGRAM,
+                                           "features",
+                                           "--quiet",
+                                           "--output",
+                                           in_strTable,
+                                           "--window-ms",
+                                           std::to_string(in_analysis.m_uiWindowMs),
+                                           "--overlap-ms",
+                                           std::to_string(in_analysis.m_uiOverlapMs),
+                                           recording()};
+    for (const std::string& strFeature : in_analysis.m_vFeatures)
+        vArguments.insert(vArguments.end(), {"--feature", strFeature});
+    std::vector<char*> vpArguments;
+    for (std::string& strArgument : vArguments)
+        vpArguments.push_back(strArgument.data());
+    vpArguments.push_back(nullptr);
     pid_t pid = 0;
     int iStatus = 0;
     rusage usage = {};
-    if (posix_spawn(&pid, CORVANA_BENCH_PROGRAM, nullptr, nullptr, aszArguments, environ) != 0 ||
+    if (posix_spawn(&pid, CORVANA_BENCH_PROGRAM, nullptr, nullptr, vpArguments.data(), environ) != 0 ||
         wait4(pid, &iStatus, 0, &usage) != pid || iStatus != 0)
         return -1.0;
     return seconds(usage);
 }
 
-void ProgramFeatures_Command(benchmark::State& inout_state)
+void command(benchmark::State& inout_state, const Analysis& in_analysis)
 {
     const int iTable = memfd_create("table", MFD_CLOEXEC);
     for (auto unused : inout_state) {
         if (ftruncate(iTable, 0) != 0)
             inout_state.SkipWithError("cannot empty the table");
-        const double dSeconds = runCommand(pathOf(iTable));
+        const double dSeconds = runCommand(in_analysis, pathOf(iTable));
         inout_state.SetIterationTime(dSeconds);
         if (dSeconds < 0.0)
             inout_state.SkipWithError("the command failed");
@@ -93,15 +116,17 @@ void ProgramFeatures_Command(benchmark::State& inout_state)
     countSamples(inout_state, s_iNbOfFrames);
 }
 
-void ProgramFeatures_Own(benchmark::State& inout_state)
+void own(benchmark::State& inout_state, const Analysis& in_analysis)
 {
     Audio::FeatureComputerImpl computer;
-    for (const char* const szFeature : s_aszFeatures)
-        if (!computer.addFeature(szFeature))
+    for (const std::string& strFeature : in_analysis.m_vFeatures)
+        if (!computer.addFeature(strFeature.c_str()))
             return inout_state.SkipWithError("no such feature");
     Audio::LinearAudioWindower::Config config;
-    config.m_uiWindowSizeMs = 16;
+    config.m_uiWindowSizeMs = in_analysis.m_uiWindowMs;
+    config.m_uiWindowOverlapMs = in_analysis.m_uiOverlapMs;
     Audio::WindowedAudioFileReader reader;
+    reader.setChunkReadFactor(16);
     reader.configure(config);
     const std::string& strRecording = recording();
     Math::DoubleVector vWindow;
@@ -119,7 +144,7 @@ void ProgramFeatures_Own(benchmark::State& inout_state)
         }
         getrusage(RUSAGE_SELF, &after);
         inout_state.SetIterationTime(seconds(after) - seconds(before));
-        if (uiNbOfRows != s_uiNbOfRows)
+        if (uiNbOfRows != in_analysis.m_uiNbOfRows)
             inout_state.SkipWithError("rows are missing");
     }
     countSamples(inout_state, s_iNbOfFrames);
@@ -130,8 +155,10 @@ void anHour(benchmark::internal::Benchmark* inout_pBenchmark)
     inout_pBenchmark->Arg(s_iNbOfFrames)->UseManualTime();
 }
 
-BENCHMARK(ProgramFeatures_Command)->Apply(anHour);
-BENCHMARK(ProgramFeatures_Own)->Apply(anHour);
+BENCHMARK_CAPTURE(command, , s_default)->Name("ProgramFeatures_Command")->Apply(anHour);
+BENCHMARK_CAPTURE(own, , s_default)->Name("ProgramFeatures_Own")->Apply(anHour);
+BENCHMARK_CAPTURE(command, , s_twoValues)->Name("ProgramTwoValues_Command")->Apply(anHour);
+BENCHMARK_CAPTURE(own, , s_twoValues)->Name("ProgramTwoValues_Own")->Apply(anHour);
 
 } // namespace
 } // namespace Corvana::Bench

@@ -27,7 +27,7 @@ PROGRAMS = (
     ("AudioFeatureBench", "^Flatness_.*/128$", 0.002),
     ("AudioLinearWindowerBench", "^WindowerChunks_.*/256$", 0.002),
     ("AudioRoadBench", "^Road_", 0.0),
-    ("ProgramFeaturesBench", "^ProgramFeatures_", 0.0),
+    ("ProgramFeaturesBench", "^Program(Features|TwoValues)_", 0.0),
     ("AudioAnnotationBench", "^(EditRegions_(Library|Copy)|ListRegions_(Library|Whole))/", 0.0),
 )
 
@@ -54,11 +54,13 @@ class Times:
 
     def __init__(self):
         self._rounds = defaultdict(dict)
+        self.failed = False
 
     def add(self, results):
         for result in results:
             if result.get("error_occurred"):
                 print(f"{result['name']}: {result.get('error_message')}", file=sys.stderr)
+                self.failed = True
             elif result["run_type"] == "iteration":
                 name, size = result["run_name"].split("/")[:2]
                 index = result.get("repetition_index", 0)
@@ -193,8 +195,9 @@ def other_rows(times):
     yield row("safe edit of a 100 MB recording / cp, then fsync", "EditRegions", "Library", "Copy", 1.3, 1.05)
     yield row("listing the regions of a 100 MB recording / reading it whole", "ListRegions", "Library", "Whole",
               0.05, 0.01)
-    yield row("corvana features, the whole process, CSV written / the features alone", "ProgramFeatures", "Command",
-              "Own", 1.6, 1.25)
+    for group, name in (("ProgramFeatures", "its default"), ("ProgramTwoValues", "2 values, windows of 256")):
+        yield row(f"corvana features as a process, CSV written, {name} / the features", group, "Command", "Own",
+                  1.6, 1.25)
 
 
 def machine(core, rounds):
@@ -245,7 +248,8 @@ def main():
         print()
     else:
         print_table(about, rows)
+    return 1 if times.failed else 0
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())
