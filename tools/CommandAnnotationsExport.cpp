@@ -6,7 +6,6 @@
 #include "tools/LogBridge.h"
 #include "tools/OutputFile.h"
 #include "tools/RegionReading.h"
-#include "tools/RegionType.h"
 #include "tools/Text.h"
 
 #include <algorithm>
@@ -150,10 +149,7 @@ private:
     // Cue identifiers that the file skips are no regions, and nobody could import them again.
     std::vector<LabeledRegion> regionsOf(const std::string& in_strPath, const Audio::AnnotatedFile& in_file)
     {
-        std::vector<LabeledRegion> vRegions;
-        for (const auto& region : in_file.annotations())
-            if (isRegionType(region.m_type))
-                vRegions.push_back({regionTypeText(region.m_type), region.m_dStartTime, region.m_dStopTime});
+        std::vector<LabeledRegion> vRegions = labeledRegionsOf(in_file);
         const std::size_t uiGaps = in_file.annotations().size() - vRegions.size();
         if (uiGaps > 0)
             m_messages.inputWarning(in_strPath, counted(uiGaps, "gap") + " between its regions left out");

@@ -5,7 +5,6 @@
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
 #include "tools/RegionReading.h"
-#include "tools/RegionType.h"
 #include "tools/RowWriter.h"
 #include "tools/Text.h"
 
@@ -87,10 +86,7 @@ private:
 
     void write(const std::string& in_strPath, const Audio::AnnotatedFile& in_file)
     {
-        std::vector<LabeledRegion> vRegions;
-        for (const Audio::AnnotatedFile::Annotation& region : in_file.annotations())
-            if (isRegionType(region.m_type)) // the library has warned about gaps
-                vRegions.push_back({regionTypeText(region.m_type), region.m_dStartTime, region.m_dStopTime});
+        const std::vector<LabeledRegion> vRegions = labeledRegionsOf(in_file); // the library has warned about gaps
         if (!m_options.m_format)
             writeTable(in_strPath, vRegions);
         else if (!m_bSeveral)
@@ -152,11 +148,10 @@ private:
         for (const LabeledRegion& region : in_vRegions)
             uiWidth = std::max(uiWidth, region.m_strLabel.size());
         m_data << "  index  " + paddedBehind("type", uiWidth) + "         start          stop      duration\n";
-        for (std::size_t uiIndex = 0; uiIndex < in_vRegions.size(); ++uiIndex) {
-            const LabeledRegion& region = in_vRegions[uiIndex];
-            m_data << padded(std::to_string(uiIndex), 7) + "  " + paddedBehind(region.m_strLabel, uiWidth) +
-                          seconds(region.m_dStart) + seconds(region.m_dStop) +
-                          seconds(region.m_dStop - region.m_dStart) + "\n";
+        for (const LabeledRegion& region : in_vRegions) {
+            m_data << padded(std::to_string(region.m_uiIndex.value_or(0)), 7) + "  " +
+                          paddedBehind(region.m_strLabel, uiWidth) + seconds(region.m_dStart) +
+                          seconds(region.m_dStop) + seconds(region.m_dStop - region.m_dStart) + "\n";
         }
     }
 

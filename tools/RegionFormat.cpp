@@ -50,7 +50,8 @@ void writeCsv(std::ostream& out_stream, const std::vector<LabeledRegion>& in_vRe
 {
     out_stream << "index,type,start,stop\n";
     for (std::size_t uiIndex = 0; uiIndex < in_vRegions.size(); ++uiIndex)
-        out_stream << std::to_string(uiIndex) + "," + csvField(in_vRegions[uiIndex].m_strLabel) + "," +
+        out_stream << std::to_string(in_vRegions[uiIndex].m_uiIndex.value_or(uiIndex)) + "," +
+                          csvField(in_vRegions[uiIndex].m_strLabel) + "," +
                           toShortestText(in_vRegions[uiIndex].m_dStart) + "," +
                           toShortestText(in_vRegions[uiIndex].m_dStop) + "\n";
 }
@@ -60,7 +61,7 @@ void writeJson(std::ostream& out_stream, const std::vector<LabeledRegion>& in_vR
     out_stream << '[';
     for (std::size_t uiIndex = 0; uiIndex < in_vRegions.size(); ++uiIndex) {
         std::string strRow = uiIndex == 0 ? "\n" : ",\n";
-        strRow += "  {\"index\":" + std::to_string(uiIndex) +
+        strRow += "  {\"index\":" + std::to_string(in_vRegions[uiIndex].m_uiIndex.value_or(uiIndex)) +
                   ",\"type\":" + jsonString(in_vRegions[uiIndex].m_strLabel) + ",\"start\":";
         appendJsonNumber(strRow, in_vRegions[uiIndex].m_dStart);
         strRow += ",\"stop\":";

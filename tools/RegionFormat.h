@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -15,6 +16,8 @@ struct LabeledRegion
     double m_dStart = 0.0;      ///< seconds from the beginning of the recording
     double m_dStop = 0.0;       ///< seconds from the beginning of the recording
     unsigned long m_uiLine = 0; ///< where readRegions() found it, from 1
+    /// What writeRegions() calls it; none: its place among the others, from 0. Not read.
+    std::optional<std::size_t> m_uiIndex{};
 };
 
 enum class RegionFormat

@@ -2,6 +2,7 @@
 #include "tools/RegionReading.h"
 
 #include "corvana/IFFWavRecords.h"
+#include "tools/RegionType.h"
 
 #include <cerrno>
 #include <cstring>
@@ -48,6 +49,19 @@ try {
     return strReason.empty() ? "is no WAV file that regions can be read from" : strReason;
 } catch (const std::bad_alloc&) {
     return "not enough memory for its regions";
+}
+
+std::vector<LabeledRegion> labeledRegionsOf(const Audio::AnnotatedFile& in_file)
+{
+    std::vector<LabeledRegion> vRegions;
+    for (std::size_t uiIndex = 0; uiIndex < in_file.annotations().size(); ++uiIndex) {
+        const Audio::AnnotatedFile::Annotation& region = in_file.annotations()[uiIndex];
+        if (!isRegionType(region.m_type))
+            continue;
+        vRegions.push_back({regionTypeText(region.m_type), region.m_dStartTime, region.m_dStopTime});
+        vRegions.back().m_uiIndex = uiIndex;
+    }
+    return vRegions;
 }
 
 double secondsOf(const Audio::AnnotatedFile& in_file)

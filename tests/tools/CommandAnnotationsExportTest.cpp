@@ -132,7 +132,7 @@ TEST_F(CommandAnnotationsExportTest, LeavesOutIdentifiersThatTheFileSkips)
 
     EXPECT_EQ(run(), EXIT_DONE);
 
-    EXPECT_EQ(m_data.str(), "index,type,start,stop\n0,MALE,0,1\n1,FEMALE,0,1\n2,BEEP,1,1.5\n");
+    EXPECT_EQ(m_data.str(), "index,type,start,stop\n0,MALE,0,1\n1,FEMALE,0,1\n3,BEEP,1,1.5\n");
     EXPECT_THAT(m_messages.str(), HasSubstr("corvana: " + strFile + ": warning: 1 gap between its regions left out\n"));
 }
 

@@ -98,7 +98,7 @@ TEST_F(CommandAnnotationsTest, ListsOneFileWhereAFormatHoldsOne)
                           " holds the regions of one file; 'corvana annotations export' makes one for each\n");
 }
 
-TEST_F(CommandAnnotationsTest, ListsNoGaps)
+TEST_F(CommandAnnotationsTest, ListsNoGapsAndCountsThem)
 {
     const std::string strFile = m_dir.write(
         "a.wav", Corvana::Test::riff(
@@ -109,7 +109,7 @@ TEST_F(CommandAnnotationsTest, ListsNoGaps)
 
     EXPECT_EQ(annotations({"list", "--format", "csv", strFile}), EXIT_DONE);
 
-    EXPECT_EQ(m_data.str(), "index,type,start,stop\n0,VOICE,0,0.000125\n1,NOISE,0.000125,0.00025\n");
+    EXPECT_EQ(m_data.str(), "index,type,start,stop\n0,VOICE,0,0.000125\n2,NOISE,0.000125,0.00025\n");
     EXPECT_THAT(m_messages.str(), HasSubstr("warning: Annotation indexes are not contiguous."));
 }
 
