@@ -206,10 +206,11 @@ void AnnotationChecker::checkHidden(const Chunk& in_container)
 {
     for (const Chunk& chunk : in_container.m_children) {
         checkHidden(chunk);
+        if (chunk.m_ucPadding == 0 || chunk.m_bPaddingMissing) // of nearly all
+            continue;
         const std::uint64_t uiPadding = endOf(chunk) - 1;
         std::uint32_t uiId = 0;
-        if (chunk.getDataSize() % 2 == 0 || chunk.m_bPaddingMissing || chunk.m_ucPadding == 0 ||
-            !readNumber(uiPadding, uiId) || !isKnown(uiId))
+        if (chunk.getDataSize() % 2 == 0 || !readNumber(uiPadding, uiId) || !isKnown(uiId))
             continue;
         const bool bInForm = &in_container == &m_parser.root();
         add({Finding::ERROR, uiPadding, nameOf(uiId),
