@@ -296,10 +296,28 @@ std::string AnnotationEdit::tryOut(const std::string& in_strPath, const Change& 
     return strFault.empty() && !fitsFile(file) ? m_log.takeErrors() : strFault;
 }
 
+// Spares a copy of the whole recording. What has to be changed, or is at fault, is looked at again once nobody else can
+// change it.
+bool AnnotationEdit::needsNoEdit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult)
+{
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(in_strPath, error)) // nobody may ever write into a pipe
+        return false;
+    AnnotatedFile file;
+    bool bChanged = false;
+    const std::string strFault = change(in_strPath, in_strPath, in_change, file, out_strResult, bChanged);
+    if (strFault.empty() && !bChanged)
+        return true;
+    m_log.beginAgain();
+    return false;
+}
+
 std::string AnnotationEdit::edit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult)
 {
     if (in_strPath == "-")
         return "files can be edited, standard input cannot";
+    if (!m_options.m_bInterop && needsNoEdit(in_strPath, in_change, out_strResult))
+        return {};
     AtomicFileEdit edit(in_strPath.c_str(), [](const char* in_szFile) { Termination::setTemporaryFile(in_szFile); });
     if (!edit.isOpen())
         return faultOf(edit, in_strPath);
@@ -316,20 +334,29 @@ std::string AnnotationEdit::edit(const std::string& in_strPath, const Change& in
 }
 
 // Reads the regions of in_strFile, which is the recording at in_strPath or its copy, and changes them in memory.
-std::string AnnotationEdit::apply(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
-                                  AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged)
+std::string AnnotationEdit::change(const std::string& in_strPath, const std::string& in_strFile,
+                                   const Change& in_change, AnnotatedFile& out_file, std::string& out_strResult,
+                                   bool& out_bChanged)
 {
-    std::string strFault = readRegionsOf(in_strFile, out_file, m_log);
+    const std::string strFault = readRegionsOf(in_strFile, out_file, m_log);
     if (!strFault.empty())
         return strFault;
     const Regions vFormer = out_file.annotations();
-    Outcome outcome = in_change(in_strPath, out_file, out_file.annotations());
+    const Outcome outcome = in_change(in_strPath, out_file, out_file.annotations());
     if (!outcome.m_strFault.empty())
         return outcome.m_strFault;
     out_strResult = counted(out_file.annotations().size(), "region") + ", " + outcome.m_strDone;
     out_bChanged = m_options.m_bInterop || !isSame(vFormer, out_file.annotations());
-    if (!out_bChanged)
-        return {}; // and whatever is odd about it stays as it is
+    return {};
+}
+
+// Changes the regions in memory, and makes them such that they can be written.
+std::string AnnotationEdit::apply(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
+                                  AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged)
+{
+    std::string strFault = change(in_strPath, in_strFile, in_change, out_file, out_strResult, out_bChanged);
+    if (!strFault.empty() || !out_bChanged)
+        return strFault; // and whatever is odd about an unchanged file stays as it is
     strFault = regionsFault(out_file.annotations());
     const RegionNotes vNotes = notesIn(out_file);
     if (strFault.empty())

@@ -42,8 +42,8 @@ public:
         std::string m_strDone;  ///< for the line of result, such as "1 added"
         std::string m_strFault; ///< why the file must be left alone; empty: nothing speaks against it
     };
-    /// Changes the regions of a file, whose rate and length are those of in_file. Called once for each file that could
-    /// be read.
+    /// Changes the regions of a file, whose rate and length are those of in_file. Called for each file that could be
+    /// read, and again before it is written, as another program may have changed the file.
     using Change = std::function<Outcome(const std::string& in_strPath, const Audio::AnnotatedFile& in_file,
                                          Regions& inout_vRegions)>;
 
@@ -73,6 +73,9 @@ private:
     std::string process(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
     std::string tryOut(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
     std::string edit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
+    bool needsNoEdit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
+    std::string change(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
+                       Audio::AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged);
     std::string apply(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
                       Audio::AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged);
     void cutAtEnd(const std::string& in_strPath, Audio::AnnotatedFile& inout_file);

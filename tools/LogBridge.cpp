@@ -100,6 +100,12 @@ public:
         m_vWarned.clear();
     }
 
+    void beginAgain()
+    {
+        m_bHolding = true;
+        m_vHeld.clear();
+    }
+
     std::string takeErrors()
     {
         std::vector<std::string> vTexts;
@@ -211,6 +217,11 @@ LogBridge::~LogBridge()
 void LogBridge::beginInput(const std::string& in_strInput)
 {
     m_pImpl->m_pAppender->beginInput(in_strInput);
+}
+
+void LogBridge::beginAgain()
+{
+    m_pImpl->m_pAppender->beginAgain();
 }
 
 std::string LogBridge::takeErrors()

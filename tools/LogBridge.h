@@ -31,6 +31,8 @@ public:
 
     /// From here on errors are held back, and warnings are about this input.
     void beginInput(const std::string& in_strInput);
+    /// What led to the errors held back is done again: they are forgotten, and others held. Warnings stay told.
+    void beginAgain();
     /// The errors held back, as one text; empty for none. They are not held any longer.
     std::string takeErrors();
     /// Shows errors still held, which made nothing fail, as warnings, and ends the holding.

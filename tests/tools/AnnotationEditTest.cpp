@@ -208,6 +208,33 @@ TEST_F(AnnotationEditTest, DoesNotTouchAFileInWhichNothingChanges)
     EXPECT_EQ(statusOf(strFile).st_ctim.tv_nsec, before.st_ctim.tv_nsec);
 }
 
+// Of a file with two names, none would be made.
+TEST_F(AnnotationEditTest, MakesNoCopyOfAFileInWhichNothingChanges)
+{
+    const std::string strFile = makeFile("a.wav", {{"VOICE", 0, 800}});
+    std::filesystem::create_hard_link(strFile, m_dir.file("b.wav"));
+
+    EXPECT_EQ(annotations({"clear", "--match", "NOISE", strFile}), EXIT_DONE);
+
+    EXPECT_EQ(m_data.str(), strFile + ": 1 region, 0 removed\n");
+    EXPECT_EQ(m_messages.str(), "");
+    EXPECT_EQ(annotations({"clear", strFile}), EXIT_SOME_FAILED);
+}
+
+TEST_F(AnnotationEditTest, TellsOnceWhatIsOddAboutAFile)
+{
+    const std::string strFile =
+        m_dir.write("a.wav", Corvana::Test::riff(Corvana::Test::fmtChunk() +
+                                                 Corvana::Test::dataChunk(Corvana::Test::audioBytes(16000)) +
+                                                 Corvana::Test::adtlChunk(Corvana::Test::ltxtChunk(1, 80))));
+
+    EXPECT_EQ(annotations({"add", strFile, "VOICE", "0", "1"}), EXIT_DONE);
+
+    EXPECT_EQ(m_messages.str(), "corvana: " + strFile +
+                                    ": warning: Error, cue point ID in ltxt chunk has no associated cue. Skipping "
+                                    "it...\n");
+}
+
 TEST_F(AnnotationEditTest, EditsTheTargetOfALink)
 {
     const std::string strFile = makeFile("a.wav");

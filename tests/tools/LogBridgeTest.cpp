@@ -74,6 +74,19 @@ TEST_F(LogBridgeTest, ShortensWhatAFileMakesLong)
     EXPECT_EQ(bridge.takeErrors(), strLetters.substr(0, 699) + "..." + strLetters.substr(strLetters.size() - 300));
 }
 
+TEST_F(LogBridgeTest, TellsOnceWhatIsDoneTwice)
+{
+    LogBridge bridge(m_messages, LOG_WARN);
+    bridge.beginInput("a.wav");
+    log(LOG_WARN, "careful");
+    log(LOG_ERROR, "broken");
+    bridge.beginAgain();
+    log(LOG_WARN, "careful");
+    log(LOG_ERROR, "broken");
+    bridge.endInput();
+    EXPECT_EQ(m_stream.str(), "corvana: a.wav: warning: careful\ncorvana: a.wav: warning: broken\n");
+}
+
 TEST_F(LogBridgeTest, LeavesWhatIsNotLong)
 {
     LogBridge bridge(m_messages, LOG_WARN);
