@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/AudioFeatureImpl.h"
 
+#include "AudioZeroCrossings.h"
 #include "corvana/Assertion.h"
 #include "corvana/ConfigurationReader.h"
 #include "corvana/Logger.h"
@@ -16,16 +17,11 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <limits>
 #include <numeric>
 #include <span>
 #include <string>
 #include <utility>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.AudioFeatureImpl")
 
@@ -116,6 +112,29 @@ bool SpectrumFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_v
     return true;
 }
 
+bool SpectrumFeature::computeSeveral(unsigned long in_uiNbOfInputs, const DoubleVector* in_pInputs,
+                                     DoubleVector* out_pOutputs)
+{
+    const auto fits = [this](const DoubleVector& in_vInput) { return in_vInput.size() == m_pPlan->getSize(); };
+    if (m_pPlan == nullptr || !std::all_of(in_pInputs, in_pInputs + in_uiNbOfInputs, fits))
+        return false;
+    constexpr unsigned long uiMaxAtOnce = 8;
+    const double* apWindows[uiMaxAtOnce];
+    double* apBins[uiMaxAtOnce];
+    for (unsigned long uiFirst = 0; uiFirst < in_uiNbOfInputs; uiFirst += uiMaxAtOnce) {
+        const unsigned long uiAtOnce = std::min(uiMaxAtOnce, in_uiNbOfInputs - uiFirst);
+        for (unsigned long uiIndex = 0; uiIndex < uiAtOnce; ++uiIndex) {
+            DoubleVector& vOutput = out_pOutputs[uiFirst + uiIndex];
+            const unsigned long uiStart = vOutput.size();
+            vOutput.resize(uiStart + m_pPlan->getNbOfBins());
+            apWindows[uiIndex] = in_pInputs[uiFirst + uiIndex].data();
+            apBins[uiIndex] = vOutput.data() + uiStart;
+        }
+        m_pPlan->computeSeveral(uiAtOnce, apWindows, apBins, m_scratch);
+    }
+    return true;
+}
+
 // ---- SpectrumReducedFeature
 
 SpectrumReducedFeature::SpectrumReducedFeature(unsigned long in_uiNbOfBands)
@@ -151,22 +170,36 @@ bool SpectrumReducedFeature::compute(const DoubleVector& in_vInput, DoubleVector
     const unsigned long uiStart = out_vOutput.size();
     if (!SpectrumFeature::compute(in_vInput, out_vOutput))
         return false;
+    reduce(out_vOutput, uiStart);
+    return true;
+}
 
-    const unsigned long uiNbOfBins = out_vOutput.size() - uiStart;
+bool SpectrumReducedFeature::computeSeveral(unsigned long in_uiNbOfInputs, const DoubleVector* in_pInputs,
+                                            DoubleVector* out_pOutputs)
+{
+    if (m_uiNbOfBands == 0 || !SpectrumFeature::computeSeveral(in_uiNbOfInputs, in_pInputs, out_pOutputs))
+        return false;
+    for (unsigned long uiIndex = 0; uiIndex < in_uiNbOfInputs; ++uiIndex)
+        reduce(out_pOutputs[uiIndex], out_pOutputs[uiIndex].size() - in_pInputs[uiIndex].size() / 2);
+    return true;
+}
+
+void SpectrumReducedFeature::reduce(DoubleVector& inout_vOutput, unsigned long in_uiStart) const
+{
+    const unsigned long uiNbOfBins = inout_vOutput.size() - in_uiStart;
     if (uiNbOfBins < m_uiNbOfBands)
-        return true;
+        return;
 
     // In place: a band is stored over bins that have been read. Groups past the last band are stored behind it and
     // cut off; the last, possibly partial, group is added to whatever the last band's place holds.
-    double* const pBins = out_vOutput.begin() + uiStart;
+    double* const pBins = inout_vOutput.begin() + in_uiStart;
     const unsigned long uiGroup = uiNbOfBins / m_uiNbOfBands;
     const unsigned long uiNbFollowed = (uiNbOfBins - 1) / uiGroup;
     for (unsigned long uiBand = 0; uiBand < uiNbFollowed; ++uiBand)
         pBins[uiBand] = sumInOrder(pBins + uiBand * uiGroup, pBins + (uiBand + 1) * uiGroup);
     const double dLast = sumInOrder(pBins + uiNbFollowed * uiGroup, pBins + uiNbOfBins);
-    out_vOutput.resize(uiStart + m_uiNbOfBands);
+    inout_vOutput.resize(in_uiStart + m_uiNbOfBands);
     pBins[m_uiNbOfBands - 1] += dLast;
-    return true;
 }
 
 // ---- FlatnessFeature
@@ -196,6 +229,14 @@ double factorOf(double in_dValue)
     return in_dValue != 0.0 ? in_dValue : 1.0;
 }
 
+double productWithoutZeros(std::span<const double> in_values)
+{
+    double dProduct = 1.0;
+    for (const double dValue : in_values)
+        dProduct *= factorOf(dValue);
+    return dProduct;
+}
+
 // Folds values into a geometric mean. A product waits for each of its multiplications; several products side by side
 // wait together. The values meet in the same order either way.
 class GeometricMean
@@ -218,21 +259,21 @@ public:
             std::fill(std::begin(adProducts), std::end(adProducts), 1.0);
             for (std::size_t uiFactor = 0; uiFactor < s_uiFactorsOfFold; ++uiFactor)
                 for (std::size_t uiFold = 0; uiFold < SideBySide; ++uiFold)
-                    adProducts[uiFold] *= factorOf(in_values[uiFold * s_uiFactorsOfFold + uiFactor]);
-            for (const double dProduct : adProducts)
-                fold(dProduct);
+                    adProducts[uiFold] *= in_values[uiFold * s_uiFactorsOfFold + uiFactor];
+            for (std::size_t uiFold = 0; uiFold < SideBySide; ++uiFold) {
+                // Any zero among the factors shows: it makes the product 0, or NaN where there is an infinity as well.
+                const double dProduct = adProducts[uiFold];
+                const bool bMayHaveZeros = dProduct == 0.0 || std::isnan(dProduct);
+                fold(bMayHaveZeros
+                         ? productWithoutZeros(in_values.subspan(uiFold * s_uiFactorsOfFold, s_uiFactorsOfFold))
+                         : dProduct);
+            }
         }
         return in_values;
     }
 
     // The last fold, which may have fewer values or none.
-    void takeRest(std::span<const double> in_values)
-    {
-        double dProduct = 1.0;
-        for (const double dValue : in_values)
-            dProduct *= factorOf(dValue);
-        fold(dProduct);
-    }
+    void takeRest(std::span<const double> in_values) { fold(productWithoutZeros(in_values)); }
 
 private:
     void fold(double in_dProduct) { m_dMean = std::pow(in_dProduct, m_dExponent) * m_dMean; }
@@ -301,60 +342,6 @@ bool ZeroCrossingRateFeature::configure(const ROConfiguration& in_config)
     return ConfigurationReader(in_config, fileScopeLogger()).readPositive32("signalfeature.SampleRate", m_uiSampleRate);
 }
 
-namespace {
-
-unsigned long isCrossing(double in_dPrevious, double in_dSample)
-{
-    return in_dPrevious * in_dSample < 0.0 || (in_dSample == 0.0 && in_dPrevious != 0.0) ? 1 : 0;
-}
-
-// Between neighbours, from the second sample of a pair on.
-unsigned long countCrossingsOneByOne(const double* in_pSamples, const double* in_pEnd)
-{
-    unsigned long uiCount = 0;
-    for (; in_pSamples < in_pEnd; ++in_pSamples)
-        uiCount += isCrossing(in_pSamples[-1], *in_pSamples);
-    return uiCount;
-}
-
-#ifdef __SSE2__
-
-// The same conditions for two samples at a time; all bits of the number are set where they hold.
-__m128i areCrossings(const double* in_pSamples)
-{
-    const __m128d zero = _mm_setzero_pd();
-    const __m128d previous = _mm_loadu_pd(in_pSamples - 1);
-    const __m128d samples = _mm_loadu_pd(in_pSamples);
-    const __m128d changesSign = _mm_cmplt_pd(_mm_mul_pd(previous, samples), zero);
-    const __m128d fallsToZero = _mm_and_pd(_mm_cmpeq_pd(samples, zero), _mm_cmpneq_pd(previous, zero));
-    return _mm_castpd_si128(_mm_or_pd(changesSign, fallsToZero));
-}
-
-unsigned long countCrossings(const double* in_pSamples, const double* in_pEnd)
-{
-    __m128i even = _mm_setzero_si128();
-    __m128i odd = _mm_setzero_si128();
-    for (; in_pEnd - in_pSamples >= 4; in_pSamples += 4) {
-        even = _mm_sub_epi64(even, areCrossings(in_pSamples)); // all bits set is -1
-        odd = _mm_sub_epi64(odd, areCrossings(in_pSamples + 2));
-    }
-    std::uint64_t auiCounts[2];
-    const __m128i both = _mm_add_epi64(even, odd);
-    std::memcpy(auiCounts, &both, sizeof both);
-    return auiCounts[0] + auiCounts[1] + countCrossingsOneByOne(in_pSamples, in_pEnd);
-}
-
-#else
-
-unsigned long countCrossings(const double* in_pSamples, const double* in_pEnd)
-{
-    return countCrossingsOneByOne(in_pSamples, in_pEnd);
-}
-
-#endif
-
-} // namespace
-
 bool ZeroCrossingRateFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOutput)
 {
     assert(&in_vInput != &out_vOutput);
@@ -363,8 +350,7 @@ bool ZeroCrossingRateFeature::compute(const DoubleVector& in_vInput, DoubleVecto
         out_vOutput.push_back(0.0);
         return true;
     }
-    const unsigned long uiNbOfCrossings =
-        isCrossing(m_dPreviousSample, in_vInput.front()) + countCrossings(in_vInput.begin() + 1, in_vInput.end());
+    const unsigned long uiNbOfCrossings = countZeroCrossings(m_dPreviousSample, in_vInput.begin(), in_vInput.end());
     m_dPreviousSample = in_vInput.back();
     out_vOutput.push_back(shareOf(uiNbOfCrossings, in_vInput));
     return true;

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <cmath>
+#include <deque>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -135,6 +136,33 @@ void Road_OneByOne(benchmark::State& inout_state)
     countSamples(inout_state, s_uiNbOfFrames);
 }
 
+// Eight windows at a time, as a program has them that works through recordings.
+void Road_EightAtOnce(benchmark::State& inout_state)
+{
+    constexpr unsigned long uiAtOnce = 8;
+    const Hour& hour = Hour::get();
+    Audio::WindowedAudioFileReader reader;
+    configure(reader);
+    std::vector<Math::DoubleVector> vWindows(uiAtOnce);
+    std::vector<Math::DoubleVector> vValues(uiAtOnce);
+    for (auto unused : inout_state) {
+        Audio::FeatureComputerImpl computer;
+        addFeatures(computer);
+        std::size_t uiNbOfWindows = 0;
+        reader.setSourceAudioFile(hour.path());
+        for (bool bMore = true; bMore;) {
+            unsigned long uiNbAtHand = 0;
+            while (uiNbAtHand < uiAtOnce && (bMore = reader.getNextWindow(vWindows[uiNbAtHand])))
+                ++uiNbAtHand;
+            uiNbOfWindows += computer.computeSeveral(uiNbAtHand, vWindows.data(), vValues.data());
+            benchmark::DoNotOptimize(vValues.data());
+            benchmark::ClobberMemory();
+        }
+        checkNumber(inout_state, uiNbOfWindows);
+    }
+    countSamples(inout_state, s_uiNbOfFrames);
+}
+
 // ---- The plain road
 
 // What a program keeps between windows.
@@ -179,29 +207,29 @@ void computePlainly(const std::vector<double>& in_vWindow, PlainState& inout_sta
         appendBand(vSpectrum, band, inout_state.m_vValues);
 }
 
+// Samples wait in a double-ended queue, as one writes it down: what is pushed at the back is taken from the front.
 void Road_Literal(benchmark::State& inout_state)
 {
     const Hour& hour = Hour::get();
     std::vector<double> vBlock(s_uiPlainBlock);
-    std::vector<double> vSamples;
+    std::vector<double> vWindow;
     for (auto unused : inout_state) {
         PlainState state;
+        std::deque<double> queue;
         std::size_t uiNbOfWindows = 0;
         SF_INFO info = {};
         const std::unique_ptr<SNDFILE, decltype(&sf_close)> pFile(sf_open(hour.path(), SFM_READ, &info), sf_close);
         sf_count_t iNbRead = 0;
-        vSamples.clear();
         while ((iNbRead = sf_read_double(pFile.get(), vBlock.data(), s_uiPlainBlock)) > 0) {
-            vSamples.insert(vSamples.end(), vBlock.begin(), vBlock.begin() + iNbRead);
-            std::size_t uiTaken = 0;
-            for (; vSamples.size() - uiTaken >= s_uiWindow; uiTaken += s_uiHop) {
-                const auto itFirst = vSamples.begin() + static_cast<std::ptrdiff_t>(uiTaken);
-                computePlainly({itFirst, itFirst + s_uiWindow}, state);
+            queue.insert(queue.end(), vBlock.begin(), vBlock.begin() + iNbRead);
+            while (queue.size() >= s_uiWindow) {
+                vWindow.assign(queue.begin(), queue.begin() + s_uiWindow);
+                queue.erase(queue.begin(), queue.begin() + s_uiHop);
+                computePlainly(vWindow, state);
                 ++uiNbOfWindows;
                 benchmark::DoNotOptimize(state.m_vValues.data());
                 benchmark::ClobberMemory();
             }
-            vSamples.erase(vSamples.begin(), vSamples.begin() + static_cast<std::ptrdiff_t>(uiTaken));
         }
         checkNumber(inout_state, uiNbOfWindows);
     }
@@ -230,6 +258,7 @@ void Road_Reading(benchmark::State& inout_state)
     countSamples(inout_state, s_uiNbOfFrames);
 }
 
+BENCHMARK(Road_EightAtOnce)->Arg(s_uiWindow)->Unit(benchmark::kMillisecond);
 BENCHMARK(Road_OneByOne)->Arg(s_uiWindow)->Unit(benchmark::kMillisecond);
 BENCHMARK(Road_Literal)->Arg(s_uiWindow)->Unit(benchmark::kMillisecond);
 BENCHMARK(Road_Reading)->Arg(s_uiWindow)->Unit(benchmark::kMillisecond);

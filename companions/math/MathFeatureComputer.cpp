@@ -59,6 +59,12 @@ bool FeatureComputerImpl::computeFeatures(DoubleVector& out_vFeatures)
     return m_pGraph->compute(out_vFeatures);
 }
 
+unsigned long FeatureComputerImpl::computeSeveral(unsigned long in_uiNbOfWindows, const DoubleVector* in_pWindows,
+                                                  DoubleVector* out_pFeatures)
+{
+    return m_pGraph->computeSeveral(in_uiNbOfWindows, in_pWindows, out_pFeatures);
+}
+
 bool FeatureComputerImpl::reset()
 {
     return m_pGraph->reset();

@@ -12,20 +12,39 @@ CORVANA_FILE_SCOPE_LOGGER("kestrivon.math.FeatureComputerImpl")
 
 namespace Corvana::Math {
 
-struct FeatureGraph::Input
+/// What a stage reads.
+struct FeatureGraph::Source
+{
+    Source() = default;
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    void readAlone()
+    {
+        m_pValues = &m_vValues;
+        m_pSeveral = nullptr;
+    }
+    void readOneOfSeveral(unsigned long in_uiWindow) { m_pValues = m_pSeveral + in_uiWindow; }
+
+    DoubleVector m_vValues;
+    const DoubleVector* m_pValues = &m_vValues;
+    const DoubleVector* m_pSeveral = nullptr; // for each of several windows, where they are at hand
+};
+
+struct FeatureGraph::Input : Source
 {
     std::string m_strName;
-    DoubleVector m_vValue;
     bool m_bSet = false;
 };
 
-struct FeatureGraph::Stage
+struct FeatureGraph::Stage : Source
 {
     std::string m_strText;
-    const Input* m_pInput;         // where the chain of stages begins
-    const DoubleVector* m_pSource; // the input's value, or an earlier stage's
+    const Input* m_pInput;   // where the chain of stages begins
+    const Source* m_pSource; // the input, or an earlier stage
     std::unique_ptr<SignalFeature> m_pFeature;
-    DoubleVector m_vValues;
+    SeveralInputs* m_pFeatureOfSeveral = nullptr; // the feature, where it can take several inputs
+    std::vector<DoubleVector> m_vSeveral;
     // Neither computed nor configured: only then is another feature free to share it, since a stage may remember.
     bool m_bFresh = true;
 };
@@ -57,7 +76,7 @@ std::unique_ptr<FeatureGraph::Input> FeatureGraph::newInput(const std::string& i
     return pInput;
 }
 
-FeatureGraph::Stage* FeatureGraph::findSharedStage(std::string_view in_strText, const DoubleVector* in_pSource) const
+FeatureGraph::Stage* FeatureGraph::findSharedStage(std::string_view in_strText, const Source* in_pSource) const
 {
     const auto it = std::find_if(m_vStages.begin(), m_vStages.end(), [&](const auto& in_pStage) {
         return in_pStage->m_bFresh && in_pStage->m_pSource == in_pSource && in_pStage->m_strText == in_strText;
@@ -66,7 +85,7 @@ FeatureGraph::Stage* FeatureGraph::findSharedStage(std::string_view in_strText, 
 }
 
 const FeatureGraph::Stage* FeatureGraph::makeStages(const SignalFeaturePool& in_pool, std::string_view in_strStages,
-                                                    const Input* in_pInput, const DoubleVector* in_pSource,
+                                                    const Input* in_pInput, const Source* in_pSource,
                                                     std::vector<std::unique_ptr<Stage>>& out_vNewStages) const
 {
     for (;;) {
@@ -81,12 +100,13 @@ const FeatureGraph::Stage* FeatureGraph::makeStages(const SignalFeaturePool& in_
             pNewStage->m_pFeature.reset(in_pool.getNewFeature(strText.c_str()));
             if (pNewStage->m_pFeature == nullptr)
                 return nullptr;
+            pNewStage->m_pFeatureOfSeveral = dynamic_cast<SeveralInputs*>(pNewStage->m_pFeature.get());
             pStage = pNewStage.get();
             out_vNewStages.push_back(std::move(pNewStage));
         }
         if (uiBar == std::string_view::npos)
             return pStage;
-        in_pSource = &pStage->m_vValues;
+        in_pSource = pStage;
         in_strStages.remove_prefix(uiBar + 1);
     }
 }
@@ -121,7 +141,9 @@ bool FeatureGraph::addFeature(const SignalFeaturePool& in_pool, const Entry& in_
         pNewInput = newInput(in_entry.m_strInput);
         pInput = pNewInput.get();
     }
-    const DoubleVector* pSource = pEarlier == nullptr ? &pInput->m_vValue : &pEarlier->m_pLastStage->m_vValues;
+    const Source* pSource = pInput;
+    if (pEarlier != nullptr)
+        pSource = pEarlier->m_pLastStage;
     std::vector<std::unique_ptr<Stage>> vNewStages;
     const Stage* pLastStage = makeStages(in_pool, in_entry.m_strDescription, pInput, pSource, vNewStages);
     if (pLastStage == nullptr)
@@ -153,14 +175,19 @@ bool FeatureGraph::setInput(const std::string& in_strName, const DoubleVector& i
 {
     if (findOutput(in_strName) != nullptr)
         return false;
-    Input* pInput = findInput(in_strName);
-    if (pInput == nullptr) {
-        m_vInputs.push_back(newInput(in_strName));
-        pInput = m_vInputs.back().get();
-    }
-    pInput->m_vValue = in_vValue;
-    pInput->m_bSet = true;
+    Input& input = findOrMakeInput(in_strName);
+    input.m_vValues = in_vValue;
+    input.m_bSet = true;
     return true;
+}
+
+FeatureGraph::Input& FeatureGraph::findOrMakeInput(const std::string& in_strName)
+{
+    Input* const pInput = findInput(in_strName);
+    if (pInput != nullptr)
+        return *pInput;
+    m_vInputs.push_back(newInput(in_strName));
+    return *m_vInputs.back();
 }
 
 bool FeatureGraph::configure(const ROConfiguration& in_config)
@@ -197,8 +224,10 @@ bool FeatureGraph::computeStages()
     }
     for (const auto& pStage : m_vStages) {
         pStage->m_bFresh = false;
+        if (pStage->m_pSeveral != nullptr)
+            continue;
         pStage->m_vValues.clear();
-        if (!pStage->m_pFeature->compute(*pStage->m_pSource, pStage->m_vValues)) {
+        if (!pStage->m_pFeature->compute(*pStage->m_pSource->m_pValues, pStage->m_vValues)) {
             CORVANA_LOG_ERROR(fileScopeLogger(), "Could not compute feature " << pStage->m_strText);
             return false;
         }
@@ -212,11 +241,87 @@ bool FeatureGraph::compute(DoubleVector& out_vFeatures)
     if (!computeStages())
         return false;
     for (const Feature& feature : m_vFeatures) {
-        const DoubleVector& vValues = feature.m_pLastStage->m_vValues;
-        if (feature.m_entry.m_strOutput.empty())
-            out_vFeatures.insert(out_vFeatures.end(), vValues.begin(), vValues.end());
+        if (!feature.m_entry.m_strOutput.empty())
+            continue;
+        const DoubleVector& vValues = *feature.m_pLastStage->m_pValues;
+        const std::size_t uiStart = out_vFeatures.size();
+        out_vFeatures.resize(uiStart + vValues.size());
+        std::copy(vValues.begin(), vValues.end(), out_vFeatures.begin() + uiStart);
     }
     return true;
+}
+
+/// Lets the graph read windows where they lie. Stages that take several inputs compute all of theirs first: nobody can
+/// tell, as they neither remember nor report anything. All others see one window after another.
+class FeatureGraph::Several
+{
+public:
+    Several(FeatureGraph& inout_graph, Input& inout_window, const DoubleVector* in_pWindows)
+        : m_graph(inout_graph)
+        , m_window(inout_window)
+    {
+        m_window.m_pSeveral = in_pWindows;
+        m_window.m_bSet = true;
+    }
+    ~Several()
+    {
+        m_window.readAlone();
+        for (const auto& pStage : m_graph.m_vStages)
+            pStage->readAlone();
+    }
+    Several(const Several&) = delete;
+    Several& operator=(const Several&) = delete;
+
+    void computeStages(unsigned long in_uiNbOfWindows)
+    {
+        for (const auto& pStage : m_graph.m_vStages)
+            if (pStage->m_pFeatureOfSeveral != nullptr && pStage->m_pSource->m_pSeveral != nullptr)
+                computeStage(*pStage, in_uiNbOfWindows);
+    }
+
+    void goTo(unsigned long in_uiWindow)
+    {
+        m_window.readOneOfSeveral(in_uiWindow);
+        for (const auto& pStage : m_graph.m_vStages)
+            if (pStage->m_pSeveral != nullptr)
+                pStage->readOneOfSeveral(in_uiWindow);
+    }
+
+private:
+    static void computeStage(Stage& inout_stage, unsigned long in_uiNbOfWindows)
+    {
+        std::vector<DoubleVector>& vSeveral = inout_stage.m_vSeveral;
+        if (vSeveral.size() < in_uiNbOfWindows)
+            vSeveral.resize(in_uiNbOfWindows);
+        for (DoubleVector& vValues : vSeveral)
+            vValues.clear();
+        if (inout_stage.m_pFeatureOfSeveral->computeSeveral(in_uiNbOfWindows, inout_stage.m_pSource->m_pSeveral,
+                                                            vSeveral.data()))
+            inout_stage.m_pSeveral = vSeveral.data();
+    }
+
+    FeatureGraph& m_graph;
+    Input& m_window;
+};
+
+unsigned long FeatureGraph::computeSeveral(unsigned long in_uiNbOfWindows, const DoubleVector* in_pWindows,
+                                           DoubleVector* out_pFeatures)
+{
+    if (in_uiNbOfWindows == 0)
+        return 0;
+    Input& window = findOrMakeInput("");
+    unsigned long uiWindow = 0;
+    {
+        Several several(*this, window, in_pWindows);
+        several.computeStages(in_uiNbOfWindows);
+        for (; uiWindow < in_uiNbOfWindows; ++uiWindow) {
+            several.goTo(uiWindow);
+            if (!compute(out_pFeatures[uiWindow]))
+                break;
+        }
+    }
+    window.m_vValues = in_pWindows[std::min(uiWindow, in_uiNbOfWindows - 1)]; // as setWindow() would have left it
+    return uiWindow;
 }
 
 bool FeatureGraph::reset()

@@ -44,14 +44,19 @@ public:
     bool setInput(const std::string& in_strName, const DoubleVector& in_vValue);
     bool configure(const ROConfiguration& in_config);
     bool compute(DoubleVector& out_vFeatures);
+    /// Windows one after another, up to the first one that fails; returns how many were computed.
+    unsigned long computeSeveral(unsigned long in_uiNbOfWindows, const DoubleVector* in_pWindows,
+                                 DoubleVector* out_pFeatures);
     bool reset();
 
     unsigned long getNbOfFeatures() const { return m_vFeatures.size(); }
     const Entry& getEntry(unsigned long in_uiIndex) const { return m_vFeatures[in_uiIndex].m_entry; }
 
 private:
+    struct Source;
     struct Input;
     struct Stage;
+    class Several;
     struct Feature
     {
         Entry m_entry;
@@ -60,11 +65,12 @@ private:
 
     const Feature* findOutput(const std::string& in_strName) const;
     Input* findInput(const std::string& in_strName) const;
+    Input& findOrMakeInput(const std::string& in_strName);
     static std::unique_ptr<Input> newInput(const std::string& in_strName);
     // The last stage of a chain, with those that are not there yet in out_vNewStages; null: one is unknown.
     const Stage* makeStages(const SignalFeaturePool& in_pool, std::string_view in_strStages, const Input* in_pInput,
-                            const DoubleVector* in_pSource, std::vector<std::unique_ptr<Stage>>& out_vNewStages) const;
-    Stage* findSharedStage(std::string_view in_strText, const DoubleVector* in_pSource) const;
+                            const Source* in_pSource, std::vector<std::unique_ptr<Stage>>& out_vNewStages) const;
+    Stage* findSharedStage(std::string_view in_strText, const Source* in_pSource) const;
     bool isInputMissing(const Feature& in_feature) const;
     bool computeStages();
 

@@ -4,6 +4,7 @@
 #include "corvana/ConfigurationReader.h"
 #include "corvana/Logger.h"
 
+#include <algorithm>
 #include <cassert>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.math.RangeFeature")
@@ -33,8 +34,9 @@ bool RangeFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOut
 
     if (m_uiStartIndex > in_vInput.size() || m_uiLength > in_vInput.size() - m_uiStartIndex)
         return false;
-    const double* const pFirst = in_vInput.begin() + m_uiStartIndex;
-    out_vOutput.insert(out_vOutput.end(), pFirst, pFirst + m_uiLength);
+    const unsigned long uiStart = out_vOutput.size();
+    out_vOutput.resize(uiStart + m_uiLength);
+    std::copy_n(in_vInput.begin() + m_uiStartIndex, m_uiLength, out_vOutput.begin() + uiStart);
     return true;
 }
 

@@ -4,6 +4,7 @@
 namespace Corvana::Math {
 
 SignalFeature::~SignalFeature() = default;
+SeveralInputs::~SeveralInputs() = default;
 SignalFeatureWithMemory::~SignalFeatureWithMemory() = default;
 SignalFeatureWithParameters::~SignalFeatureWithParameters() = default;
 

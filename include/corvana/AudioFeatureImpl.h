@@ -29,7 +29,9 @@ namespace Corvana::Audio {
 ///            the feature's whole life. A clone() has a taper and a scratch of its own and shares the tables, which
 ///            nobody changes.
 /// Also the function "spectrum" of the variable "x" in formulas.
-class CORVANA_API SpectrumFeature : public virtual AudioFeature, public Math::Xpr::SignalFeatureFunctionAdaptorImpl
+class CORVANA_API SpectrumFeature : public virtual AudioFeature,
+                                    public Math::Xpr::SignalFeatureFunctionAdaptorImpl,
+                                    public Math::SeveralInputs
 {
 public:
     SpectrumFeature();
@@ -39,6 +41,9 @@ public:
 
     bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
     SpectrumFeature* clone() const override;
+    /// False before the first window has fixed the length, and for windows of another one.
+    bool computeSeveral(unsigned long in_uiNbOfInputs, const Math::DoubleVector* in_pInputs,
+                        Math::DoubleVector* out_pOutputs) override;
 
 private:
     void prepare(unsigned long in_uiSizeFFT);
@@ -68,8 +73,12 @@ public:
 
     bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
     SpectrumReducedFeature* clone() const override;
+    bool computeSeveral(unsigned long in_uiNbOfInputs, const Math::DoubleVector* in_pInputs,
+                        Math::DoubleVector* out_pOutputs) override;
 
 private:
+    void reduce(Math::DoubleVector& inout_vOutput, unsigned long in_uiStart) const;
+
     unsigned long m_uiNbOfBands;
 };
 

@@ -33,6 +33,19 @@ protected:
     SignalFeature& operator=(const SignalFeature&) = default;
 };
 
+/// What a feature has beside compute() when several inputs at hand can be computed faster than one after another.
+class CORVANA_API SeveralInputs
+{
+public:
+    virtual ~SeveralInputs();
+
+    /// Appends to each of the outputs what compute() appends for its input, bit for bit. False, with nothing done: it
+    /// would not be the same, since a call fails, has something to report, or changes what later calls give. Then
+    /// compute() has to be called for each.
+    virtual bool computeSeveral(unsigned long in_uiNbOfInputs, const DoubleVector* in_pInputs,
+                                DoubleVector* out_pOutputs) = 0;
+};
+
 /// A feature that accumulates over calls: reset() at the start of each new signal.
 class CORVANA_API SignalFeatureWithMemory : public virtual SignalFeature, public virtual Resettable
 {

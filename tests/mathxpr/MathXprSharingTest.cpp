@@ -6,7 +6,7 @@
 #include "corvana/MathXprRegistry.h"
 #include "corvana/MathXprUserFunction.h"
 #include "corvana/MemAllocator.h"
-#include "mathxpr/AllocationCounter.h"
+#include "support/AllocationCounter.h"
 #include "support/Signals.h"
 
 #include <gmock/gmock.h>
@@ -164,12 +164,12 @@ TEST(ExpressionMemory, IsTakenByTheFirstEvaluationOnly)
         const auto blocksOf = [](const char* in_szTag) { return getMemAccount(in_szTag).m_uiTotalBlocks; };
         const std::uint64_t uiVectors = blocksOf("\"DoubleVector\"");
         const std::uint64_t uiCounts = blocksOf("ReferenceCount");
-        const unsigned long uiBefore = nbOfAllocations();
+        const auto uiBefore = nbOfAllocations();
 
         const bool bEvaluated = expression.setVariable("x", vOther) && expression.evaluate(pResult) &&
                                 expression.setVariable("x", vOther) && expression.evaluate(pResult);
 
-        const unsigned long uiAfter = nbOfAllocations();
+        const auto uiAfter = nbOfAllocations();
         EXPECT_TRUE(bEvaluated) << szFormula;
         EXPECT_EQ(uiBefore, uiAfter) << szFormula;
         EXPECT_EQ(uiVectors, blocksOf("\"DoubleVector\"")) << szFormula;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/MathFeatureComputer.h"
 
-#include "audio/computers/AllocationCount.h"
 #include "audio/computers/ComputerTestHelpers.h"
 #include "corvana/AudioFeatureDescription.h"
 #include "corvana/MemAllocator.h"
 #include "corvana/TrieConfiguration.h"
+#include "support/AllocationCounter.h"
 #include "support/LogCapture.h"
 #include "support/Signals.h"
 
@@ -27,6 +27,7 @@ using Test::computed;
 using Test::DirectFeature;
 using Test::isError;
 using Test::LogCapture;
+using Test::LogEvent;
 using Test::makeWindows;
 using Test::nbOfAllocations;
 using Test::ProbeCalls;
@@ -496,7 +497,7 @@ TEST(FeatureComputerAllocations, EndWithTheFirstWindow)
     ASSERT_TRUE(computer.setInput(strInput.c_str(), vWindows[0]));
     ASSERT_TRUE(computer.computeFeatures(vFeatures));
     const MemAccount vectorsBefore = getMemAccount("\"DoubleVector\"");
-    const unsigned long uiBefore = nbOfAllocations();
+    const auto uiBefore = nbOfAllocations();
 
     for (const DoubleVector& vWindow : vWindows) {
         computer.setWindow(vWindow);
@@ -507,6 +508,230 @@ TEST(FeatureComputerAllocations, EndWithTheFirstWindow)
     EXPECT_EQ(uiBefore, nbOfAllocations());
     EXPECT_EQ(vectorsBefore.m_uiTotalBlocks, getMemAccount("\"DoubleVector\"").m_uiTotalBlocks);
     EXPECT_LT(30u, vFeatures.size());
+}
+
+// ---- Several windows
+
+// What a computer yields for windows in blocks of that many, as far as it comes.
+std::vector<DoubleVector> computedInBlocks(FeatureComputerImpl& inout_computer,
+                                           const std::vector<DoubleVector>& in_vWindows, std::size_t in_uiBlock)
+{
+    std::vector<DoubleVector> vFeatures(in_vWindows.size());
+    for (std::size_t uiFirst = 0; uiFirst < in_vWindows.size(); uiFirst += in_uiBlock) {
+        const std::size_t uiNbOfWindows = std::min(in_uiBlock, in_vWindows.size() - uiFirst);
+        const unsigned long uiComputed =
+            inout_computer.computeSeveral(uiNbOfWindows, in_vWindows.data() + uiFirst, vFeatures.data() + uiFirst);
+        if (uiComputed < uiNbOfWindows) {
+            vFeatures.resize(uiFirst + uiComputed);
+            break;
+        }
+    }
+    return vFeatures;
+}
+
+std::vector<DoubleVector> computedOneByOne(FeatureComputerImpl& inout_computer,
+                                           const std::vector<DoubleVector>& in_vWindows)
+{
+    std::vector<DoubleVector> vFeatures;
+    for (const DoubleVector& vWindow : in_vWindows) {
+        DoubleVector vValues;
+        inout_computer.setWindow(vWindow);
+        if (!inout_computer.computeFeatures(vValues))
+            break;
+        vFeatures.push_back(vValues);
+    }
+    return vFeatures;
+}
+
+void expectSameBits(const std::vector<DoubleVector>& in_vExpected, const std::vector<DoubleVector>& in_vFeatures)
+{
+    ASSERT_EQ(in_vExpected.size(), in_vFeatures.size());
+    for (std::size_t uiWindow = 0; uiWindow < in_vExpected.size(); ++uiWindow)
+        EXPECT_TRUE(sameBits(in_vExpected[uiWindow], in_vFeatures[uiWindow])) << "window " << uiWindow;
+}
+
+TEST(FeatureComputerSeveralWindows, GiveTheBitsOfOneAfterAnother)
+{
+    const std::vector<DoubleVector> vWindows = makeWindows(41);
+    for (const std::size_t uiBlock : {1u, 2u, 7u, 8u, 9u, 16u, 41u}) {
+        Audio::FeatureComputerImpl computer;
+        Audio::FeatureComputerImpl oneByOne;
+        for (Audio::FeatureComputerImpl* pComputer : {&computer, &oneByOne}) {
+            for (const std::string& strDescription : allExamples())
+                if (strDescription.find("tone") == std::string::npos)
+                    pComputer->addFeature(strDescription.c_str());
+            ASSERT_TRUE(pComputer->addFeature("spectrum500hz"));
+            ASSERT_TRUE(pComputer->addFeature("spectrum|flatness|deltatoslidingmean"));
+            ASSERT_TRUE(pComputer->addFeature("spectrum100hz", "", "bands"));
+            ASSERT_TRUE(pComputer->addFeature("peaks", "bands"));
+        }
+
+        expectSameBits(computedOneByOne(oneByOne, vWindows), computedInBlocks(computer, vWindows, uiBlock));
+    }
+}
+
+TEST(FeatureComputerSeveralWindows, MayFollowAndPrecedeSingleOnes)
+{
+    const std::vector<DoubleVector> vWindows = makeWindows(20);
+    Audio::FeatureComputerImpl computer;
+    Audio::FeatureComputerImpl oneByOne;
+    addAll(computer, {"spectrum|flatness|deltatoslidingmean", "zerocrossingrate", "spectrum"});
+    addAll(oneByOne, {"spectrum|flatness|deltatoslidingmean", "zerocrossingrate", "spectrum"});
+    const std::vector<DoubleVector> vExpected = computedOneByOne(oneByOne, vWindows);
+
+    expectSameBits({vExpected.begin(), vExpected.begin() + 2},
+                   computedOneByOne(computer, {vWindows.begin(), vWindows.begin() + 2}));
+    expectSameBits({vExpected.begin() + 2, vExpected.begin() + 18},
+                   computedInBlocks(computer, {vWindows.begin() + 2, vWindows.begin() + 18}, 8));
+    expectSameBits({vExpected.begin() + 18, vExpected.end()},
+                   computedOneByOne(computer, {vWindows.begin() + 18, vWindows.end()}));
+}
+
+TEST(FeatureComputerSeveralWindows, LeaveTheLastOneAsTheWindow)
+{
+    const std::vector<DoubleVector> vWindows = makeWindows(8);
+    Audio::FeatureComputerImpl computer;
+    addAll(computer, {"silenceratio", "spectrum"});
+    const std::vector<DoubleVector> vFeatures = computedInBlocks(computer, vWindows, 8);
+
+    EXPECT_TRUE(sameBits(vFeatures.back(), computed(computer)));
+}
+
+TEST(FeatureComputerSeveralWindows, ReachFeaturesInTheirOrder)
+{
+    ProbeComputer computer;
+    ASSERT_TRUE(computer.addFeature("probe"));
+    ASSERT_TRUE(computer.addFeature("spectrum|other"));
+    const std::vector<DoubleVector> vWindows = makeWindows(3);
+
+    expectSameBits({DoubleVector{vWindows[0][0], 1.0}, DoubleVector{vWindows[1][0], 2.0}}, [&] {
+        std::vector<DoubleVector> vFeatures = computedInBlocks(computer, vWindows, 3);
+        vFeatures.pop_back();
+        for (DoubleVector& vValues : vFeatures)
+            vValues.resize(2);
+        return vFeatures;
+    }());
+
+    EXPECT_THAT(computer.takeCalls(), ElementsAre("compute probe", "compute other", "compute probe", "compute other",
+                                                  "compute probe", "compute other"));
+}
+
+TEST(FeatureComputerSeveralWindows, ShareThePrefixesOfFeatures)
+{
+    ProbeComputer computer;
+    ASSERT_TRUE(computer.addFeature("probe|spectrum|flatness"));
+    ASSERT_TRUE(computer.addFeature("probe|other"));
+
+    EXPECT_EQ(2u, computedInBlocks(computer, makeWindows(2), 2).size());
+
+    EXPECT_THAT(computer.takeCalls(), ElementsAre("compute probe", "compute other", "compute probe", "compute other"));
+}
+
+// A window of another length fails; those before it have their values, and whatever remembers has seen it or not as if
+// windows had come alone.
+TEST(FeatureComputerSeveralWindows, EndWithTheFirstOneThatFails)
+{
+    std::vector<DoubleVector> vWindows = makeWindows(16);
+    vWindows[11].resize(128);
+    Audio::FeatureComputerImpl computer;
+    Audio::FeatureComputerImpl oneByOne;
+    for (Audio::FeatureComputerImpl* pComputer : {&computer, &oneByOne})
+        addAll(*pComputer, {"zerocrossingrate", "spectrum", "amplitudedistribution"});
+    std::vector<LogEvent> vExpectedEvents;
+    std::vector<DoubleVector> vExpected;
+    {
+        const LogCapture log;
+        vExpected = computedOneByOne(oneByOne, vWindows);
+        vExpectedEvents = log.events();
+    }
+    ASSERT_EQ(11u, vExpected.size());
+
+    const LogCapture log;
+    expectSameBits(vExpected, computedInBlocks(computer, vWindows, 8));
+
+    EXPECT_EQ(vExpectedEvents, log.events());
+    EXPECT_FALSE(log.events().empty());
+    const std::vector<DoubleVector> vRest(vWindows.begin() + 12, vWindows.end());
+    expectSameBits(computedOneByOne(oneByOne, vRest), computedInBlocks(computer, vRest, 8));
+}
+
+TEST(FeatureComputerSeveralWindows, LeaveOutputsBehindAFailureAlone)
+{
+    std::vector<DoubleVector> vWindows = makeWindows(3);
+    vWindows[1].resize(128);
+    Audio::FeatureComputerImpl computer;
+    addAll(computer, {"silenceratio", "spectrum"});
+    std::vector<DoubleVector> vFeatures(3, DoubleVector{1.0, 2.0});
+
+    EXPECT_EQ(1u, computer.computeSeveral(3, vWindows.data(), vFeatures.data()));
+
+    EXPECT_EQ(129u, vFeatures[0].size());
+    EXPECT_TRUE(vFeatures[1].empty());
+    EXPECT_EQ((DoubleVector{1.0, 2.0}), vFeatures[2]);
+}
+
+TEST(FeatureComputerSeveralWindows, ComputeNothingAheadOfAFirstOneThatFails)
+{
+    ProbeComputer computer;
+    ASSERT_TRUE(computer.addFeature("nocompute"));
+    ASSERT_TRUE(computer.addFeature("spectrum"));
+    const std::vector<DoubleVector> vWindows = makeWindows(8);
+
+    EXPECT_THAT(computedInBlocks(computer, vWindows, 8), IsEmpty());
+
+    EXPECT_THAT(computer.takeCalls(), ElementsAre("compute nocompute"));
+}
+
+TEST(FeatureComputerSeveralWindows, ReportLengthsThatAreNoPowerOfTwoForEachOfThem)
+{
+    const std::vector<DoubleVector> vWindows(4, DoubleVector(96, 0.25));
+    Audio::FeatureComputerImpl computer;
+    addAll(computer, {"spectrum"});
+    const AssertionCapture assertions;
+
+    EXPECT_EQ(4u, computedInBlocks(computer, vWindows, 4).size());
+
+    EXPECT_EQ(8u, assertions.texts().size());
+}
+
+TEST(FeatureComputerSeveralWindows, NeedTheOtherInputsAsWell)
+{
+    FeatureComputerWithInputsImpl computer;
+    ASSERT_TRUE(computer.addFeature("spectrum"));
+    ASSERT_TRUE(computer.addFeature("spectrum", "tone"));
+    const std::vector<DoubleVector> vWindows = makeWindows(4);
+    const LogCapture log;
+    EXPECT_THAT(computedInBlocks(computer, vWindows, 4), IsEmpty());
+    EXPECT_THAT(log.texts(), ElementsAre("Missing input tone of feature spectrum"));
+
+    ASSERT_TRUE(computer.setInput("tone", vWindows[3]));
+
+    for (const DoubleVector& vFeatures : computedInBlocks(computer, vWindows, 4))
+        EXPECT_EQ(256u, vFeatures.size());
+}
+
+TEST(FeatureComputerSeveralWindows, MayBeNone)
+{
+    Audio::FeatureComputerImpl computer;
+    addAll(computer, {"spectrum"});
+
+    EXPECT_EQ(0u, computer.computeSeveral(0, nullptr, nullptr));
+}
+
+TEST(FeatureComputerSeveralWindows, AllocateNothingAfterTheSecondBlock)
+{
+    Audio::FeatureComputerImpl computer;
+    addAll(computer, {"spectrum", "spectrum|flatness", "spectrum500hz", "zerocrossingrate", "peaks"});
+    const std::vector<DoubleVector> vWindows = makeWindows(8);
+    std::vector<DoubleVector> vFeatures(8);
+    for (int iBlock = 0; iBlock < 2; ++iBlock)
+        ASSERT_EQ(8u, computer.computeSeveral(8, vWindows.data(), vFeatures.data()));
+    const auto uiBefore = nbOfAllocations();
+
+    for (int iBlock = 0; iBlock < 5; ++iBlock)
+        computer.computeSeveral(8, vWindows.data(), vFeatures.data());
+
+    EXPECT_EQ(uiBefore, nbOfAllocations());
 }
 
 // ---- Sharing

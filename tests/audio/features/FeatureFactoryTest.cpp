@@ -392,26 +392,26 @@ TEST(AudioFeatureFactory, AddsARangeOfTwentyHertzForEachParameter)
 TEST(AudioFeatureFactory, FreesWhatItMadeForARejectedParameter)
 {
     expectNullInSilence("maxspectralranges(400,x)");
-    const std::uint64_t uiBlocks = nbOfBlocksLive();
+    const std::uint64_t uiBlocks = nbOfLiveBlocks();
     const std::uint64_t uiVectors = getMemAccount("\"DoubleVector\"").m_uiLiveBlocks;
 
     for (const char* szDescription : {"maxspectralranges(400,x)", "maxspectralranges(400,800,1200,x)",
                                       "spectralrange(1,x)", "zerocrossingrate(x)", "spectrum(1)", "spectrum(", "none"})
         EXPECT_EQ(nullptr, AudioFeatureFactory().getNewFeature(szDescription));
 
-    EXPECT_EQ(uiBlocks, nbOfBlocksLive());
+    EXPECT_EQ(uiBlocks, nbOfLiveBlocks());
     EXPECT_EQ(uiVectors, getMemAccount("\"DoubleVector\"").m_uiLiveBlocks);
 }
 
 TEST(AudioFeatureFactory, FreesAllThatItsFeaturesHold)
 {
     newFeature("spectrum|peaks"); // what is made once, such as loggers, is there from now on
-    const std::uint64_t uiBlocks = nbOfBlocksLive();
+    const std::uint64_t uiBlocks = nbOfLiveBlocks();
 
     for (const std::string& strDescription : plainDescriptions())
         EXPECT_NE(nullptr, newFeature(strDescription)) << strDescription;
 
-    EXPECT_EQ(uiBlocks, nbOfBlocksLive());
+    EXPECT_EQ(uiBlocks, nbOfLiveBlocks());
 }
 
 // ---- The arguments behind the names

@@ -432,7 +432,7 @@ TEST_P(FeatureProperties, ComputeAllocatesNothingAfterTheFirstCall)
     vOut.clear();
     vOut.reserve(1024);
     const std::uint64_t uiVectors = getMemAccount("\"DoubleVector\"").m_uiTotalBlocks;
-    const std::uint64_t uiBlocks = nbOfBlocksAllocated();
+    const std::uint64_t uiBlocks = nbOfAllocations();
 
     for (const Math::DoubleVector& vInput : vInputs) {
         vOut.clear();
@@ -441,7 +441,7 @@ TEST_P(FeatureProperties, ComputeAllocatesNothingAfterTheFirstCall)
     }
 
     EXPECT_EQ(uiVectors, getMemAccount("\"DoubleVector\"").m_uiTotalBlocks);
-    EXPECT_EQ(uiBlocks, nbOfBlocksAllocated());
+    EXPECT_EQ(uiBlocks, nbOfAllocations());
 }
 
 TEST(FeatureMemory, OfChainsIsAllocatedInTheFirstCall)
@@ -454,7 +454,7 @@ TEST(FeatureMemory, OfChainsIsAllocatedInTheFirstCall)
         vOut.reserve(1024);
         ASSERT_TRUE(pFeature->compute(vWindow, vOut)) << szChain;
         const std::uint64_t uiVectors = getMemAccount("\"DoubleVector\"").m_uiTotalBlocks;
-        const std::uint64_t uiBlocks = nbOfBlocksAllocated();
+        const std::uint64_t uiBlocks = nbOfAllocations();
 
         for (int i = 0; i < 20; ++i) {
             vOut.clear();
@@ -462,7 +462,7 @@ TEST(FeatureMemory, OfChainsIsAllocatedInTheFirstCall)
         }
 
         EXPECT_EQ(uiVectors, getMemAccount("\"DoubleVector\"").m_uiTotalBlocks) << szChain;
-        EXPECT_EQ(uiBlocks, nbOfBlocksAllocated()) << szChain;
+        EXPECT_EQ(uiBlocks, nbOfAllocations()) << szChain;
     }
 }
 
@@ -473,7 +473,7 @@ TEST_P(FeatureProperties, AllMemoryIsGivenBack)
     Math::DoubleVector vOut;
     vOut.reserve(1024);
     const std::uint64_t uiVectors = getMemAccount("\"DoubleVector\"").m_uiLiveBlocks;
-    const std::uint64_t uiBlocks = nbOfBlocksLive();
+    const std::uint64_t uiBlocks = nbOfLiveBlocks();
     {
         const auto pFeature = GetParam().m_make();
         pFeature->compute(vInput, vOut);
@@ -482,7 +482,7 @@ TEST_P(FeatureProperties, AllMemoryIsGivenBack)
         pClone->compute(vInput, vOut);
     }
     EXPECT_EQ(uiVectors, getMemAccount("\"DoubleVector\"").m_uiLiveBlocks);
-    EXPECT_EQ(uiBlocks, nbOfBlocksLive());
+    EXPECT_EQ(uiBlocks, nbOfLiveBlocks());
 }
 
 } // namespace

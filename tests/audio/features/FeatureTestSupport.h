@@ -4,6 +4,7 @@
 #include "PlainFeatures.h"
 #include "corvana/ROConfiguration.h"
 #include "corvana/TrieConfiguration.h"
+#include "support/AllocationCounter.h"
 #include "support/LogCapture.h"
 #include "support/Signals.h"
 
@@ -94,9 +95,5 @@ public:
 private:
     At m_at;
 };
-
-/// The blocks that operator new has given out in this program, and those that came back.
-std::uint64_t nbOfBlocksAllocated();
-std::uint64_t nbOfBlocksLive();
 
 } // namespace Corvana::Test

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Counts what this program and the libraries it has loaded allocate with operator new. The array forms end up here.
-#include "FeatureTestSupport.h"
+#include "support/AllocationCounter.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -13,6 +13,7 @@ std::atomic<std::uint64_t> s_uiFreed{0};
 
 } // namespace
 
+// The sanitizers have array forms of their own, so these are replaced as well.
 void* operator new(std::size_t in_uiSize)
 {
     void* const pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
@@ -20,6 +21,11 @@ void* operator new(std::size_t in_uiSize)
         throw std::bad_alloc();
     ++s_uiAllocated;
     return pBlock;
+}
+
+void* operator new[](std::size_t in_uiSize)
+{
+    return operator new(in_uiSize);
 }
 
 void operator delete(void* in_pBlock) noexcept
@@ -30,19 +36,29 @@ void operator delete(void* in_pBlock) noexcept
     std::free(in_pBlock);
 }
 
+void operator delete[](void* in_pBlock) noexcept
+{
+    operator delete(in_pBlock);
+}
+
 void operator delete(void* in_pBlock, std::size_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+void operator delete[](void* in_pBlock, std::size_t) noexcept
 {
     operator delete(in_pBlock);
 }
 
 namespace Corvana::Test {
 
-std::uint64_t nbOfBlocksAllocated()
+std::uint64_t nbOfAllocations()
 {
     return s_uiAllocated;
 }
 
-std::uint64_t nbOfBlocksLive()
+std::uint64_t nbOfLiveBlocks()
 {
     return s_uiAllocated - s_uiFreed;
 }
