@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/RecordingAnalysis.h"
 
+#include "corvana/Logger.h"
 #include "corvana/NumberText.h"
 #include "tools/InputList.h"
 #include "tools/Text.h"
+#include "tools/WindowAdvice.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -22,6 +24,12 @@ bool isRegularFile(const std::string& in_strPath)
 {
     std::error_code error;
     return std::filesystem::is_regular_file(in_strPath, error);
+}
+
+// Then the messages of reading and computing are to come in their order.
+bool isMoreThanWarningsShown()
+{
+    return Logger::getRoot().isEnabledFor(LOG_INFO);
 }
 
 } // namespace
@@ -88,11 +96,36 @@ std::string RecordingAnalysis::configureReader()
     config.m_uiWindowSizeMs = m_options.m_uiWindowMs;
     config.m_uiWindowOverlapMs = m_options.m_uiOverlapMs;
     config.m_bSuppressDCOffset = m_options.m_bSuppressDC;
-    if (m_reader.configure(config))
+    if (m_reader.configure(config)) {
+        m_reader.setChunkReadFactor(readFactor());
         return {};
+    }
     return "at " + std::to_string(config.m_uiSampleRate) + " Hz, an overlap of " +
            std::to_string(m_options.m_uiOverlapMs) + " ms is as many samples as a window of " +
            std::to_string(m_options.m_uiWindowMs) + " ms; it must be shorter";
+}
+
+// The given one. Who asked for nothing gets larger chunks, which take less time, unless they would have to be waited
+// for, as those of a pipe. No row depends on it.
+unsigned long RecordingAnalysis::readFactor() const
+{
+    constexpr unsigned long uiFramesOfChunk = 4096;
+    const unsigned long uiWindowSize = windowSamples(getWindowRate(), m_options.m_uiWindowMs);
+    if (m_options.m_uiReadFactor != 1 || !m_bLengthKnown || isMoreThanWarningsShown())
+        return m_options.m_uiReadFactor;
+    return std::max(1UL, uiFramesOfChunk / uiWindowSize);
+}
+
+// Several where nobody can tell: each row is to be seen at once otherwise, formulas may have something to report, as
+// may all other parts when more than warnings is shown, and long windows would need much memory.
+unsigned long RecordingAnalysis::windowsAtOnce(bool in_bFlushRows) const
+{
+    constexpr unsigned long uiAtOnce = 8;
+    constexpr unsigned long uiMaxNbOfSamples = 65536;
+    const bool bOneByOne = in_bFlushRows || !m_bLengthKnown || m_features.getFormulas().size() > 0 ||
+                           isMoreThanWarningsShown() ||
+                           windowSamples(getWindowRate(), m_options.m_uiWindowMs) > uiMaxNbOfSamples;
+    return bOneByOne ? 1 : uiAtOnce;
 }
 
 void RecordingAnalysis::warnAboutRate()
@@ -133,11 +166,11 @@ void RecordingAnalysis::readLabels()
 
 // Where the window's samples really lie: its time moves on by whole milliseconds, which at some rates are no whole
 // number of samples, and is that of another rate when windows are cut for one.
-double RecordingAnalysis::middleOfWindow(unsigned long in_uiWindow) const
+double RecordingAnalysis::middleOfWindow(unsigned long in_uiWindow, unsigned long in_uiNbOfSamples) const
 {
     const unsigned long uiOverlap = m_options.m_uiOverlapMs * getWindowRate() / 1000;
-    const unsigned long uiHop = m_vWindow.size() - uiOverlap;
-    const double dMiddle = static_cast<double>(in_uiWindow * uiHop) + static_cast<double>(m_vWindow.size()) / 2.0;
+    const unsigned long uiHop = in_uiNbOfSamples - uiOverlap;
+    const double dMiddle = static_cast<double>(in_uiWindow * uiHop) + static_cast<double>(in_uiNbOfSamples) / 2.0;
     return dMiddle / static_cast<double>(m_reader.getSampleRate());
 }
 
@@ -151,19 +184,24 @@ try {
     inout_writer.beginFile(m_strPath);
     const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();
     std::vector<Math::Xpr::Expression> vExpressions = m_features.getFormulas().getFreshExpressions();
+    Block block(windowsAtOnce(in_bFlushRows));
     unsigned long uiNbOfRows = 0;
-    while (m_reader.getNextWindow(m_vWindow)) {
-        const std::string strFault = writeRow(inout_writer, *pComputer, vExpressions, uiNbOfRows);
-        if (!strFault.empty())
-            return strFault;
-        const std::string& strRow = inout_writer.endRow();
-        if (!out_stream.write(strRow.data(), static_cast<std::streamsize>(strRow.size())))
-            return {};
-        if (in_bFlushRows)
-            out_stream.flush();
-        if (++uiNbOfRows % s_uiRowsPerUpdate == 0 && m_progress.isShown())
-            m_progress.update(in_dShare < 0.0 ? -1.0 : in_dDone + in_dShare * fractionRead(), getAudioSeconds(),
-                              m_strPath);
+    while (readBlock(block)) {
+        block.m_uiNbComputed =
+            pComputer->computeSeveral(block.m_uiNbOfWindows, block.m_vWindows.data(), block.m_vValues.data());
+        for (unsigned long uiWindow = 0; uiWindow < block.m_uiNbOfWindows; ++uiWindow) {
+            const std::string strFault = writeRow(inout_writer, block, uiWindow, vExpressions, uiNbOfRows);
+            if (!strFault.empty())
+                return strFault;
+            const std::string_view strRow = inout_writer.endRow();
+            if (!out_stream.write(strRow.data(), static_cast<std::streamsize>(strRow.size())))
+                return {};
+            if (in_bFlushRows)
+                out_stream.flush();
+            if (++uiNbOfRows % s_uiRowsPerUpdate == 0 && m_progress.isShown())
+                m_progress.update(in_dShare < 0.0 ? -1.0 : in_dDone + in_dShare * fractionRead(), getAudioSeconds(),
+                                  m_strPath);
+        }
     }
     m_log.endInput();
     const std::string strFault = checkEnd();
@@ -175,52 +213,64 @@ try {
     return outOfMemory();
 }
 
+// False: there are no more windows.
+bool RecordingAnalysis::readBlock(Block& inout_block)
+{
+    inout_block.m_uiNbOfWindows = 0;
+    for (Math::DoubleVector& vWindow : inout_block.m_vWindows) {
+        if (!m_reader.getNextWindow(vWindow))
+            break;
+        inout_block.m_vEndTimes[inout_block.m_uiNbOfWindows++] = m_reader.getCurrentAudioTime();
+    }
+    return inout_block.m_uiNbOfWindows > 0;
+}
+
 // Returns a fault; the row is complete only without one.
-std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer,
+std::string RecordingAnalysis::writeRow(RowWriter& inout_writer, const Block& in_block, unsigned long in_uiWindow,
                                         std::vector<Math::Xpr::Expression>& inout_vExpressions, unsigned long in_uiRow)
 {
-    inout_computer.setWindow(m_vWindow);
-    const bool bComputed = inout_computer.computeFeatures(m_vValues);
+    const bool bComputed = in_uiWindow < in_block.m_uiNbComputed;
+    const Math::DoubleVector& vWindow = in_block.m_vWindows[in_uiWindow];
+    const Math::DoubleVector& vValues = in_block.m_vValues[in_uiWindow];
+    const double dEndTime = in_block.m_vEndTimes[in_uiWindow];
     const std::size_t uiNbOfFeatures = getNbOfValues().size() - inout_vExpressions.size();
     const auto itFormulas = getNbOfValues().begin() + static_cast<long>(uiNbOfFeatures);
-    if (!bComputed || m_vValues.size() != std::accumulate(getNbOfValues().begin(), itFormulas, std::size_t{0}))
-        return rowFault(bComputed);
-    if (m_bLabels && m_labels.advanceTo(middleOfWindow(in_uiRow)))
+    if (!bComputed || vValues.size() != std::accumulate(getNbOfValues().begin(), itFormulas, std::size_t{0}))
+        return rowFault(bComputed, vValues.size(), dEndTime);
+    if (m_bLabels && m_labels.advanceTo(middleOfWindow(in_uiRow, vWindow.size())))
         inout_writer.setLabels(m_labels.get());
-    inout_writer.beginRow(m_reader.getCurrentAudioTime());
-    std::span<const double> values(m_vValues.data(), m_vValues.size());
+    inout_writer.beginRow(dEndTime);
+    std::span<const double> values(vValues.data(), vValues.size());
     for (std::size_t uiFeature = 0; uiFeature < uiNbOfFeatures; ++uiFeature) {
         inout_writer.addFeature(uiFeature, values.first(getNbOfValues()[uiFeature]));
         values = values.subspan(getNbOfValues()[uiFeature]);
     }
-    return addFormulas(inout_writer, inout_vExpressions);
+    return addFormulas(inout_writer, vWindow, dEndTime, inout_vExpressions);
 }
 
-std::string RecordingAnalysis::addFormulas(RowWriter& inout_writer,
-                                           std::vector<Math::Xpr::Expression>& inout_vExpressions)
+std::string RecordingAnalysis::addFormulas(RowWriter& inout_writer, const Math::DoubleVector& in_vWindow,
+                                           double in_dEndTime, std::vector<Math::Xpr::Expression>& inout_vExpressions)
 {
     const std::size_t uiNbOfFeatures = getNbOfValues().size() - inout_vExpressions.size();
     for (std::size_t uiFormula = 0; uiFormula < inout_vExpressions.size(); ++uiFormula) {
         Math::Xpr::Expression& expression = inout_vExpressions[uiFormula];
-        expression.pointVariable("x", m_vWindow);
+        expression.pointVariable("x", in_vWindow);
         LimitedObjPtr<Math::DoubleVector> pValues;
         const bool bEvaluated = expression.evaluate(pValues);
-        if (!bEvaluated || pValues->size() != getNbOfValues()[uiNbOfFeatures + uiFormula]) {
-            m_vValues.resize(bEvaluated ? pValues->size() : 0);
-            return rowFault(bEvaluated);
-        }
+        if (!bEvaluated || pValues->size() != getNbOfValues()[uiNbOfFeatures + uiFormula])
+            return rowFault(bEvaluated, bEvaluated ? pValues->size() : 0, in_dEndTime);
         inout_writer.addFeature(uiNbOfFeatures + uiFormula, {pValues->data(), pValues->size()});
     }
     return {};
 }
 
-std::string RecordingAnalysis::rowFault(bool in_bComputed)
+std::string RecordingAnalysis::rowFault(bool in_bComputed, std::size_t in_uiNbOfValues, double in_dEndTime)
 {
     const std::string strReason = m_log.takeErrors();
     const std::string strWhere =
-        (in_bComputed ? "the features gave another number of values (" + std::to_string(m_vValues.size()) + ")"
+        (in_bComputed ? "the features gave another number of values (" + std::to_string(in_uiNbOfValues) + ")"
                       : std::string("the features failed")) +
-        " for the window that ends at " + toShortestText(m_reader.getCurrentAudioTime()) + " s";
+        " for the window that ends at " + toShortestText(in_dEndTime) + " s";
     return strReason.empty() ? strWhere : strWhere + ": " + strReason;
 }
 

@@ -67,14 +67,35 @@ private:
         unsigned long m_uiNbOfFramesRead = 0;
     };
 
+    // Windows that are computed at once, with what they become.
+    struct Block
+    {
+        explicit Block(unsigned long in_uiMaxNbOfWindows)
+            : m_vWindows(in_uiMaxNbOfWindows)
+            , m_vEndTimes(in_uiMaxNbOfWindows)
+            , m_vValues(in_uiMaxNbOfWindows)
+        {
+        }
+
+        std::vector<Math::DoubleVector> m_vWindows;
+        std::vector<double> m_vEndTimes;
+        std::vector<Math::DoubleVector> m_vValues;
+        unsigned long m_uiNbOfWindows = 0;
+        unsigned long m_uiNbComputed = 0;
+    };
+
     std::string configureReader();
+    unsigned long readFactor() const;
+    unsigned long windowsAtOnce(bool in_bFlushRows) const;
     void warnAboutRate();
     void readLabels();
-    double middleOfWindow(unsigned long in_uiWindow) const;
-    std::string writeRow(RowWriter& inout_writer, Math::FeatureComputerImpl& inout_computer,
+    double middleOfWindow(unsigned long in_uiWindow, unsigned long in_uiNbOfSamples) const;
+    bool readBlock(Block& inout_block);
+    std::string writeRow(RowWriter& inout_writer, const Block& in_block, unsigned long in_uiWindow,
                          std::vector<Math::Xpr::Expression>& inout_vExpressions, unsigned long in_uiRow);
-    std::string addFormulas(RowWriter& inout_writer, std::vector<Math::Xpr::Expression>& inout_vExpressions);
-    std::string rowFault(bool in_bComputed);
+    std::string addFormulas(RowWriter& inout_writer, const Math::DoubleVector& in_vWindow, double in_dEndTime,
+                            std::vector<Math::Xpr::Expression>& inout_vExpressions);
+    std::string rowFault(bool in_bComputed, std::size_t in_uiNbOfValues, double in_dEndTime);
     std::string checkEnd() const;
     std::string outOfMemory() const;
     double fractionRead() const;
@@ -89,8 +110,6 @@ private:
     std::string m_strPath;
     bool m_bLengthKnown = false;
     const FeatureSet::Layout* m_pLayout = nullptr;
-    Math::DoubleVector m_vWindow;
-    Math::DoubleVector m_vValues;
     double m_dSecondsOfFormerFiles = 0.0;
     bool m_bLabels = false;
     WindowLabels m_labels;

@@ -5,11 +5,81 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 namespace Corvana::Tools {
 namespace {
+
+// A row as it grows. Its room is never given back, and not written before its letters are.
+class RowText
+{
+public:
+    std::string_view get() const { return {m_pText.get(), m_uiSize}; }
+    void clear() { m_uiSize = 0; }
+
+    void append(std::string_view in_strText)
+    {
+        std::memcpy(makeRoom(in_strText.size()), in_strText.data(), in_strText.size());
+        m_uiSize += in_strText.size();
+    }
+
+    void append(char in_cLetter)
+    {
+        *makeRoom(1) = in_cLetter;
+        ++m_uiSize;
+    }
+
+    void appendNumber(double in_dValue)
+    {
+        char* const pBegin = makeRoom(s_uiMaxShortestText);
+        m_uiSize += static_cast<std::size_t>(writeShortestText(pBegin, in_dValue) - pBegin);
+    }
+
+    // With a comma before each.
+    void appendNumbers(std::span<const double> in_values)
+    {
+        char* const pBegin = makeRoom(in_values.size() * (1 + s_uiMaxShortestText));
+        char* pEnd = pBegin;
+        for (const double dValue : in_values) {
+            *pEnd++ = ',';
+            pEnd = writeShortestText(pEnd, dValue);
+        }
+        m_uiSize += static_cast<std::size_t>(pEnd - pBegin);
+    }
+
+    void appendJsonNumber(double in_dValue)
+    {
+        if (std::isfinite(in_dValue))
+            return appendNumber(in_dValue);
+        std::string strText;
+        Tools::appendJsonNumber(strText, in_dValue);
+        append(strText);
+    }
+
+private:
+    char* makeRoom(std::size_t in_uiNbOfLetters)
+    {
+        if (in_uiNbOfLetters > m_uiCapacity - m_uiSize)
+            grow(in_uiNbOfLetters);
+        return m_pText.get() + m_uiSize;
+    }
+
+    void grow(std::size_t in_uiNbOfLetters)
+    {
+        const std::size_t uiCapacity = 2 * m_uiSize + in_uiNbOfLetters;
+        auto pText = std::make_unique_for_overwrite<char[]>(uiCapacity);
+        std::copy_n(m_pText.get(), m_uiSize, pText.get());
+        m_pText = std::move(pText);
+        m_uiCapacity = uiCapacity;
+    }
+
+    std::unique_ptr<char[]> m_pText;
+    std::size_t m_uiSize = 0;
+    std::size_t m_uiCapacity = 0;
+};
 
 class CsvRowWriter : public RowWriter
 {
@@ -34,10 +104,11 @@ public:
 
     void beginRow(double in_dTime) override
     {
-        m_strRow = m_strRowStart;
-        appendShortestText(m_strRow, in_dTime);
+        m_row.clear();
+        m_row.append(m_strRowStart);
+        m_row.appendNumber(in_dTime);
         if (m_bLabels)
-            m_strRow += m_strLabels;
+            m_row.append(m_strLabels);
     }
 
     void setLabels(const std::vector<std::string>& in_vLabels) override
@@ -48,18 +119,12 @@ public:
         m_strLabels = "," + csvField(strLabels);
     }
 
-    void addFeature(std::size_t, std::span<const double> in_values) override
-    {
-        for (const double dValue : in_values) {
-            m_strRow += ',';
-            appendShortestText(m_strRow, dValue);
-        }
-    }
+    void addFeature(std::size_t, std::span<const double> in_values) override { m_row.appendNumbers(in_values); }
 
-    const std::string& endRow() override
+    std::string_view endRow() override
     {
-        m_strRow += '\n';
-        return m_strRow;
+        m_row.append('\n');
+        return m_row.get();
     }
 
 private:
@@ -81,7 +146,7 @@ private:
     std::string m_strHeader;
     std::string m_strRowStart;
     std::string m_strLabels; // with the comma before them
-    std::string m_strRow;
+    RowText m_row;
 };
 
 class JsonRowWriter : public RowWriter
@@ -93,7 +158,7 @@ public:
         , m_vNbOfValues(in_vNbOfValues)
     {
         for (const std::string& strDescription : in_vDescriptions)
-            m_vKeys.push_back(jsonString(strDescription) + ":");
+            m_vKeys.push_back("," + jsonString(strDescription) + ":");
     }
 
     std::string getHeader() const override { return {}; }
@@ -106,10 +171,11 @@ public:
 
     void beginRow(double in_dTime) override
     {
-        m_strRow = m_strRowStart;
-        appendJsonNumber(m_strRow, in_dTime);
+        m_row.clear();
+        m_row.append(m_strRowStart);
+        m_row.appendJsonNumber(in_dTime);
         if (m_bLabels)
-            m_strRow += m_strLabels;
+            m_row.append(m_strLabels);
     }
 
     void setLabels(const std::vector<std::string>& in_vLabels) override
@@ -122,38 +188,37 @@ public:
 
     void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) override
     {
-        m_strRow += ',';
-        m_strRow += m_vKeys[in_uiFeature];
+        m_row.append(m_vKeys[in_uiFeature]);
         if (m_vNbOfValues[in_uiFeature] == 1)
-            appendJsonNumber(m_strRow, in_values[0]);
+            m_row.appendJsonNumber(in_values[0]);
         else
             appendArray(in_values);
     }
 
-    const std::string& endRow() override
+    std::string_view endRow() override
     {
-        m_strRow += "}\n";
-        return m_strRow;
+        m_row.append("}\n");
+        return m_row.get();
     }
 
 private:
     void appendArray(std::span<const double> in_values)
     {
-        m_strRow += '[';
+        m_row.append('[');
         for (std::size_t uiIndex = 0; uiIndex < in_values.size(); ++uiIndex) {
             if (uiIndex > 0)
-                m_strRow += ',';
-            appendJsonNumber(m_strRow, in_values[uiIndex]);
+                m_row.append(',');
+            m_row.appendJsonNumber(in_values[uiIndex]);
         }
-        m_strRow += ']';
+        m_row.append(']');
     }
 
     const bool m_bLabels;
     std::vector<std::size_t> m_vNbOfValues;
-    std::vector<std::string> m_vKeys;
+    std::vector<std::string> m_vKeys; // each with the comma before it
     std::string m_strRowStart;
     std::string m_strLabels; // with the comma and the key before them
-    std::string m_strRow;
+    RowText m_row;
 };
 
 } // namespace

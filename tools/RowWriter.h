@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Corvana::Tools {
@@ -35,7 +36,7 @@ public:
     virtual void setLabels(const std::vector<std::string>& in_vLabels) = 0;
     virtual void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) = 0;
     /// The whole row with its line end; holds until the next one begins.
-    virtual const std::string& endRow() = 0;
+    virtual std::string_view endRow() = 0;
 };
 
 /// A text as a field of comma-separated values: between quotes, with its own quotes doubled, when it contains a

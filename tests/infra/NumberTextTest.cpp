@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -113,6 +114,70 @@ TEST(ShortestText, IsAppended)
     appendShortestText(strText, s_dNaN);
 
     EXPECT_EQ("x=0.5nan", strText);
+}
+
+// What the text has always been: numbers written by older versions are compared with new ones as text.
+void expectTextOfStandardLibrary(double in_dValue)
+{
+    char acText[64];
+    const char* const pEnd = std::to_chars(acText, acText + sizeof acText, in_dValue).ptr;
+    ASSERT_EQ(std::string(static_cast<const char*>(acText), pEnd), toShortestText(in_dValue));
+}
+
+TEST(ShortestText, IsThatOfTheStandardLibraryAroundEveryPowerOfTwo)
+{
+    for (std::uint64_t uiExponent = 0; uiExponent < 2047; ++uiExponent)
+        for (const std::uint64_t uiFraction :
+             {0UL, 1UL, 2UL, 3UL, (1UL << 52) - 1, (1UL << 52) - 2, 1UL << 51, 0x5555555555555UL})
+            for (const std::uint64_t uiSign : {0UL, 1UL})
+                expectTextOfStandardLibrary(fromBits(uiSign << 63 | uiExponent << 52 | uiFraction));
+}
+
+TEST(ShortestText, IsThatOfTheStandardLibraryForRandomNumbers)
+{
+    std::mt19937_64 random(2);
+    for (int iRound = 0; iRound < 200000; ++iRound) {
+        const std::uint64_t uiExponent = 1023 - 128 + random() % 184; // those written here, and some beyond
+        const std::uint64_t uiFraction = random() >> 12;
+        expectTextOfStandardLibrary(fromBits(uiExponent << 52 | uiFraction));
+        expectTextOfStandardLibrary(fromBits(uiExponent << 52 | (uiFraction & 1) << random() % 52));
+        const std::uint64_t uiZerosAtEnd = random() % 53;
+        expectTextOfStandardLibrary(fromBits(uiExponent << 52 | (uiFraction >> uiZerosAtEnd << uiZerosAtEnd)));
+    }
+}
+
+// Few digits, and every place of the point.
+TEST(ShortestText, IsThatOfTheStandardLibraryForShortNumbers)
+{
+    std::mt19937_64 random(3);
+    for (int iPower = -45; iPower < 25; ++iPower) {
+        const double dPower = std::pow(10.0, iPower);
+        for (int iRound = 0; iRound < 2000; ++iRound) {
+            const double dDigits = static_cast<double>(random() >> (11 + random() % 53));
+            expectTextOfStandardLibrary(static_cast<double>(random() % 1000) * dPower);
+            expectTextOfStandardLibrary(static_cast<double>(random() % 1000000000) * dPower);
+            expectTextOfStandardLibrary(-dDigits * dPower);
+        }
+    }
+    for (int iValue = 0; iValue < 100000; ++iValue) {
+        expectTextOfStandardLibrary(static_cast<double>(iValue) * 0.016);
+        expectTextOfStandardLibrary(static_cast<double>(iValue) / 1000.0);
+        expectTextOfStandardLibrary(static_cast<double>(iValue));
+    }
+}
+
+TEST(ShortestText, IsWrittenWithinItsRoom)
+{
+    for (const double dValue : {0.0, 0.1 + 0.2, 123.456, 1e15, 1234567890123456.0, -2.2250738585072014e-308,
+                                -1.0 / 3e-3, 1.2345678901234567e-5, -1.2345678901234567e-38, s_dInfinity, s_dNaN}) {
+        char acText[Corvana::s_uiMaxShortestText + 1];
+        acText[Corvana::s_uiMaxShortestText] = 'x';
+
+        const char* const pEnd = Corvana::writeShortestText(acText, dValue);
+
+        EXPECT_EQ(toShortestText(dValue), std::string(static_cast<const char*>(acText), pEnd));
+        EXPECT_EQ('x', acText[Corvana::s_uiMaxShortestText]);
+    }
 }
 
 TEST(ShortestText, ReadsBackToTheSameBits)

@@ -20,7 +20,7 @@ std::string rowOf(RowWriter& inout_writer, const std::string& in_strFile)
     inout_writer.beginRow(0.016);
     inout_writer.addFeature(0, std::array{0.1, -s_dInfinity});
     inout_writer.addFeature(1, std::array{s_dNaN});
-    return inout_writer.endRow();
+    return std::string(inout_writer.endRow());
 }
 
 TEST(CsvRowWriter, NamesColumnsByDescriptionAndIndex)

@@ -2,11 +2,13 @@
 #include "FeatureTestSupport.h"
 #include "PlainFeatures.h"
 
+#include "AudioZeroCrossings.h"
 #include "corvana/AudioFeatureImpl.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <memory>
 
@@ -44,6 +46,58 @@ void expectError(const LogCapture& in_log, const std::string& in_strText)
     ASSERT_THAT(in_log.texts(), ElementsAre(in_strText));
     EXPECT_EQ(40000, in_log.events().front().m_iLevel);
     EXPECT_EQ(s_szLogger, in_log.events().front().m_strLogger);
+}
+
+// ---- Counting crossings with each instruction set
+
+std::vector<Math::Simd> supportedSimds()
+{
+    std::vector<Math::Simd> vSimds;
+    for (const Math::Simd simd : {Math::Simd::PORTABLE, Math::Simd::BASELINE, Math::Simd::AVX2, Math::Simd::AVX512})
+        if (Math::isSimdSupported(simd))
+            vSimds.push_back(simd);
+    return vSimds;
+}
+
+void expectCrossingsAsPlain(const Values& in_vSamples)
+{
+    PlainZeroCrossingRate plain;
+    plain(Values{-0.25});
+    const double dRate = plain(in_vSamples).m_vValues[0];
+    const double dSize = static_cast<double>(in_vSamples.size());
+    for (const Math::Simd simd : supportedSimds())
+        EXPECT_EQ(dRate, static_cast<double>(countZeroCrossings(-0.25, in_vSamples.data(),
+                                                                in_vSamples.data() + in_vSamples.size(), simd)) /
+                             dSize)
+            << Math::getSimdName(simd) << ", " << in_vSamples.size() << " samples";
+}
+
+TEST(ZeroCrossings, AreCountedAlikeByAllInstructionSetsForEveryLength)
+{
+    for (unsigned long uiSize = 1; uiSize <= 100; ++uiSize)
+        expectCrossingsAsPlain(randomWindow(uiSize, uiSize));
+    expectCrossingsAsPlain(Values(64, -0.5)); // no crossing behind the end
+}
+
+TEST(ZeroCrossings, AreCountedAlikeByAllInstructionSetsForSpecialValues)
+{
+    constexpr double adSpecial[] = {0.0,   -0.0,   1.0,    -1.0,        5e-324,       -5e-324, 1e-200, -1e-200,
+                                    1e300, -1e300, s_dNaN, s_dInfinity, -s_dInfinity, 2e-308,  -2e-308};
+    std::uint64_t uiState = 1;
+    for (int iRound = 0; iRound < 200; ++iRound) {
+        Values vSamples(67);
+        for (double& dSample : vSamples) {
+            uiState = uiState * 6364136223846793005U + 1442695040888963407U;
+            dSample = adSpecial[(uiState >> 33U) % std::size(adSpecial)];
+        }
+        expectCrossingsAsPlain(vSamples);
+    }
+}
+
+TEST(ZeroCrossings, AreNoneWithoutSamples)
+{
+    for (const Math::Simd simd : supportedSimds())
+        EXPECT_EQ(0u, countZeroCrossings(-1.0, nullptr, nullptr, simd));
 }
 
 // ---- ZeroCrossingRateFeature
