@@ -296,17 +296,17 @@ std::string AnnotationEdit::tryOut(const std::string& in_strPath, const Change& 
     return strFault.empty() && !fitsFile(file) ? m_log.takeErrors() : strFault;
 }
 
-// Spares a copy of the whole recording. What has to be changed, or is at fault, is looked at again once nobody else can
-// change it.
-bool AnnotationEdit::needsNoEdit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult)
+// Spares a copy of the whole recording. What has to be changed is looked at again once nobody else can change it.
+bool AnnotationEdit::needsNoEdit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult,
+                                 std::string& out_strFault)
 {
     std::error_code error;
     if (!std::filesystem::is_regular_file(in_strPath, error)) // nobody may ever write into a pipe
         return false;
     AnnotatedFile file;
     bool bChanged = false;
-    const std::string strFault = change(in_strPath, in_strPath, in_change, file, out_strResult, bChanged);
-    if (strFault.empty() && !bChanged)
+    out_strFault = change(in_strPath, in_strPath, in_change, file, out_strResult, bChanged);
+    if (out_strFault.empty() && !bChanged)
         return true;
     m_log.beginAgain();
     return false;
@@ -316,15 +316,19 @@ std::string AnnotationEdit::edit(const std::string& in_strPath, const Change& in
 {
     if (in_strPath == "-")
         return "files can be edited, standard input cannot";
-    if (!m_options.m_bInterop && needsNoEdit(in_strPath, in_change, out_strResult))
+    std::string strFault;
+    if (!m_options.m_bInterop && needsNoEdit(in_strPath, in_change, out_strResult, strFault))
         return {};
     AtomicFileEdit edit(in_strPath.c_str(), [](const char* in_szFile) { Termination::setTemporaryFile(in_szFile); });
     if (!edit.isOpen())
         return faultOf(edit, in_strPath);
+    // A recording that could not be read once is not changed, even if it can be read the next time.
+    if (!strFault.empty())
+        return strFault;
     const std::string strCopy = edit.workingFileName();
     AnnotatedFile file;
     bool bChanged = false;
-    std::string strFault = apply(in_strPath, strCopy, in_change, file, out_strResult, bChanged);
+    strFault = apply(in_strPath, strCopy, in_change, file, out_strResult, bChanged);
     if (!strFault.empty() || !bChanged)
         return strFault;
     strFault = write(strCopy, file);

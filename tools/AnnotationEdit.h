@@ -73,7 +73,8 @@ private:
     std::string process(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
     std::string tryOut(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
     std::string edit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
-    bool needsNoEdit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult);
+    bool needsNoEdit(const std::string& in_strPath, const Change& in_change, std::string& out_strResult,
+                     std::string& out_strFault);
     std::string change(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
                        Audio::AnnotatedFile& out_file, std::string& out_strResult, bool& out_bChanged);
     std::string apply(const std::string& in_strPath, const std::string& in_strFile, const Change& in_change,
