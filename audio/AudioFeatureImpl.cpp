@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/AudioFeatureImpl.h"
 
+#include "AudioScan.h"
 #include "AudioZeroCrossings.h"
 #include "corvana/Assertion.h"
 #include "corvana/ConfigurationReader.h"
@@ -302,17 +303,6 @@ bool FlatnessFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_v
 
 namespace {
 
-// The larger of the absolute values of the smallest and the largest sample; 0 for an empty window.
-double peakOf(const DoubleVector& in_vWindow)
-{
-    if (in_vWindow.empty())
-        return 0.0;
-    const double* pMin = nullptr;
-    const double* pMax = nullptr;
-    in_vWindow.minmax_element(pMin, pMax);
-    return std::max(std::fabs(*pMin), std::fabs(*pMax));
-}
-
 // A count as a share of the window; NaN for an empty one.
 double shareOf(unsigned long in_uiCount, const DoubleVector& in_vWindow)
 {
@@ -377,10 +367,9 @@ bool ClippingRateFeature::compute(const DoubleVector& in_vInput, DoubleVector& o
 {
     assert(&in_vInput != &out_vOutput);
 
-    unsigned long uiNbClipped = 0;
-    for (const double dSample : in_vInput)
-        if (dSample >= m_dHigh || dSample <= m_dLow)
-            ++uiNbClipped;
+    const unsigned long uiNbClipped = countWhere(in_vInput, [this](PairOfValues in_samples) {
+        return (in_samples >= bothOf(m_dHigh)) | (in_samples <= bothOf(m_dLow));
+    });
     out_vOutput.push_back(shareOf(uiNbClipped, in_vInput));
     return true;
 }
@@ -406,10 +395,8 @@ bool SilenceRatioFeature::compute(const DoubleVector& in_vInput, DoubleVector& o
     assert(&in_vInput != &out_vOutput);
 
     const double dThreshold = peakOf(in_vInput) / m_dRatio;
-    unsigned long uiNbOfSilent = 0;
-    for (const double dSample : in_vInput)
-        if (std::fabs(dSample) < dThreshold)
-            ++uiNbOfSilent;
+    const unsigned long uiNbOfSilent =
+        countWhere(in_vInput, [=](PairOfValues in_samples) { return absolute(in_samples) < bothOf(dThreshold); });
     out_vOutput.push_back(shareOf(uiNbOfSilent, in_vInput));
     return true;
 }
@@ -535,7 +522,7 @@ bool MaxNeighbourhoodFeature::compute(const DoubleVector& in_vInput, DoubleVecto
     constexpr unsigned long uiNbOfNeighbours = 3;
     if (in_vInput.size() <= uiNbOfNeighbours)
         return false;
-    const double* const pMax = in_vInput.max_element();
+    const double* const pMax = findLargest(in_vInput);
     // In the middle, unless the maximum has only one neighbour.
     const double* const pFirst =
         std::clamp(pMax - (pMax == in_vInput.begin() ? 0 : 1), in_vInput.begin(), in_vInput.end() - uiNbOfNeighbours);
@@ -568,16 +555,17 @@ bool RatiosFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOu
         dPeak = std::max(dPeak, m_dRunningPeak);
         m_dRunningPeak = dPeak;
     }
-    const double dLoud = dPeak / 5.0;
-    const double dMedium = dPeak / 10.0;
-    const double dQuiet = dPeak / 50.0;
-    unsigned long auiCounts[4] = {};
-    for (const double dSample : in_vInput) {
-        const double dAmplitude = std::fabs(dSample);
-        const int iClass = dAmplitude > dLoud ? 0 : dAmplitude > dMedium ? 1 : dAmplitude > dQuiet ? 2 : 3;
-        ++auiCounts[iClass];
-    }
-    for (const unsigned long uiCount : auiCounts)
+    // Who is above one threshold is above all lower ones: each class is what is above its own, less what is above the
+    // one before. So nothing depends on a sample but counts.
+    const auto nbAbove = [&in_vInput](double in_dThreshold) {
+        return countWhere(in_vInput,
+                          [=](PairOfValues in_samples) { return absolute(in_samples) > bothOf(in_dThreshold); });
+    };
+    const unsigned long uiAboveLoud = nbAbove(dPeak / 5.0);
+    const unsigned long uiAboveMedium = nbAbove(dPeak / 10.0);
+    const unsigned long uiAboveQuiet = nbAbove(dPeak / 50.0);
+    for (const unsigned long uiCount :
+         {uiAboveLoud, uiAboveMedium - uiAboveLoud, uiAboveQuiet - uiAboveMedium, in_vInput.size() - uiAboveQuiet})
         out_vOutput.push_back(shareOf(uiCount, in_vInput));
     return true;
 }
@@ -1069,7 +1057,7 @@ bool AntiHarmonicProductFeature::compute(const DoubleVector& in_vInput, DoubleVe
     std::fill(m_vScratch.begin(), m_vScratch.end(), 1.0);
     if (!CORVANA_ASSERT_AT(CORVANA_HERE, m_vScratch.size() > 2, "m_vScratch.size() > 2"))
         return false;
-    if (*in_vInput.max_element() != 0.0) {
+    if (*findLargest(in_vInput) != 0.0) {
         const double dScale = static_cast<double>(m_vScratch.size());
         for (unsigned long i = 2; i < m_vScratch.size(); ++i)
             for (unsigned long h = 1; h <= 5; ++h)
@@ -1153,7 +1141,7 @@ bool PeaksFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOut
     m_vWorkingCopy = in_vInput;
     m_vWorkingCopy.absoluteValue();
     for (unsigned long uiPeak = 0; uiPeak < s_uiNbOfPeaks; ++uiPeak) {
-        const double* const pPeak = std::as_const(m_vWorkingCopy).max_element();
+        const double* const pPeak = findLargest(m_vWorkingCopy);
         m_vPeakValues[uiPeak] = *pPeak;
         m_vPeakPositions[uiPeak] = static_cast<unsigned long>(pPeak - m_vWorkingCopy.begin());
         removePeak(m_vPeakPositions[uiPeak]);
