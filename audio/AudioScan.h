@@ -58,7 +58,8 @@ unsigned long countWhere(const Math::DoubleVector& in_vValues, ConditionT in_con
     return static_cast<unsigned long>(counts[0] + counts[1]);
 }
 
-/// The largest of what in_function makes of the values, or in_dFirst where nothing is larger; so a NaN never is.
+/// The largest of what in_function makes of the values, or in_dFirst where nothing is larger. A NaN never is, and
+/// nothing is larger than a NaN.
 template <class FunctionT>
 double largestOf(const Math::DoubleVector& in_vValues, double in_dFirst, FunctionT in_function)
 {
@@ -105,8 +106,7 @@ inline double peakOf(const Math::DoubleVector& in_vWindow)
 {
     if (in_vWindow.empty())
         return 0.0;
-    const double dFirst = std::fabs(in_vWindow.front());
-    return std::isnan(dFirst) ? dFirst : largestOf(in_vWindow, dFirst, absolute);
+    return largestOf(in_vWindow, std::fabs(in_vWindow.front()), absolute);
 }
 
 } // namespace Corvana::Audio

@@ -11,8 +11,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <numeric>
+#include <random>
 
 namespace Corvana::Audio {
 namespace {
@@ -442,6 +445,48 @@ TEST_P(FeatureProperties, ComputeAllocatesNothingAfterTheFirstCall)
 
     EXPECT_EQ(uiVectors, getMemAccount("\"DoubleVector\"").m_uiTotalBlocks);
     EXPECT_EQ(uiBlocks, nbOfAllocations());
+}
+
+// Few ordinary values among many that are not, at every place: the first one, too, decides how others compare.
+Values specialValues(unsigned long in_uiSize, std::uint64_t in_uiSeed)
+{
+    constexpr double adSpecial[] = {std::numeric_limits<double>::quiet_NaN(),
+                                    std::numeric_limits<double>::infinity(),
+                                    -std::numeric_limits<double>::infinity(),
+                                    0.0,
+                                    -0.0,
+                                    5e-324,
+                                    -2e-308,
+                                    1e308,
+                                    -1e308};
+    Values vValues = randomWindow(in_uiSize, in_uiSeed);
+    std::mt19937_64 random(in_uiSeed);
+    const unsigned long uiRarity = 1 + random() % 40; // of the special ones
+    const unsigned long uiNbOfKinds = 1 + random() % std::size(adSpecial);
+    const unsigned long uiFirstKind = random() % std::size(adSpecial);
+    for (double& dValue : vValues)
+        if (random() % uiRarity == 0)
+            dValue = adSpecial[(uiFirstKind + random() % uiNbOfKinds) % std::size(adSpecial)];
+    return vValues;
+}
+
+TEST(FeaturePlainForms, AgreeForSpecialValues)
+{
+    for (const std::string& strDescription : plainDescriptions()) {
+        // One reads a single value; for the other, which of several values with a NaN is the largest is undefined.
+        if (strDescription.find("deltatoslidingmean") != std::string::npos ||
+            strDescription.find("maxspectralranges") != std::string::npos)
+            continue;
+        for (std::uint64_t uiSeed = 1; uiSeed <= 200; ++uiSeed) {
+            const auto pFeature = newFeature(strDescription);
+            PlainFeature plain = plainFeature(strDescription);
+            const unsigned long uiSize = uiSeed % 2 == 0 ? 128 : 64;
+            for (int iWindow = 0; iWindow < 2; ++iWindow) {
+                const Values vInput = specialValues(uiSize, 2 * uiSeed + static_cast<std::uint64_t>(iWindow));
+                ASSERT_EQ(outcomeOf(plain(vInput)), outcomeOf(*pFeature, vInput)) << strDescription << ", " << uiSeed;
+            }
+        }
+    }
 }
 
 TEST(FeatureMemory, OfChainsIsAllocatedInTheFirstCall)
