@@ -94,11 +94,16 @@ __attribute__((target("avx512f"))) unsigned crossingsOfEight(__m512d in_previous
 __attribute__((target("avx512f,popcnt"))) unsigned long countInEights(const double* in_pSamples, const double* in_pEnd)
 {
     unsigned long uiCount = 0;
+    __m512d before = _mm512_set1_pd(in_pSamples[-1]); // the last lane counts
     while (in_pEnd - in_pSamples >= 32) {
         std::uint64_t uiCrossings = 0;
-        for (int iVector = 0; iVector < 4; ++iVector, in_pSamples += 8)
-            uiCrossings =
-                uiCrossings << 8U | crossingsOfEight(_mm512_loadu_pd(in_pSamples - 1), _mm512_loadu_pd(in_pSamples));
+        for (int iVector = 0; iVector < 4; ++iVector, in_pSamples += 8) {
+            const __m512d samples = _mm512_loadu_pd(in_pSamples);
+            const __m512d previous = _mm512_castsi512_pd(
+                _mm512_maskz_alignr_epi64(0xFF, _mm512_castpd_si512(samples), _mm512_castpd_si512(before), 7));
+            uiCrossings = uiCrossings << 8U | crossingsOfEight(previous, samples);
+            before = samples;
+        }
         uiCount += static_cast<unsigned long>(std::popcount(uiCrossings));
     }
     for (; in_pSamples < in_pEnd; in_pSamples += 8) {
