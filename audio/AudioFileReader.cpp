@@ -62,6 +62,21 @@ const char* formatName(SNDFILE* in_pFile, int in_iFormat, SF_FORMAT_INFO& out_in
     return out_info.name == nullptr ? "" : out_info.name;
 }
 
+unsigned long nbOfFrames(sf_count_t in_iNbRead)
+{
+    return in_iNbRead > 0 ? static_cast<unsigned long>(in_iNbRead) : 0;
+}
+
+// Whether the file holds samples as this processor has them, or with their bytes swapped. libsndfile reads these
+// straight to where they are wanted, and would convert them in small portions otherwise.
+bool isInShorts(int in_iFormat)
+{
+    const int iContainer = in_iFormat & SF_FORMAT_TYPEMASK;
+    return (in_iFormat & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_16 &&
+           (iContainer == SF_FORMAT_WAV || iContainer == SF_FORMAT_WAVEX || iContainer == SF_FORMAT_AIFF ||
+            iContainer == SF_FORMAT_AU);
+}
+
 // Sets a value back when a scope is left in any way.
 template <class T>
 class Restorer
@@ -133,6 +148,7 @@ bool AudioFileReader::setSourceAudioFile(const char* in_szFileName)
         return false;
     }
     m_iFormat = info.format;
+    m_bInShorts = isInShorts(info.format);
     CORVANA_LOG_DEBUG_AT(at::formatCode, getLogger(),
                          in_szFileName << " : sfInfo.format=0x" << std::hex << info.format);
     if (info.channels != 1) {
@@ -158,9 +174,7 @@ bool AudioFileReader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
         return false;
     }
     m_vReadBuffer.resize(m_uiNbOfFramesToRead);
-    const sf_count_t iNbRead =
-        sf_read_double(toSoundFile(m_pFile.get()), m_vReadBuffer.data(), static_cast<sf_count_t>(m_uiNbOfFramesToRead));
-    const unsigned long uiNbRead = iNbRead > 0 ? static_cast<unsigned long>(iNbRead) : 0;
+    const unsigned long uiNbRead = read();
     if (uiNbRead == 0 || uiNbRead < m_uiNbOfFramesToRead) {
         CORVANA_LOG_DEBUG_AT(at::lastChunk, getLogger(), "Last chunk of audio read, end of file reached");
         m_bAtEnd = true;
@@ -170,6 +184,19 @@ bool AudioFileReader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
     m_dCurrentTime += static_cast<double>(uiNbRead) * m_dSecondsPerFrame;
     out_vFrames.insert(out_vFrames.end(), m_vReadBuffer.begin(), m_vReadBuffer.end());
     return true;
+}
+
+unsigned long AudioFileReader::read()
+{
+    const auto iNbOfFrames = static_cast<sf_count_t>(m_uiNbOfFramesToRead);
+    if (!m_bInShorts)
+        return nbOfFrames(sf_read_double(toSoundFile(m_pFile.get()), m_vReadBuffer.data(), iNbOfFrames));
+    m_vShorts.resize(m_uiNbOfFramesToRead);
+    const unsigned long uiNbRead = nbOfFrames(sf_read_short(toSoundFile(m_pFile.get()), m_vShorts.data(), iNbOfFrames));
+    constexpr double dFullScale = 0x1p-15; // a power of two: the products are exact
+    for (unsigned long uiFrame = 0; uiFrame < uiNbRead; ++uiFrame)
+        m_vReadBuffer[uiFrame] = static_cast<double>(m_vShorts[uiFrame]) * dFullScale;
+    return uiNbRead;
 }
 
 bool AudioFileReader::gotoStart()

@@ -102,7 +102,7 @@ void configure(Audio::WindowedAudioFileReader& inout_reader)
     config.m_uiWindowSizeMs = 32;
     config.m_uiWindowOverlapMs = 16;
     inout_reader.configure(config);
-    inout_reader.setChunkReadFactor(16);
+    inout_reader.setChunkReadFactor(64);
 }
 
 void checkNumber(benchmark::State& inout_state, std::size_t in_uiNbOfWindows)

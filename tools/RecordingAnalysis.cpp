@@ -109,7 +109,7 @@ std::string RecordingAnalysis::configureReader()
 // for, as those of a pipe. No row depends on it.
 unsigned long RecordingAnalysis::readFactor() const
 {
-    constexpr unsigned long uiFramesOfChunk = 4096;
+    constexpr unsigned long uiFramesOfChunk = 16384;
     const unsigned long uiWindowSize = windowSamples(getWindowRate(), m_options.m_uiWindowMs);
     if (m_options.m_uiReadFactor != 1 || !m_bLengthKnown || isMoreThanWarningsShown())
         return m_options.m_uiReadFactor;

@@ -8,6 +8,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Corvana::Audio {
 
@@ -67,6 +68,8 @@ private:
     };
 
     void startAt(unsigned long in_uiFrame);
+    // Into the read buffer; returns how many frames.
+    unsigned long read();
 
     Math::DoubleVector m_vReadBuffer;
     unsigned long m_uiFramePosition = 0;
@@ -79,6 +82,8 @@ private:
     unsigned long m_uiNbOfFrames = 0;
     int m_iFormat = 0;
     bool m_bAtEnd = false;
+    bool m_bInShorts = false;
+    std::vector<short> m_vShorts;
 };
 
 } // namespace Corvana::Audio

@@ -14,7 +14,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -1205,6 +1208,50 @@ RC_GTEST_PROP(AudioFileReader, DeliversEveryFrameOnce, ())
         const unsigned long uiExpected = bAtEnd ? 0 : std::min(uiChunk, uiNbOfFrames - uiPlace);
         RC_ASSERT(vFrames == ramp(uiExpected, static_cast<double>(uiPlace)));
         uiPlace += uiExpected;
+    }
+}
+
+// ---- 16-bit samples
+
+// Every sample that there is, as libsndfile converts it.
+TEST(AudioFileReaderShorts, AreTheDoublesThatLibsndfileMakesOfThem)
+{
+    constexpr int iNbOfSamples = 65536;
+    std::vector<short> vSamples;
+    for (int iSample = 0; iSample < iNbOfSamples; ++iSample)
+        vSamples.push_back(static_cast<short>(iSample - 32768));
+    const Corvana::Test::TempDir folder;
+    for (const int iFormat : {SF_FORMAT_WAV | SF_FORMAT_PCM_16, SF_FORMAT_WAV | SF_ENDIAN_BIG | SF_FORMAT_PCM_16,
+                              SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, SF_FORMAT_AIFF | SF_FORMAT_PCM_16,
+                              SF_FORMAT_AIFF | SF_ENDIAN_LITTLE | SF_FORMAT_PCM_16, SF_FORMAT_AU | SF_FORMAT_PCM_16,
+                              SF_FORMAT_W64 | SF_FORMAT_PCM_16, SF_FORMAT_WAV | SF_FORMAT_PCM_24}) {
+        const std::string strPath = folder.file("shorts");
+        SF_INFO info = {};
+        info.samplerate = 8000;
+        info.channels = 1;
+        info.format = iFormat;
+        SNDFILE* pFile = sf_open(strPath.c_str(), SFM_WRITE, &info);
+        ASSERT_NE(nullptr, pFile) << iFormat;
+        ASSERT_EQ(iNbOfSamples, sf_write_short(pFile, vSamples.data(), iNbOfSamples));
+        sf_close(pFile);
+        std::vector<double> vExpected(iNbOfSamples);
+        pFile = sf_open(strPath.c_str(), SFM_READ, &info);
+        ASSERT_EQ(iNbOfSamples, sf_read_double(pFile, vExpected.data(), iNbOfSamples));
+        sf_close(pFile);
+
+        AudioFileReader reader;
+        reader.setNbOfFramesToRead(1000);
+        ASSERT_TRUE(reader.setSourceAudioFile(strPath.c_str()));
+        DoubleVector vFrames;
+        ASSERT_TRUE(reader.getAllLinearFrames(vFrames));
+
+        ASSERT_EQ(vExpected.size(), vFrames.size());
+        EXPECT_TRUE(std::equal(vFrames.begin(), vFrames.end(), vExpected.begin(),
+                               [](double in_dLeft, double in_dRight) {
+                                   return std::bit_cast<std::uint64_t>(in_dLeft) ==
+                                          std::bit_cast<std::uint64_t>(in_dRight);
+                               }))
+            << iFormat;
     }
 }
 
