@@ -382,8 +382,8 @@ private:
         addNumber(inout_command, "--overlap-ms", "What consecutive windows share (default 0)", 0, s_uiMaxWindowMs,
                   out_options.m_uiOverlapMs);
         inout_command.add_flag("--suppress-dc", out_options.m_bSuppressDC, "Subtract each window's mean from it");
-        addNumber(inout_command, "--read-factor", "Windows read at a time (default 1); changes no result", 1,
-                  s_uiMaxReadFactor, out_options.m_uiReadFactor);
+        addNumber(inout_command, "--read-factor", "Windows read at a time (default: enough at once); changes no result",
+                  1, s_uiMaxReadFactor, out_options.m_uiReadFactor);
         addText(inout_command, "--sample-rate", "N|file",
                 "Rate that windows are cut for, in Hz; file (default): each recording's own",
                 [&out_options](const std::string& in_strText) {
