@@ -37,6 +37,16 @@ void* operator new[](std::size_t in_uiSize)
     return operator new(in_uiSize);
 }
 
+// std::stable_sort asks for its buffer like this, and gives it back to the operators below.
+void* operator new(std::size_t in_uiSize, const std::nothrow_t&) noexcept
+{
+    try {
+        return operator new(in_uiSize);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* in_pBlock) noexcept
 {
     s_uiLive -= malloc_usable_size(in_pBlock);
