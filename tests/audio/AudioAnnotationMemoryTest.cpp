@@ -4,64 +4,16 @@
 #include "corvana/AudioAnnotation.h"
 
 #include "audio/AnnotationTestHelpers.h"
+#include "support/AllocationCounter.h"
 #include "support/ChunkBuilder.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <new>
 #include <string>
-
-#include <malloc.h>
-
-namespace {
-
-std::atomic<std::size_t> s_uiLive{0};
-std::atomic<std::size_t> s_uiPeak{0};
-
-} // namespace
-
-void* operator new(std::size_t in_uiSize)
-{
-    void* pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
-    if (pBlock == nullptr)
-        throw std::bad_alloc();
-    const std::size_t uiLive = s_uiLive += malloc_usable_size(pBlock);
-    for (std::size_t uiPeak = s_uiPeak; uiLive > uiPeak && !s_uiPeak.compare_exchange_weak(uiPeak, uiLive);) {
-    }
-    return pBlock;
-}
-
-void* operator new[](std::size_t in_uiSize)
-{
-    return operator new(in_uiSize);
-}
-
-void operator delete(void* in_pBlock) noexcept
-{
-    s_uiLive -= malloc_usable_size(in_pBlock);
-    std::free(in_pBlock);
-}
-
-void operator delete[](void* in_pBlock) noexcept
-{
-    operator delete(in_pBlock);
-}
-
-void operator delete(void* in_pBlock, std::size_t) noexcept
-{
-    operator delete(in_pBlock);
-}
-
-void operator delete[](void* in_pBlock, std::size_t) noexcept
-{
-    operator delete(in_pBlock);
-}
 
 using namespace Corvana::Test;
 using Corvana::Audio::AnnotatedFile;
@@ -95,10 +47,9 @@ protected:
     template <class Action>
     static std::size_t peakOf(Action in_action)
     {
-        const std::size_t uiBefore = s_uiLive;
-        s_uiPeak = uiBefore;
+        const PeakMemory peak;
         EXPECT_TRUE(in_action());
-        return s_uiPeak - uiBefore;
+        return peak.bytes();
     }
 
     TempDir m_folder;

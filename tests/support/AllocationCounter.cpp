@@ -6,10 +6,22 @@
 #include <cstdlib>
 #include <new>
 
+#include <malloc.h>
+
 namespace {
 
 std::atomic<std::uint64_t> s_uiAllocated{0};
 std::atomic<std::uint64_t> s_uiFreed{0};
+std::atomic<std::size_t> s_uiLiveBytes{0};
+std::atomic<std::size_t> s_uiPeakBytes{0};
+
+void countBlock(void* in_pBlock)
+{
+    ++s_uiAllocated;
+    const std::size_t uiLive = s_uiLiveBytes += malloc_usable_size(in_pBlock);
+    for (std::size_t uiPeak = s_uiPeakBytes; uiLive > uiPeak && !s_uiPeakBytes.compare_exchange_weak(uiPeak, uiLive);) {
+    }
+}
 
 } // namespace
 
@@ -19,7 +31,7 @@ void* operator new(std::size_t in_uiSize)
     void* const pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
     if (pBlock == nullptr)
         throw std::bad_alloc();
-    ++s_uiAllocated;
+    countBlock(pBlock);
     return pBlock;
 }
 
@@ -28,11 +40,22 @@ void* operator new[](std::size_t in_uiSize)
     return operator new(in_uiSize);
 }
 
+// std::stable_sort asks for its buffer like this, and gives it back to the operators below.
+void* operator new(std::size_t in_uiSize, const std::nothrow_t&) noexcept
+{
+    try {
+        return operator new(in_uiSize);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* in_pBlock) noexcept
 {
     if (in_pBlock == nullptr)
         return;
     ++s_uiFreed;
+    s_uiLiveBytes -= malloc_usable_size(in_pBlock);
     std::free(in_pBlock);
 }
 
@@ -61,6 +84,17 @@ std::uint64_t nbOfAllocations()
 std::uint64_t nbOfLiveBlocks()
 {
     return s_uiAllocated - s_uiFreed;
+}
+
+PeakMemory::PeakMemory()
+    : m_uiBefore(s_uiLiveBytes)
+{
+    s_uiPeakBytes = m_uiBefore;
+}
+
+std::size_t PeakMemory::bytes() const
+{
+    return s_uiPeakBytes - m_uiBefore;
 }
 
 } // namespace Corvana::Test

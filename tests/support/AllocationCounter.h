@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Corvana::Test {
@@ -10,5 +11,17 @@ namespace Corvana::Test {
 std::uint64_t nbOfAllocations();
 /// The blocks of operator new that were not given back.
 std::uint64_t nbOfLiveBlocks();
+
+/// The most bytes that the program has held at one time since this was made, beyond those that it held then. One at a
+/// time.
+class PeakMemory
+{
+public:
+    PeakMemory();
+    std::size_t bytes() const;
+
+private:
+    std::size_t m_uiBefore;
+};
 
 } // namespace Corvana::Test

@@ -1,72 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Counts every byte that this program and the libraries it loads hold at one time, and how often they ask for some.
 #include "RecordingsTest.h"
+#include "support/AllocationCounter.h"
 #include "support/LogCapture.h"
 #include "tools/AnnotationChecker.h"
 #include "tools/ExitCode.h"
 
-#include <atomic>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
-
-#include <malloc.h>
-
-namespace {
-
-std::atomic<std::size_t> s_uiLive{0};
-std::atomic<std::size_t> s_uiPeak{0};
-std::atomic<std::size_t> s_uiNbOfRequests{0};
-
-} // namespace
-
-void* operator new(std::size_t in_uiSize)
-{
-    void* pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
-    if (pBlock == nullptr)
-        throw std::bad_alloc();
-    ++s_uiNbOfRequests;
-    const std::size_t uiLive = s_uiLive += malloc_usable_size(pBlock);
-    for (std::size_t uiPeak = s_uiPeak; uiLive > uiPeak && !s_uiPeak.compare_exchange_weak(uiPeak, uiLive);) {
-    }
-    return pBlock;
-}
-
-void* operator new[](std::size_t in_uiSize)
-{
-    return operator new(in_uiSize);
-}
-
-// std::stable_sort asks for its buffer like this, and gives it back to the operators below.
-void* operator new(std::size_t in_uiSize, const std::nothrow_t&) noexcept
-{
-    try {
-        return operator new(in_uiSize);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-
-void operator delete(void* in_pBlock) noexcept
-{
-    s_uiLive -= malloc_usable_size(in_pBlock);
-    std::free(in_pBlock);
-}
-
-void operator delete[](void* in_pBlock) noexcept
-{
-    operator delete(in_pBlock);
-}
-
-void operator delete(void* in_pBlock, std::size_t) noexcept
-{
-    operator delete(in_pBlock);
-}
-
-void operator delete[](void* in_pBlock, std::size_t) noexcept
-{
-    operator delete(in_pBlock);
-}
 
 namespace Corvana::Tools {
 namespace {
@@ -112,11 +52,10 @@ TEST_F(AnnotationMemoryTest, HoldsOneCopyOfWhatOtherProgramsStoredWhileAFileIsEd
     constexpr std::size_t uiForeign = 64 * s_uiMegabyte;
     const std::string strFile = makeFileWithForeignChunk(uiForeign);
 
-    const std::size_t uiBefore = s_uiLive;
-    s_uiPeak = uiBefore;
+    const PeakMemory peak;
     EXPECT_EQ(annotations({"add", strFile, "VOICE", "0", "1"}), EXIT_DONE) << m_messages.str();
 
-    EXPECT_LE(s_uiPeak - uiBefore, uiForeign + 16 * s_uiMegabyte);
+    EXPECT_LE(peak.bytes(), uiForeign + 16 * s_uiMegabyte);
     EXPECT_EQ(regionsOf(strFile), "0,VOICE,0,1\n");
 }
 
@@ -126,10 +65,10 @@ TEST_F(AnnotationMemoryTest, LooksForNoTypesThatResembleTheLabelsOfFindingsThatA
     const auto requestsFor = [this](std::uint32_t in_uiCount) {
         const std::string strFile = makeFileWithBadLabels(in_uiCount);
         AnnotationChecker checker;
-        const std::size_t uiBefore = s_uiNbOfRequests;
+        const std::uint64_t uiBefore = nbOfAllocations();
         EXPECT_EQ(checker.check(strFile), "");
         EXPECT_EQ(checker.getNbOf(Finding::ERROR), in_uiCount);
-        return s_uiNbOfRequests - uiBefore;
+        return nbOfAllocations() - uiBefore;
     };
     constexpr auto uiMost = static_cast<std::uint32_t>(AnnotationChecker::s_uiMaxNbOfFindings);
 
