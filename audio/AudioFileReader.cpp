@@ -174,6 +174,7 @@ bool AudioFileReader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
         return false;
     }
     m_vReadBuffer.resize(m_uiNbOfFramesToRead);
+    out_vFrames.reserve(m_uiNbOfFramesToRead); // becomes the read buffer
     const unsigned long uiNbRead = read();
     if (uiNbRead == 0 || uiNbRead < m_uiNbOfFramesToRead) {
         CORVANA_LOG_DEBUG_AT(at::lastChunk, getLogger(), "Last chunk of audio read, end of file reached");
@@ -182,7 +183,7 @@ bool AudioFileReader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
     }
     m_uiFramePosition += uiNbRead;
     m_dCurrentTime += static_cast<double>(uiNbRead) * m_dSecondsPerFrame;
-    out_vFrames.insert(out_vFrames.end(), m_vReadBuffer.begin(), m_vReadBuffer.end());
+    out_vFrames.swap(m_vReadBuffer);
     return true;
 }
 

@@ -75,9 +75,9 @@ bool WindowedAudioFileReader::getNextWindow(Math::DoubleVector& out_vWindow)
 
     if (m_windower.popWindow(out_vWindow))
         return true;
-    if (!getNextLinearFrames(out_vWindow))
+    if (!getNextLinearFrames(m_vChunk))
         return false;
-    m_windower.pushLinearAudio(out_vWindow.begin(), out_vWindow.end());
+    m_windower.pushLinearAudio(m_vChunk.begin(), m_vChunk.end());
     if (m_windower.popWindow(out_vWindow))
         return true;
     CORVANA_LOG_DEBUG_AT(at::newDataNotEnough, fileScopeLogger(), "New data not enough to make a new window");

@@ -153,6 +153,7 @@ bool FeatureGraph::addFeature(const SignalFeaturePool& in_pool, const Entry& in_
     makeRoom(m_vInputs, 1);
     makeRoom(m_vStages, vNewStages.size());
     m_vFeatures.push_back({in_entry, pLastStage});
+    m_bComplete = false;
     if (pNewInput != nullptr)
         m_vInputs.push_back(std::move(pNewInput));
     std::move(vNewStages.begin(), vNewStages.end(), std::back_inserter(m_vStages));
@@ -162,6 +163,7 @@ bool FeatureGraph::addFeature(const SignalFeaturePool& in_pool, const Entry& in_
 void FeatureGraph::addUnknownFeature(const Entry& in_entry)
 {
     m_vFeatures.push_back({in_entry, nullptr});
+    m_bComplete = false;
 }
 
 void FeatureGraph::clear()
@@ -208,8 +210,10 @@ bool FeatureGraph::isInputMissing(const Feature& in_feature) const
     return in_feature.m_pLastStage != nullptr && !in_feature.m_pLastStage->m_pInput->m_bSet;
 }
 
-bool FeatureGraph::computeStages()
+bool FeatureGraph::isComplete()
 {
+    if (m_bComplete)
+        return true;
     for (const Feature& feature : m_vFeatures) {
         if (feature.m_pLastStage == nullptr) {
             CORVANA_LOG_ERROR(fileScopeLogger(), "Unknown feature " << feature.m_entry.m_strDescription);
@@ -222,6 +226,12 @@ bool FeatureGraph::computeStages()
             return false;
         }
     }
+    m_bComplete = true;
+    return true;
+}
+
+bool FeatureGraph::computeStages()
+{
     for (const auto& pStage : m_vStages) {
         pStage->m_bFresh = false;
         if (pStage->m_pSeveral != nullptr)
@@ -238,16 +248,16 @@ bool FeatureGraph::computeStages()
 bool FeatureGraph::compute(DoubleVector& out_vFeatures)
 {
     out_vFeatures.clear();
-    if (!computeStages())
+    if (!isComplete() || !computeStages())
         return false;
-    for (const Feature& feature : m_vFeatures) {
-        if (!feature.m_entry.m_strOutput.empty())
-            continue;
-        const DoubleVector& vValues = *feature.m_pLastStage->m_pValues;
-        const std::size_t uiStart = out_vFeatures.size();
-        out_vFeatures.resize(uiStart + vValues.size());
-        std::copy(vValues.begin(), vValues.end(), out_vFeatures.begin() + uiStart);
-    }
+    std::size_t uiNbOfValues = 0;
+    for (const Feature& feature : m_vFeatures)
+        uiNbOfValues += feature.isHandedOut() ? feature.m_pLastStage->m_pValues->size() : 0;
+    out_vFeatures.resize(uiNbOfValues);
+    double* pEnd = out_vFeatures.begin();
+    for (const Feature& feature : m_vFeatures)
+        if (feature.isHandedOut())
+            pEnd = std::copy(feature.m_pLastStage->m_pValues->begin(), feature.m_pLastStage->m_pValues->end(), pEnd);
     return true;
 }
 

@@ -61,6 +61,9 @@ private:
     {
         Entry m_entry;
         const Stage* m_pLastStage; // null: unknown
+
+        // Features with an output name are read by others only.
+        bool isHandedOut() const { return m_entry.m_strOutput.empty(); }
     };
 
     const Feature* findOutput(const std::string& in_strName) const;
@@ -72,11 +75,13 @@ private:
                             const Source* in_pSource, std::vector<std::unique_ptr<Stage>>& out_vNewStages) const;
     Stage* findSharedStage(std::string_view in_strText, const Source* in_pSource) const;
     bool isInputMissing(const Feature& in_feature) const;
+    bool isComplete();
     bool computeStages();
 
     std::vector<std::unique_ptr<Input>> m_vInputs; // the unnamed one is the window
     std::vector<std::unique_ptr<Stage>> m_vStages; // in the order of computing
     std::vector<Feature> m_vFeatures;
+    bool m_bComplete = false; // all features known and all inputs set, which stays so until a feature is added
 };
 
 } // namespace Corvana::Math

@@ -38,7 +38,8 @@ public:
     /// open file it depends on libsndfile, as every operation does.
     virtual bool gotoAudioTime(double in_dSeconds);
 
-    /// Replaces out_vFrames by the next chunk. The last one may be short, and is empty when the file's length is a
+    /// Replaces out_vFrames by the next chunk, with its storage too: a vector that is handed in again and again is read
+    /// into without copies or allocations. The last chunk may be short, and is empty when the file's length is a
     /// multiple of the chunk's; only the call after it returns false.
     virtual bool getNextLinearFrames(Math::DoubleVector& out_vFrames);
     /// Appends the whole file, from its start. False: it could not be rewound, or out_vFrames is still empty.
@@ -57,10 +58,6 @@ public:
     /// Writes the open file's format, such as "WAV (Microsoft) (.wav) U-Law"; nothing when none is open.
     std::ostream& getFileInfo(std::ostream& out_stream);
 
-protected:
-    /// The samples of the last chunk.
-    const Math::DoubleVector& getReadBuffer() const { return m_vReadBuffer; }
-
 private:
     struct SoundFileCloser
     {
@@ -71,7 +68,7 @@ private:
     // Into the read buffer; returns how many frames.
     unsigned long read();
 
-    Math::DoubleVector m_vReadBuffer;
+    Math::DoubleVector m_vReadBuffer; // handed out with each chunk, against the caller's last one
     unsigned long m_uiFramePosition = 0;
     double m_dCurrentTime = 0.0;
     std::string m_strFileName;

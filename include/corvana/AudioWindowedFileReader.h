@@ -33,6 +33,7 @@ public:
 private:
     unsigned long m_uiChunkReadFactor = 1;
     LinearAudioWindower m_windower;
+    Math::DoubleVector m_vChunk; // read from here to the windower; callers' vectors stay as small as windows
 };
 
 } // namespace Corvana::Audio
