@@ -147,9 +147,9 @@ void readRegions(benchmark::State& inout_state)
 void readWhole(benchmark::State& inout_state)
 {
     const Recording recording(sizeOf(inout_state));
+    std::vector<char> vBytes(std::filesystem::file_size(recording.path())); // filling it with zeros is no reading
     for (auto unused : inout_state) {
         std::ifstream stream(recording.path(), std::ios_base::binary);
-        std::vector<char> vBytes(std::filesystem::file_size(recording.path()));
         require(inout_state, bool(stream.read(vBytes.data(), static_cast<std::streamsize>(vBytes.size()))),
                 "the recording is cut off");
         benchmark::DoNotOptimize(vBytes.data());

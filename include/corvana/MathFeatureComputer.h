@@ -76,6 +76,7 @@ public:
     /// with the same values and messages, and replaces each output by the values of its window. Spectra of several
     /// windows take less time than as many alone; 8 or a multiple of it is best. Returns how many windows were
     /// computed: when fewer than given, the next one's output is empty, and those behind it are as they were.
+    /// No output may be one of the windows, as these are read where they lie.
     unsigned long computeSeveral(unsigned long in_uiNbOfWindows, const DoubleVector* in_pWindows,
                                  DoubleVector* out_pFeatures);
     /// Resets every stage that can be reset.
