@@ -3,6 +3,7 @@
 
 #include "ReferenceSpectrum.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
@@ -259,10 +260,10 @@ PlainResult PlainMaxSpectralRanges::operator()(const Values& in)
             return refused();
         const double position = scratch.m_vValues.back();
         scratch.m_vValues.pop_back();
+        // A first bin that is no number counts as the largest one: no other compares as larger.
         double m = -1.7976931348623157e308;
-        for (const double bin : scratch.m_vValues)
-            if (bin > m)
-                m = bin;
+        if (!scratch.m_vValues.empty())
+            m = *std::max_element(scratch.m_vValues.begin(), scratch.m_vValues.end());
         if (m > best) {
             best = m;
             bestResult = scratch.m_vValues;
