@@ -76,9 +76,9 @@ DoubleVector tiny()
 }
 
 const std::vector<std::string> s_vOfSpectra = {
-    "spectralrange(1000,100)", "maxspectralranges(440,480)", "lowfreqenergyratio",    "lowfreqenergyratios",
-    "spectralweightedarea",    "harmonicproduct",            "robustharmonicproduct", "antiharmonicproduct",
-    "oldharmonicproduct"};
+    "spectralrange(1000,100)", "maxspectralranges(440,480)", "lowfreqenergyratio",
+    "lowfreqenergyratios",     "spectralweightedarea",       "harmonicproduct",
+    "robustharmonicproduct",   "antiharmonicproduct",        "oldharmonicproduct"};
 
 // A window serves these as a spectrum, too: any values do.
 Family makeExact()

@@ -8,8 +8,8 @@
 
 namespace Corvana::Test {
 
-/// What is computed of a recording, by what it asks the C library's mathematics for: its sin, cos, pow and log round some
-/// values differently from version to version and from processor to processor.
+/// What is computed of a recording, by what it asks the C library's mathematics for: its sin, cos, pow and log round
+/// some values differently from version to version and from processor to processor.
 struct Family
 {
     const char* m_szName;

@@ -311,8 +311,8 @@ void hashTable(std::string_view in_strTable, BitHash& inout_hash)
 std::string makeCommand(const Road& in_road, const Cut& in_cut)
 {
     return quoted(in_road.m_strProgram) + " features -q --window-ms " + std::to_string(in_cut.m_uiWindowMs) +
-           " --overlap-ms " + std::to_string(in_cut.m_uiOverlapMs) + (in_cut.m_bSuppressOffset ? " --suppress-dc" : "") +
-           in_road.m_strOptions;
+           " --overlap-ms " + std::to_string(in_cut.m_uiOverlapMs) +
+           (in_cut.m_bSuppressOffset ? " --suppress-dc" : "") + in_road.m_strOptions;
 }
 
 std::string makeCommand(const Road& in_road, const Cut& in_cut, const Family& in_family)
@@ -321,7 +321,8 @@ std::string makeCommand(const Road& in_road, const Cut& in_cut, const Family& in
     for (const std::string& strDescription : in_family.m_vDescriptions)
         strCommand += " -f " + quoted(strDescription);
     for (unsigned long uiFormula = 0; uiFormula < in_family.m_vFormulas.size(); ++uiFormula)
-        strCommand += " --expr " + quoted("formula" + std::to_string(uiFormula) + "=" + in_family.m_vFormulas[uiFormula]);
+        strCommand +=
+            " --expr " + quoted("formula" + std::to_string(uiFormula) + "=" + in_family.m_vFormulas[uiFormula]);
     return strCommand;
 }
 
