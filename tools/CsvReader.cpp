@@ -20,6 +20,8 @@ bool CsvReader::next(std::vector<std::string>& out_vFields)
             return true;
         }
         ++m_uiPos; // the comma
+        if (out_vFields.size() == s_uiMaxFields)
+            return fail(m_uiLine, "a row of more than 1000 columns");
     }
     return false;
 }

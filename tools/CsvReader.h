@@ -13,6 +13,9 @@ namespace Corvana::Tools {
 class CsvReader
 {
 public:
+    /// Rows with more are refused: a field takes many times the memory of the comma that it may be.
+    static constexpr std::size_t s_uiMaxFields = 1000;
+
     /// The text must outlive the reader.
     explicit CsvReader(std::string_view in_strText)
         : m_strText(in_strText)

@@ -51,6 +51,12 @@ TEST(CsvReader, PassesOverEmptyLines)
     EXPECT_EQ(rowsOf("\n\r\na\n\n\nb\n\n"), (Rows{{"a"}, {"b"}}));
 }
 
+TEST(CsvReader, RefusesARowOfSoManyColumnsThatItWouldTakeAllMemory)
+{
+    EXPECT_EQ(rowsOf(std::string(999, ',')).at(0).size(), 1000u);
+    EXPECT_EQ(faultOf("a\n" + std::string(1000, ',')), "line 2: a row of more than 1000 columns");
+}
+
 TEST(CsvReader, HasNoRowsInAnEmptyText)
 {
     EXPECT_EQ(rowsOf(""), Rows());
