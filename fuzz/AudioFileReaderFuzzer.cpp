@@ -14,6 +14,7 @@
 namespace Corvana::Fuzz {
 namespace {
 
+constexpr std::size_t s_uiMaxChunk = 2048;
 constexpr std::size_t s_uiControlBytes = 6;
 // A few bytes of a compressed format can stand for hours of silence.
 constexpr std::size_t s_uiMaxFrames = 1U << 15U;
@@ -70,7 +71,7 @@ void requireChunks(Audio::AudioFileReader& inout_reader, const Sound& in_sound)
         CORVANA_FUZZ_REQUIRE(inout_reader.atEnd() == (vExpected.size() < uiChunk));
         uiPosition += vExpected.size();
         dTime += static_cast<double>(vExpected.size()) * dSecondsPerFrame;
-        CORVANA_FUZZ_REQUIRE(vChunk.capacity() <= 2 * uiChunk + 1);
+        CORVANA_FUZZ_REQUIRE(vChunk.capacity() <= 2 * s_uiMaxChunk + 1); // a larger chunk's memory may be handed on
     }
     if (uiPosition + uiChunk > s_uiMaxFrames)
         return;
@@ -148,13 +149,11 @@ void requireNoFile(Audio::AudioFileReader& inout_reader)
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana;
-    using namespace Corvana::Fuzz;
     const std::size_t uiControl = std::min(in_uiSize, s_uiControlBytes);
     ByteReader control(in_pData + (in_uiSize - uiControl), uiControl);
-    const std::size_t uiChunk = 1 + control.takeUpTo(2047);
+    const std::size_t uiChunk = 1 + control.takeUpTo(s_uiMaxChunk - 1);
     const std::size_t uiOtherChunk = 1 + control.takeByte();
     const double dSeekShare = static_cast<double>(control.takeUpTo(255)) / 200.0; // also behind the end
     const unsigned long uiOverlap = control.takeUpTo(15);
@@ -170,7 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
     CORVANA_FUZZ_REQUIRE(reader.setSourceAudioFile(file.path()) == bReadable);
     if (!bReadable) {
         requireNoFile(reader);
-        return 0;
+        return;
     }
     CORVANA_FUZZ_REQUIRE(reader.getSampleRate() == static_cast<unsigned long>(sound.m_info.samplerate));
     requireChunks(reader, sound);
@@ -186,5 +185,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
                     static_cast<double>(sound.m_info.samplerate));
     requireWholeFile(reader, fromStart);
     requireWindows(file.path(), sound, uiFactor, uiOverlap);
-    return 0;
 }

@@ -174,14 +174,12 @@ void requireReal(double in_dValue)
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana::Fuzz;
     ByteReader input(in_pData, in_uiSize);
     requireReal(input.takeDouble());
     const std::string strKey = input.takeText();
     const std::string strText(input.rest());
     requireNumber(strText);
     requireConfiguration(strKey, strText);
-    return 0;
 }

@@ -232,10 +232,8 @@ void Pair::requireSame() const
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana;
-    using namespace Corvana::Fuzz;
     constexpr const char* szTag = "\"DoubleVector\"";
     const LeakCheck leakCheck;
     const MemAccount before = getMemAccount(szTag);
@@ -248,5 +246,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
         CORVANA_FUZZ_REQUIRE(now.m_uiLiveBytes - before.m_uiLiveBytes == pair.bytes());
         CORVANA_FUZZ_REQUIRE(now.m_uiLiveBlocks - before.m_uiLiveBlocks == pair.blocks());
     }
-    return 0;
 }

@@ -94,10 +94,8 @@ void requireWorks(Expression& inout_expression)
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana;
-    using namespace Corvana::Fuzz;
     // A formula ends at a zero byte, as every text here does.
     const std::string strText(std::string(ByteReader(in_pData, in_uiSize).rest()).c_str());
 
@@ -114,5 +112,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
             CORVANA_FUZZ_REQUIRE(expression.getError().find(" at column ") != std::string::npos);
     }
     CORVANA_FUZZ_REQUIRE(getMemAccount("UserFunctionImpl").m_uiLiveBlocks == before.m_uiLiveBlocks);
-    return 0;
 }

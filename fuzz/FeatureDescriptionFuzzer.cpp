@@ -121,10 +121,8 @@ void requireComputes(Math::SignalFeature& inout_feature)
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana;
-    using namespace Corvana::Fuzz;
     // A description ends at a zero byte, as every text here does.
     const std::string strText(std::string(ByteReader(in_pData, in_uiSize).rest()).c_str());
     requireSplit(strText);
@@ -144,5 +142,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
         CORVANA_FUZZ_REQUIRE(pFeature != nullptr);
     if (pFeature != nullptr)
         requireComputes(*pFeature);
-    return 0;
 }

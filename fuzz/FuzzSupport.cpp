@@ -62,6 +62,37 @@ MemoryFile::~MemoryFile()
     close(m_iDescriptor);
 }
 
+std::uint32_t largestCueId(std::string_view in_strBytes)
+{
+    constexpr std::size_t uiHead = 12; // "cue ", its size, the number of points
+    constexpr std::size_t uiPoint = 24;
+    std::uint32_t uiLargest = 0;
+    std::size_t uiEnd = 0;
+    const auto isInside = [&](std::size_t in_uiCue) { // also when there is none
+        return in_strBytes.size() >= uiHead && in_uiCue <= in_strBytes.size() - uiHead;
+    };
+    for (std::size_t uiCue = in_strBytes.find("cue "); isInside(uiCue);
+         uiCue = in_strBytes.find("cue ", std::max(uiEnd, uiCue + 1))) {
+        std::uint32_t uiSize = 0;
+        std::memcpy(&uiSize, in_strBytes.data() + uiCue + 4, sizeof uiSize);
+        uiEnd = std::min(uiCue + 8 + uiSize, in_strBytes.size());
+        for (std::size_t uiPlace = uiCue + uiHead; uiPlace + sizeof(std::uint32_t) <= uiEnd; uiPlace += uiPoint) {
+            std::uint32_t uiId = 0;
+            std::memcpy(&uiId, in_strBytes.data() + uiPlace, sizeof uiId);
+            uiLargest = std::max(uiLargest, uiId);
+        }
+    }
+    return uiLargest;
+}
+
+const Test::TempDir& scratchFolder()
+{
+    static const bool s_bInMemory = access("/dev/shm", W_OK) == 0 && setenv("TMPDIR", "/dev/shm", 0) == 0;
+    static const Test::TempDir s_folder;
+    static_cast<void>(s_bInMemory); // where it is not, the folder is where temporary files usually are
+    return s_folder;
+}
+
 LeakCheck::LeakCheck()
 {
     std::transform(std::begin(s_aszTags), std::end(s_aszTags), m_aBefore, getMemAccount);

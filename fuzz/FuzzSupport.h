@@ -3,6 +3,7 @@
 
 #include "corvana/MathDoubleVector.h"
 #include "corvana/MemAllocator.h"
+#include "support/TempDir.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+/// What libFuzzer and the replay call: runTarget() within the limits of memory and time that hold for all targets.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize);
 
 /// Stops the program with the condition and its place: the input that led here breaks an invariant.
@@ -17,6 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
     (static_cast<bool>(condition) ? void(0) : ::Corvana::Fuzz::failRequirement(#condition, __FILE__, __LINE__))
 
 namespace Corvana::Fuzz {
+
+/// What a target does with an input; each target defines it.
+void runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize);
 
 [[noreturn]] void failRequirement(const char* in_szCondition, const char* in_szFile, int in_iLine);
 
@@ -59,6 +64,13 @@ private:
     int m_iDescriptor;
     std::string m_strPath;
 };
+
+/// The largest identifier that a "cue " chunk in these bytes may have. One of a million takes so much time to read that
+/// targets take few such inputs.
+std::uint32_t largestCueId(std::string_view in_strBytes);
+
+/// One folder for a process, in memory where there is such a place. Slower than a MemoryFile.
+const Test::TempDir& scratchFolder();
 
 /// Requires at its end that every block allocated since its beginning was given back.
 class LeakCheck

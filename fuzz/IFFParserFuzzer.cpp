@@ -128,9 +128,8 @@ void requireSameWithoutAudio(const std::string& in_strBytes, IFFParser& in_whole
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana::Fuzz;
     const std::size_t uiControl = std::min(in_uiSize, s_uiControlBytes);
     ByteReader control(in_pData + (in_uiSize - uiControl), uiControl);
     const unsigned uiWhich = control.takeByte();
@@ -139,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
 
     IFFParser parser;
     if (!read(strFile, parser))
-        return 0;
+        return;
     CORVANA_FUZZ_REQUIRE(countBytes(parser.root()) <= 2 * strFile.size() + 16);
     CORVANA_FUZZ_REQUIRE(countChunks(parser.root()) * 8 <= strFile.size());
     static_assert(sizeof(Chunk) + 2 * sizeof(void*) <= s_uiChunkMemory);
@@ -159,11 +158,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
     requireSearch(parser, uiId);
     requireUnlink(parser, uiId, uiBits);
     if (parser.isEmpty())
-        return 0;
+        return;
     requireSearch(parser, uiId);
     const std::string strLess = written(parser);
     IFFParser less;
     CORVANA_FUZZ_REQUIRE(read(strLess, less));
     CORVANA_FUZZ_REQUIRE(written(less) == strLess);
-    return 0;
 }

@@ -147,9 +147,8 @@ void perform(ByteReader& inout_input, std::unique_ptr<LinearAudioWindower>& inou
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana::Fuzz;
     const LeakCheck leakCheck;
     ByteReader input(in_pData, in_uiSize);
     auto pWindower = std::make_unique<Corvana::Audio::LinearAudioWindower>();
@@ -160,5 +159,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
     }
     for (int iPop = 0; iPop < 8; ++iPop)
         requirePop(*pWindower, plain);
-    return 0;
 }

@@ -67,10 +67,8 @@ void requireFlatness(const Math::DoubleVector& in_vValues)
 } // namespace
 } // namespace Corvana::Fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t in_uiSize)
+void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    using namespace Corvana;
-    using namespace Corvana::Fuzz;
     const LeakCheck leakCheck;
     ByteReader input(in_pData, in_uiSize);
     const std::uint8_t uiLength = input.takeByte();
@@ -89,5 +87,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
         Audio::SpectrumFeature spectrum;
         CORVANA_FUZZ_REQUIRE(valuesOf(spectrum, vWindow).size() == uiSize / 2);
     }
-    return 0;
 }

@@ -2,10 +2,13 @@
 # SPDX-License-Identifier: Apache-2.0
 """Writes the hand-made inputs of every fuzz target into fuzz/corpus. Always writes the same bytes.
 
-Inputs that the fuzzer found stay beside them under the names it gave them."""
+Inputs that the fuzzer found stay beside them under the names it gave them. With --large FOLDER it writes inputs of 1 MiB
+there instead, which are not committed."""
 import math
 import os
+import re
 import struct
+import sys
 
 FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus")
 
@@ -222,7 +225,7 @@ def vectors():
         write("DoubleVectorFuzzer", name, program.contents)
 
 
-def regions():
+def region_texts():
     grid = ('File type = "ooTextFile"\nObject class = "TextGrid"\n\nxmin = 0 \nxmax = 2 \ntiers? <exists> \nsize = 2 \n'
             'item []: \n    item [1]:\n        class = "IntervalTier" \n        name = "a" \n        xmin = 0 \n'
             '        xmax = 2 \n        intervals: size = 2 \n        intervals [1]:\n            xmin = 0 \n'
@@ -299,7 +302,7 @@ def label(identifier, text):
     return chunk(b"labl", struct.pack("<I", identifier) + text + b"\0")
 
 
-def regions():
+def recordings():
     head = chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 8000, 16000, 2, 16)) + chunk(b"data", bytes(range(64)))
     pairs = chunk(b"LIST", b"adtl" + labelled(1, 4) + label(1, b"MALE") + labelled(2, 8) + label(2, b"SF_12"))
     labels_first = chunk(b"LIST", b"adtl" + label(1, b"cpa_fax") + label(2, b"BEEP") + labelled(1, 4) + labelled(2, 8))
@@ -351,13 +354,183 @@ def regions():
         "rifx": b"RIFX" + form(head)[4:],
         "avi": b"RIFF" + struct.pack("<I", 4) + b"AVI ",
     }
-    for name, contents in files.items():
+    for index, (name, contents) in enumerate(files.items()):
         write("IFFParserFuzzer", name, contents + bytes([3, 0x55, 0, 0]))
         write("AudioAnnotationFuzzer", name, contents)
-    for index, text in enumerate([b"cpa_human", b"SF_12abc", b"SF_ 007", b"SF_-3", b"SF_4000", b"OTHER", b"dtmf_square"]):
-        write("AudioAnnotationFuzzer", "type-%d" % index, text)
+        # Operation, flags (order of labels, and whether it is done on a working copy), type, start and length.
+        edit = bytes([index % 6, (index // 6 % 2) | (0xE0 if index % 4 == 3 else 0), 0x0F, 0xA2 + index, 2 * index, 40, 0, 0])
+        write("AudioAnnotationEditFuzzer", name, contents + edit)
+    for operation in range(6):
+        for safe in (0, 0xE0):
+            write("AudioAnnotationEditFuzzer", "operation-%d-%d" % (operation, safe >> 7),
+                  files["pairs"] + bytes([operation, safe, 0x0F, 0xB0, 5, 20, 0, 0]))
 
 
-for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions,
-             regions):
+def types():
+    for index, text in enumerate([b"cpa_human", b"SF_12abc", b"SF_ 007", b"SF_-3", b"SF_4000", b"SF_4001", b"SF_+5", b"sf_5",
+                                  b"SF_", b"SF_99999999999999999999", b"OTHER", b"dtmf_square", b"TEST5_SIT_UNKNOWN", b"BEEP\0x",
+                                  b"???AnnotatedFile_AnnotationType???", b"DTMF_\xb1", b" MALE"]):
+        write("AnnotationTypeFuzzer", "text-%02d" % index, text)
+    for value in (0, 1, 4000, 4001, 4002, 4290, 4291, 0xFFFFFFFF, 0x80000000):
+        write("AnnotationTypeFuzzer", "value-%d" % value, struct.pack(">I", value))
+
+
+def features():
+    # Each of the 22 features, with parameters where it takes some, over windows of every kind.
+    parameters = {0: b"\x01\x01\x07", 6: b"\x00\x03\xe8\x00\x00\x64", 7: b"\x01\x00\x01\xb8\x00\x01\xe0"}
+    values = struct.pack(">dddddddd", 0.5, -0.25, 0.0, -0.0, math.inf, math.nan, 5e-324, -1e308)
+    for index in range(22):
+        for kind in range(4):
+            write("FeatureFuzzer", "feature-%02d-%d" % (index, kind),
+                  bytes([index]) + parameters.get(index, b"") + bytes([4, 2, kind]) + (values if kind else b""))
+    write("FeatureFuzzer", "range-beyond", b"\x06\x0f" + b"\xff" * 8 + b"\x0f" + b"\xff" * 8 + bytes([7, 1, 2]))
+    write("FeatureFuzzer", "range-at-0", b"\x06\x01\x00\x01\x00" + bytes([7, 1, 2]))
+    write("FeatureFuzzer", "empty-window", bytes([5, 128, 3, 1]))
+
+
+def archives():
+    def text(contents):
+        return bytes([len(contents)]) + contents
+
+    spread = bytes([9]) + bytes([0, 1, 2, 3])  # a computer with inputs and four features
+    names = bytes([11, 7]) + text(b"spectrum | flatness") + bytes([0x80 + 0x20]) + text(b"tone") + text(b"<&\"]]>\n") \
+        + bytes([0x20]) + text(b"an output") + bytes([0x87]) + text(b"unknown") + text(b"an output")
+    for kind, form in enumerate(("text", "xml", "binary")):
+        write("ComputerArchiveFuzzer", "spread-" + form, bytes([8 * kind]) + spread)
+        write("ComputerArchiveFuzzer", "names-" + form, bytes([8 * kind]) + names)
+        for place in (0, 1, 50, 200, 60000):
+            write("ComputerArchiveFuzzer", "cut-%s-%d" % (form, place), bytes([8 * kind + 2]) + struct.pack(">H", place) + spread)
+    write("ComputerArchiveFuzzer", "settings", bytes([3, 0, 15, 0, 8, 0, 31, 64, 1]))
+    for name, kind in (("text", 4), ("xml", 132)):
+        write("ComputerArchiveFuzzer", "unchanged-" + name, bytes([kind]) + spread)
+        write("ComputerArchiveFuzzer", "changed-" + name, bytes([kind]) + spread + bytes([2, 0, 40, 65, 4, 0, 60, 1, 1, 80, 3, 65, 66, 67]))
+    folder = os.path.join(os.path.dirname(FOLDER), "..", "tests", "data")
+    for name, kind in (("computer.txt", 6), ("computer.xml", 134), ("computer.inputs.txt", 6), ("computer.inputs.xml", 134)):
+        with open(os.path.join(folder, name), "rb") as stream:
+            write("ComputerArchiveFuzzer", name, bytes([kind]) + stream.read())
+
+
+def label_maps():
+    texts = {
+        "map": b"label,type\nlady,FEMALE\ncough,\n\0lady\ncough\nMALE",
+        "no-header": b" lady ,\tfemale\r\n\"a,\"\"b\"\"\",BEEP\0lady\na,\"b\"",
+        "unknown": b"lady,FEMALE\n\0dog\ndog\n\x1b[31m\nMAEL",
+        "two-types": b"lady,FEMALE\nlady,MALE\n",
+        "no-type": b"lady,woman\n",
+        "three-columns": b"a,b,c\n",
+        "byte-order-mark": b"\xef\xbb\xbflabel,type\rA,MALE\r",
+        "open-quote": b"\"lady,FEMALE\n",
+        "behind-quote": b"\"lady\"x,FEMALE\n",
+        "empty": b"\0MALE\n\nSF_12\nSF_5000",
+    }
+    for name, contents in texts.items():
+        write("LabelMapFuzzer", name, contents)
+
+
+def command_words():
+    """The words of CommandLineFuzzer.cpp in their order, which is their code."""
+    with open(os.path.join(os.path.dirname(FOLDER), "CommandLineFuzzer.cpp"), encoding="utf-8") as stream:
+        source = stream.read()
+    block = source.split("s_aszWords[] = {", 1)[1].split("};", 1)[0]
+    return re.findall(r'"([^"]*)"', block)
+
+
+def command_lines():
+    words = command_words()
+    lines = [
+        "", "--help", "--version", "help", "help annotations add", "features call.wav", "features -f spectrum two.wav",
+        "features -f spectrum|flatness -f silenceratio|deltatoslidingmean call.wav two.wav -o out.csv",
+        "features --list list.txt --format jsonl --labels", "features --labels call.wav -q",
+        "features --expr n=x[0] --window-ms 8 --overlap-ms 1 --suppress-dc call.wav",
+        "features --save-config conf.xml -f spectrum", "features -", "features call.wav -o call.wav", "features nothing.wav broken.wav",
+        "features --sample-rate 8000 --read-factor 2 call.wav --progress always", "features --log-level debug call.wav -v",
+        "eval", "eval x", "info call.wav two.wav", "info --json broken.wav", "list-features --json", "list-functions",
+        "annotations", "annotations list call.wav two.wav --format textgrid", "annotations list --list list.txt --format json",
+        "annotations add call.wav MALE 0.001 0.004", "annotations add call.wav two.wav cpa_human 0 1 --clip",
+        "annotations add call.wav SF_12 0 0.004 --interop -n", "annotations merge call.wav two.wav", "annotations copy two.wav call.wav",
+        "annotations clear call.wav --match .*", "annotations clear call.wav two.wav broken.wav", "annotations check call.wav broken.wav --json",
+        "annotations check --fix broken.wav", "annotations check --fix -n broken.wav call.wav", "annotations export call.wav",
+        "annotations export call.wav -o out.TextGrid", "annotations export --folder folder call.wav two.wav --format audacity",
+        "annotations import labels.csv call.wav --map map.csv", "annotations import labels.csv call.wav",
+        "annotations import --folder folder call.wav --append", "annotations stats call.wav two.wav --format csv",
+        "annotations diff call.wav two.wav --tolerance 0.001", "annotations diff --json call.wav call.wav", "annotations types --json",
+        "annotations list nothing.wav --save-notes out.csv", "annotations clear call.wav --save-notes out.csv",
+    ]
+    for index, line in enumerate(lines):
+        code = b""
+        for word in line.split():
+            code += bytes([words.index(word)]) if word in words else bytes([230, len(word)]) + word.encode()
+        write("CommandLineFuzzer", "line-%02d" % index, code)
+    write("CommandLineFuzzer", "attached", bytes([words.index("features"), 245, 4]) + b"16.5" + bytes([words.index("call.wav")]))
+    write("CommandLineFuzzer", "control-characters", bytes([words.index("info"), 230, 5]) + b"\x1b[31m" + bytes([230, 3]) + b"a\nb")
+
+
+def large_inputs():
+    """Inputs of 1 MiB, for the limits of time and memory: of what costs most for each byte."""
+    size = 1 << 20
+
+    def fill(piece, head=b"", tail=b""):
+        return head + piece * ((size - len(head) - len(tail)) // len(piece)) + tail
+
+    def region_list(order):
+        count = (size - 200) // 68
+        points = [point(1 + index, index % 32) for index in range(count)]
+        texts = [labelled(1 + index, 1) for index in range(count)]
+        labels = [label(1 + index, b"BEEP") for index in range(count)]
+        pairs = b"".join(text + name for text, name in zip(texts, labels)) if order else b"".join(labels + texts)
+        return form(head, cue(*points), chunk(b"LIST", b"adtl" + pairs))
+
+    head = chunk(b"fmt ", struct.pack("<HHIIHH", 1, 1, 8000, 16000, 2, 16)) + chunk(b"data", bytes(range(64)))
+    deep = b""
+    for _ in range(62):
+        deep = chunk(b"LIST", b"nest" + deep)
+    wavs = {
+        "empty-chunks": form(fill(chunk(b"abcd", b""), head)),
+        "tiny-labels": form(head, fill(chunk(b"labl", b""))),
+        "empty-lists": form(head, fill(chunk(b"LIST", b"adtl"))),
+        "deep-lists": form(head, fill(deep)),
+        "regions": region_list(True),
+        "regions-apart": region_list(False),
+        "cue-chunks": form(head, fill(cue(point(1, 3)))),
+        "gaps": form(head, cue(*[point(1048576 - index, 3) for index in range(1000)])),
+        "audio": form(head[:24], chunk(b"data", bytes(size - 100))),
+        "trailing": form(head) + bytes(size - 200),
+        "hidden-chunks": form(head, fill(b"odd1\x01\0\0\0x")),
+    }
+    for name, contents in wavs.items():
+        write("IFFParserFuzzer", name, contents + bytes([3, 0x55, 0, 0]))
+        write("AudioAnnotationFuzzer", name, contents)
+        write("AudioFileReaderFuzzer", name, contents + bytes([0, 99, 6, 40, 3, 1]))
+        for operation in range(6):
+            write("AudioAnnotationEditFuzzer", "%s-%d" % (name, operation), contents + bytes([operation, 0, 15, 160, 5, 20, 0, 0]))
+    texts = {"a": b"a", "digits": b"9", "dots": b".", "open": b"(", "open-calls": b"abs(", "sum": b"a+", "sums": b"(a+", "minus": b"-",
+             "index": b"a[0]", "brackets": b"[", "object": b'{"a":', "regions": b'{"type":"MALE","start":1,"stop":2},', "quotes": b'"',
+             "lines": b"\n", "returns": b"\r", "rows": b"MALE,1,2\n", "tracks": b"1\t2\tMALE\n", "frequencies": b"\\\t1\t2\n",
+             "points": b'1 2 "MALE" ', "names": b"dog\n", "stages": b"spectrum|", "parameters": b"440,", "commas": b",",
+             "blanks": b" ", "zeros": b"\0", "numbers": b"1 ", "dashes": b"../", "absolute": b"/etc/passwd\n", "hashes": b"#\n",
+             "tags": b"<a>", "bytes": bytes(range(256)), "not": b"not ", "comparisons": b"a<", "all-different": b"".join(b"%x\n" % i for i in range(40000))}
+    for name, piece in texts.items():
+        for target in ("AudioSetParser", "FeatureDescription", "Expression", "AnnotationType", "RegionFormat", "LabelMap", "Configuration",
+                       "ComputerArchive", "CommandLine", "Feature", "DoubleVector", "LinearAudioWindower", "Spectrum", "AudioFileReader"):
+            head = {"Configuration": bytes(8) + b"\x03key", "ComputerArchive": bytes([6])}.get(target, b"")
+            write(target + "Fuzzer", name, fill(piece, head))
+    heads = {"csv": (b"type,start,stop\n", b"MALE,1,2\n", b""), "json": (b"[", texts["regions"], b"{}]"),
+             "json-deep": (b'[{"x":', b"[", b""),
+             "textgrid": (b'"ooTextFile" "TextGrid" 0 3 <exists> 1 "TextTier" "a" 0 3 95000 ', texts["points"], b""),
+             "textgrid-quotes": (b'"ooTextFile" "TextGrid" 0 3 <exists> 1 "TextTier" "', b'""', b'" 0 3 0 '),
+             "utf-16": (b"\xff\xfe", "1\t2\tA\n".encode("utf-16-le"), b"")}
+    for name, (head, piece, tail) in heads.items():
+        write("RegionFormatFuzzer", name, fill(piece, head, tail))
+    write("FeatureDescriptionFuzzer", "ranges", fill(b"440,", b"spectrum|maxspectralranges(", b"480)"))
+    write("LabelMapFuzzer", "map", b"".join(b"label%d,MALE\n" % index for index in range(56000)))
+    write("ExpressionFuzzer", "text", fill(b"1", b'maxSpectralRanges(x, frequenciesList="', b'")'))
+    write("ExpressionFuzzer", "frequencies", fill(b"440,", b'maxSpectralRanges(x, frequenciesList="', b'1")'))
+
+
+if len(sys.argv) == 3 and sys.argv[1] == "--large":
+    FOLDER = sys.argv[2]
+    large_inputs()
+    sys.exit()
+for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions, region_texts,
+             recordings, types, features, archives, label_maps, command_lines):
     make()
