@@ -485,6 +485,35 @@ bool eraseMatching(const char* in_szPattern, Annotations& inout_vAnnotations, st
     }
 }
 
+/// Opens a file, which empties it, when the first bytes come: not before there is the memory to write all of them.
+class LateFile : public std::streambuf
+{
+public:
+    explicit LateFile(const char* in_szFile)
+        : m_szFile(in_szFile)
+    {
+        m_file.pubsetbuf(m_acBuffer, sizeof m_acBuffer); // else it would ask for one when the file is empty already
+    }
+
+    bool couldNotOpen() const { return m_bCouldNotOpen; }
+    bool close() { return m_file.close() != nullptr; }
+
+protected:
+    std::streamsize xsputn(const char* in_pBytes, std::streamsize in_iNbOfBytes) override
+    {
+        if (!m_file.is_open() && !m_bCouldNotOpen)
+            m_bCouldNotOpen = m_file.open(m_szFile, std::ios_base::out | std::ios_base::binary) == nullptr;
+        return m_bCouldNotOpen ? 0 : m_file.sputn(in_pBytes, in_iNbOfBytes);
+    }
+    int sync() override { return m_file.pubsync(); }
+
+private:
+    const char* m_szFile;
+    bool m_bCouldNotOpen = false;
+    char m_acBuffer[1 << 13];
+    std::filebuf m_file; // behind its buffer
+};
+
 } // namespace
 
 // Everything that can fail before the target is opened comes before: opening it empties it.
@@ -492,13 +521,14 @@ bool AnnotatedFile::writeToFile(const char* in_szFile, const char* in_szOpeningF
 {
     if (!prepareToWrite())
         return reportFault(s_szWritingFault, in_szFile);
-    std::ofstream stream(in_szFile, std::ios_base::out | std::ios_base::binary);
-    if (!stream)
-        return reportFault(in_szOpeningFault, in_szFile);
+    LateFile file(in_szFile);
+    std::ostream stream(&file);
     m_parser.write(stream);
+    if (file.couldNotOpen())
+        return reportFault(in_szOpeningFault, in_szFile);
     stream.flush();
-    stream.close();
-    return stream.good() || reportFault(s_szWritingFault, in_szFile);
+    const bool bClosed = file.close();
+    return (stream.good() && bClosed) || reportFault(s_szWritingFault, in_szFile);
 }
 
 bool AnnotatedFile::updateFile(const char* in_szFile)

@@ -13,6 +13,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <memory>
 #include <mutex>
 #include <string_view>
 #include <sys/stat.h>
@@ -93,13 +94,12 @@ void removeIfAbandoned(const std::string& in_strFolder, std::string_view in_strN
 
 void removeAbandonedCopies(const std::string& in_strFolder, const struct stat& in_own)
 {
-    DIR* pFolder = opendir(in_strFolder.c_str());
+    const std::unique_ptr<DIR, int (*)(DIR*)> pFolder(opendir(in_strFolder.c_str()), closedir);
     if (pFolder == nullptr)
         return; // may be written but not read
-    while (const dirent* pEntry = readdir(pFolder))
+    while (const dirent* pEntry = readdir(pFolder.get()))
         if (isNameOfWorkingCopy(pEntry->d_name))
             removeIfAbandoned(in_strFolder, pEntry->d_name, in_own);
-    closedir(pFolder);
 }
 
 // Whether to look through a folder. Not for each of the many thousand files that one may hold, or editing all of them
@@ -285,7 +285,7 @@ bool AtomicFileEdit::Impl::makeLockedCopy()
             m_lockedCopy = Descriptor(mkostemp(strName.data(), O_CLOEXEC));
             if (!m_lockedCopy.isOpen())
                 return fail("could not make a working copy beside it", errno);
-            m_strCopy = strName;
+            m_strCopy = std::move(strName); // which needs no memory: the file exists, and has to go with this object
             if (m_listener)
                 m_listener(m_strCopy.c_str());
         }
@@ -382,13 +382,14 @@ bool AtomicFileEdit::Impl::replaceBySwap()
                              "Could not remove the former file, " << textOf(errno) << " : " << m_strCopy);
         return true;
     }
-    const std::string strReason =
-        bIsOriginal ? "could not write its folder to the disk, " + textOf(errno) : "another program replaced it";
-    if (swapNames(m_strCopy, m_strTarget))
-        return fail(strReason);
-    if (!bIsOriginal)
+    const int iError = errno;
+    const bool bSwappedBack = swapNames(m_strCopy, m_strTarget);
+    if (!bSwappedBack && !bIsOriginal)
         forgetCopy(); // under its name is now what the other program wrote, which is not ours to remove
-    return fail(strReason + "; its name stands for the new file already");
+    // Put into words last: they need memory, and without it nothing above may be left out.
+    const std::string strReason =
+        bIsOriginal ? "could not write its folder to the disk, " + textOf(iError) : "another program replaced it";
+    return fail(bSwappedBack ? strReason : strReason + "; its name stands for the new file already");
 }
 
 bool AtomicFileEdit::Impl::replaceByRename()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Saving and loading feature computers. Apart from their classes, which must not see a particular archive: that would
 // tie the saved classes to it.
+#include "AudioFeatureComputerConstruct.h"
 #include "corvana/AudioFeatureComputerImpl.h"
 #include "corvana/Logger.h"
 
@@ -16,6 +17,7 @@
 #include <istream>
 #include <locale>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -43,6 +45,8 @@ std::string archiveOf(const Math::FeatureComputerImpl* in_pComputer)
         boost::archive::polymorphic_oarchive& interface = archive;
         interface << boost::serialization::make_nvp(s_szItem, in_pComputer);
     }
+    if (!stream) // memory ran out: a part of an archive must not pass for the whole
+        throw std::bad_alloc();
     return stream.str();
 }
 
@@ -138,11 +142,13 @@ template <class ArchiveT>
 std::unique_ptr<Math::FeatureComputerImpl> readFrom(ArchiveT& inout_archive)
 {
     boost::archive::polymorphic_iarchive& interface = inout_archive;
+    // Where it is noted is asked for before there is anything to lose: that needs memory, too.
+    Math::FeatureComputerImpl* const& pNoted = Math::computerUnderLoad(interface);
     Math::FeatureComputerImpl* pComputer = nullptr;
     try {
         interface >> boost::serialization::make_nvp(s_szItem, pComputer);
     } catch (...) {
-        delete Math::computerUnderLoad(interface);
+        Math::destroyAfterFailedLoad(pNoted, pComputer);
         throw;
     }
     if (pComputer == nullptr)
@@ -162,7 +168,7 @@ std::unique_ptr<Math::FeatureComputerImpl> loadFrom(std::istream& inout_stream)
 
 std::unique_ptr<Math::FeatureComputerImpl> loadFromXml(ArchiveStream& inout_stream)
 {
-    std::istringstream closingTag(s_szClosingTag);
+    std::istringstream closingTag("</x>"); // so short that reading it needs no memory
     XmlArchive archive(inout_stream);
     auto pComputer = readFrom(archive);
 

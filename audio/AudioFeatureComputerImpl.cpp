@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/AudioFeatureComputerImpl.h"
 
+#include "AudioFeatureComputerConstruct.h"
 #include "AudioFeatureComputerInstall.h"
 #include "corvana/AudioFeatureFactory.h"
 #include "corvana/Logger.h"
@@ -9,6 +10,8 @@
 #include <boost/archive/polymorphic_oarchive.hpp>
 #include <boost/serialization/base_object.hpp>
 #include <boost/serialization/nvp.hpp>
+
+#include <memory>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.FeatureComputerImpl")
 
@@ -59,7 +62,10 @@ void serializeMathPart(ArchiveT& io_archive, ComputerT& inout_computer)
 bool installAudioFeatureFactory(Math::SignalFeaturePool& inout_pool, SourcePosition in_refused)
 {
     // The pool owns it from here on; one that it refuses is left alone, as nobody knows who else holds it.
-    if (inout_pool.addFactory(new AudioFeatureFactory))
+    auto pFactory = std::make_unique<AudioFeatureFactory>();
+    const bool bAdded = inout_pool.addFactory(pFactory.get());
+    static_cast<void>(pFactory.release());
+    if (bAdded)
         return true;
     CORVANA_LOG_WARN_AT(in_refused, fileScopeLogger(), "Could not add AudioFeatureFactory to feature pool");
     return false;

@@ -794,8 +794,9 @@ MaxSpectralRangesFeature* MaxSpectralRangesFeature::clone() const
 
 void MaxSpectralRangesFeature::addSpectralRange(unsigned long in_uiCenterHz, unsigned long in_uiHalfWidthHz)
 {
-    m_vSpectralRanges.emplace_back(); // the place first, so that the range has an owner from the start
-    m_vSpectralRanges.back().reset(new SpectralRangeFeature(in_uiCenterHz, in_uiHalfWidthHz));
+    // Owned from the start, and there with its range or not at all.
+    CloneableObjPtr<SpectralRangeFeature> pRange(new SpectralRangeFeature(in_uiCenterHz, in_uiHalfWidthHz));
+    m_vSpectralRanges.push_back(std::move(pRange));
 }
 
 bool MaxSpectralRangesFeature::addListedRanges(const std::string& in_strFrequencies)

@@ -58,11 +58,18 @@ bool AudioSetParser::setAudioSetFilename(const char* in_szFileName)
         CORVANA_LOG_ERROR(fileScopeLogger(), "Could not open file " << strFileName << " containing file set to parse");
         return false;
     }
-    m_strListFileName = strFileName;
+    std::vector<std::string> vEntries = m_vEntries;
     std::string strLine;
     while (std::getline(stream, strLine))
         if (!strLine.empty() && strLine.front() != '#')
-            m_vEntries.push_back(strLine);
+            vEntries.push_back(strLine);
+    // A part of a list must not pass for the whole.
+    if (stream.bad()) {
+        CORVANA_LOG_ERROR(fileScopeLogger(), "Could not read file " << strFileName << " containing file set to parse");
+        return false;
+    }
+    m_strListFileName = strFileName;
+    m_vEntries.swap(vEntries);
     return true;
 }
 

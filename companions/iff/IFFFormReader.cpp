@@ -33,6 +33,7 @@ bool isPrintable(Chunk::ChunkId in_uiId)
 std::string nameOf(Chunk::ChunkId in_uiId)
 {
     std::ostringstream text;
+    text.exceptions(std::ios_base::badbit); // else memory that runs out cuts the text, in silence
     text.imbue(std::locale::classic());
     if (!isPrintable(in_uiId)) {
         text << "0x" << std::hex << in_uiId;

@@ -62,7 +62,7 @@ private:
         case Syntax::Kind::NUMBER:
             return Handle<ExpressionBaseImpl>(new NumberNode(in_node.m_dNumber));
         case Syntax::Kind::VARIABLE:
-            out_graph.m_vVariables.emplace_back(new VariableImpl(in_node.m_strName.c_str()));
+            out_graph.m_vVariables.push_back(Handle<VariableImpl>(new VariableImpl(in_node.m_strName.c_str())));
             return out_graph.m_vVariables.back();
         case Syntax::Kind::NEGATE:
             return withChildren(Handle<UnaryNode>(new UnaryNode(UnaryNode::Kind::NEGATE)), in_node);
@@ -181,6 +181,7 @@ bool Expression::isEmpty() const
 std::string Expression::getText() const
 {
     std::ostringstream stream;
+    stream.exceptions(std::ios_base::badbit); // else memory that runs out cuts the text, in silence
     if (!isEmpty())
         m_pGraph->m_hRoot->write(stream);
     const std::string strText = stream.str();
@@ -231,8 +232,9 @@ bool Expression::configure(const ROConfiguration& in_config, const TSHandle<Virt
 {
     if (isEmpty())
         return false;
-    m_pGraph->m_bConfigured = true;
-    return m_pGraph->m_hRoot->configure(in_config, in_hFileSystem);
+    const bool bDone = m_pGraph->m_hRoot->configure(in_config, in_hFileSystem);
+    m_pGraph->m_bConfigured = true; // not when memory ran out: the first evaluation still has to configure then
+    return bDone;
 }
 
 bool Expression::evaluate(LimitedObjPtr<DoubleVector>& out_pResult)

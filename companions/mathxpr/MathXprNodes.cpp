@@ -33,6 +33,7 @@ void PlainNode::reportError(const std::string& in_strReason) const
 {
     constexpr std::size_t uiMaxLength = 200;
     std::ostringstream stream;
+    stream.exceptions(std::ios_base::badbit); // else memory that runs out cuts the text, in silence
     write(stream);
     std::string strText = stream.str();
     if (strText.size() > uiMaxLength)

@@ -17,7 +17,8 @@ namespace Corvana::Audio {
 class CORVANA_API AudioSetParser
 {
 public:
-    /// Appends the list's entries to those already read. False: the list cannot be opened (logged at error level).
+    /// Appends the list's entries to those already read. False, with nothing changed: the list cannot be opened, or not
+    /// be read to its end (logged at error level).
     bool setAudioSetFilename(const char* in_szFileName);
     /// False when the list is empty.
     bool gotoFirstAudioFile();

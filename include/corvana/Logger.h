@@ -149,6 +149,7 @@ private:
         const ::Corvana::Logger& corvanaLogger_ = (logger);                                                            \
         if (corvanaLogger_.wants(level)) {                                                                             \
             std::ostringstream corvanaText_;                                                                           \
+            corvanaText_.exceptions(std::ios_base::badbit); /* else memory that runs out cuts the text, in silence */  \
             corvanaText_.imbue(std::locale::classic());                                                                \
             corvanaText_ << message; /* NOLINT(bugprone-macro-parentheses): a chain of << */                           \
             corvanaLogger_.forcedLog((level), corvanaText_.str(), (position));                                         \

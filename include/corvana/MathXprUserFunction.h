@@ -84,11 +84,13 @@ private:
     // Once: the children's classes are looked at here, and not in every evaluation.
     void resolveArguments()
     {
-        m_vVariables.reserve(static_cast<std::size_t>(getNbOfArguments()));
-        for (long iIndex = 0; iIndex < getNbOfArguments(); ++iIndex)
-            m_vVariables.push_back(getChildAt(getArgument(iIndex).m_iChildIndex).template cast<VariableImpl>());
         for (const std::string& strName : m_vArgumentNames)
             m_arguments[strName] = LimitedObjPtr<DoubleVector>();
+        std::vector<Handle<VariableImpl>> vVariables;
+        vVariables.reserve(static_cast<std::size_t>(getNbOfArguments()));
+        for (long iIndex = 0; iIndex < getNbOfArguments(); ++iIndex)
+            vVariables.push_back(getChildAt(getArgument(iIndex).m_iChildIndex).template cast<VariableImpl>());
+        m_vVariables.swap(vVariables); // last: it tells that all of this is done
     }
 
     // Variables in the order of arguments, the map in the order of names: paired by position.

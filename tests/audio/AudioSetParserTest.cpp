@@ -204,6 +204,20 @@ TEST_F(AudioSetParserTest, KeepsItsListWhenTheNextOneIsMissing)
     EXPECT_THAT(allFiles(), ElementsAre(m_dir.file("sets/a.wav")));
 }
 
+// Reading the memory of this program at address 0 is an error of reading, which no ordinary file gives.
+TEST_F(AudioSetParserTest, RefusesAListThatCannotBeReadToItsEnd)
+{
+    touch("sets/a.wav");
+    readList("a.wav\n");
+    const LogCapture log("kestrivon.audio.AudioSetParser", 40000);
+
+    EXPECT_FALSE(m_parser.setAudioSetFilename("/proc/self/mem"));
+
+    EXPECT_THAT(log.texts(), ElementsAre("Could not read file /proc/self/mem containing file set to parse"));
+    EXPECT_TRUE(m_parser.gotoFirstAudioFile());
+    EXPECT_THAT(allFiles(), ElementsAre(m_dir.file("sets/a.wav")));
+}
+
 TEST_F(AudioSetParserTest, AppendsASecondList)
 {
     readList("/missing/a.wav\n", "first.txt");
