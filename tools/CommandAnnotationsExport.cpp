@@ -139,11 +139,21 @@ private:
         const std::vector<LabeledRegion> vRegions = regionsOf(in_input.m_strPath, file);
         if (!write(vRegions, secondsOf(file), in_strOutput))
             return EXIT_UNUSABLE;
+        return writeResult(in_input, vRegions.size(), in_strOutput) ? EXIT_DONE : EXIT_UNUSABLE;
+    }
+
+    bool writeResult(const Input& in_input, std::size_t in_uiNbOfRegions, const std::string& in_strOutput)
+    {
         if (!m_options.m_strFolder.empty())
-            m_data << printable(in_input.m_strPath) + ": " + counted(vRegions.size(), "region") + " to " +
+            m_data << printable(in_input.m_strPath) + ": " + counted(in_uiNbOfRegions, "region") + " to " +
                           printable(in_strOutput) + "\n"
                    << std::flush;
-        return m_data.good() ? EXIT_DONE : EXIT_UNUSABLE;
+        if (m_data.good())
+            return true;
+        const std::string strFault = OutputFile(m_data).getFault();
+        if (!strFault.empty())
+            refuse("cannot write: " + strFault);
+        return false;
     }
 
     // Cue identifiers that the file skips are no regions, and nobody could import them again.

@@ -116,6 +116,7 @@ private:
     static std::string textOf(RegionFormat in_format, const std::vector<LabeledRegion>& in_vRegions)
     {
         std::ostringstream text;
+        text.exceptions(std::ios_base::badbit); // else memory that runs out cuts it, in silence
         writeRegions(text, in_format, in_vRegions, 0.0);
         return text.str();
     }
@@ -125,6 +126,7 @@ private:
     {
         const std::string strStart = csvField(in_strPath) + ",";
         std::istringstream rows(textOf(RegionFormat::CSV, in_vRegions));
+        rows.exceptions(std::ios_base::badbit);
         std::string strRow;
         std::getline(rows, strRow);
         while (std::getline(rows, strRow))

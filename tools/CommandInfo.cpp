@@ -31,6 +31,7 @@ struct RecordingInfo
 RecordingInfo infoOf(Audio::AudioFileReader& inout_reader, const std::string& in_strPath)
 {
     std::ostringstream format;
+    format.exceptions(std::ios_base::badbit); // else memory that runs out cuts it, in silence
     inout_reader.getFileInfo(format);
     return {in_strPath, format.str(), inout_reader.getSampleRate(), inout_reader.getNbOfFrames(),
             inout_reader.getClippingValue()};

@@ -396,12 +396,18 @@ private:
     // What a saved configuration settles cannot be said beside it: nobody could tell which one holds.
     bool isSaidTwice(std::string& out_strOption)
     {
-        for (const char* szOption : {"--feature", "--window-ms", "--overlap-ms", "--suppress-dc", "--sample-rate"}) {
-            if (!m_features.m_strConfig.empty() && findCommand(m_app, "features")->count(szOption) > 0) {
-                out_strOption = szOption;
-                return true;
-            }
-        }
+        static constexpr const char* aszSettled[] = {"feature", "window-ms", "overlap-ms", "suppress-dc",
+                                                     "sample-rate"};
+        if (m_features.m_strConfig.empty())
+            return false;
+        // Not App::count(), which ends the program when there is no memory to look an option up.
+        for (const CLI::Option* pOption : findCommand(m_app, "features")->get_options())
+            for (const std::string& strName : pOption->get_lnames())
+                if (pOption->count() > 0 &&
+                    std::find(std::begin(aszSettled), std::end(aszSettled), strName) != std::end(aszSettled)) {
+                    out_strOption = "--" + strName;
+                    return true;
+                }
         return false;
     }
 

@@ -46,7 +46,9 @@ std::vector<std::string> defaultFeatures()
 
 FeatureSet::FeatureSet()
 {
-    m_pool.addFactory(new Audio::AudioFeatureFactory);
+    auto pFactory = std::make_unique<Audio::AudioFeatureFactory>();
+    if (m_pool.addFactory(pFactory.get()))
+        static_cast<void>(pFactory.release());
 }
 
 FeatureSet::~FeatureSet() = default;
@@ -135,9 +137,11 @@ std::string FeatureSet::probe(std::size_t in_uiFeature, unsigned long in_uiSampl
 const FeatureSet::Layout& FeatureSet::getLayout(unsigned long in_uiSampleRate, unsigned long in_uiWindowMs,
                                                 LogBridge& inout_log)
 {
-    const auto [entry, bNew] = m_vLayouts.try_emplace(in_uiSampleRate);
-    Layout& layout = entry->second;
-    for (std::size_t uiFeature = 0; bNew && uiFeature < m_vStages.size() && layout.m_strFault.empty(); ++uiFeature) {
+    const auto itKnown = m_vLayouts.find(in_uiSampleRate);
+    if (itKnown != m_vLayouts.end())
+        return itKnown->second;
+    Layout layout; // becomes known when it is whole
+    for (std::size_t uiFeature = 0; uiFeature < m_vStages.size() && layout.m_strFault.empty(); ++uiFeature) {
         std::size_t uiNbOfValues = 0;
         const std::string strFault = probe(uiFeature, in_uiSampleRate, in_uiWindowMs, inout_log, uiNbOfValues);
         layout.m_vNbOfValues.push_back(uiNbOfValues);
@@ -146,12 +150,12 @@ const FeatureSet::Layout& FeatureSet::getLayout(unsigned long in_uiSampleRate, u
                 (m_vStages[uiFeature].size() == 1 ? "" : "in " + inQuotes(m_vDescriptions[uiFeature]) + ", ") +
                 strFault;
     }
-    for (std::size_t uiFormula = 0; bNew && uiFormula < m_formulas.size() && layout.m_strFault.empty(); ++uiFormula) {
+    for (std::size_t uiFormula = 0; uiFormula < m_formulas.size() && layout.m_strFault.empty(); ++uiFormula) {
         std::size_t uiNbOfValues = 0;
         layout.m_strFault = m_formulas.probe(uiFormula, in_uiSampleRate, in_uiWindowMs, inout_log, uiNbOfValues);
         layout.m_vNbOfValues.push_back(uiNbOfValues);
     }
-    return layout;
+    return m_vLayouts.emplace(in_uiSampleRate, std::move(layout)).first->second;
 }
 
 std::vector<std::string> FeatureSet::getNamesAssuming8000Hz() const

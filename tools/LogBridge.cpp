@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace Corvana::Tools {
@@ -84,12 +85,24 @@ void limitLogThreads()
 class LogBridge::Appender : public log4cplus::Appender
 {
 public:
-    Appender(Messages& out_messages, int in_iLevel)
-        : m_messages(out_messages)
-        , m_iLevel(in_iLevel)
-    {
-    }
     ~Appender() override { destructorImpl(); }
+
+    void begin(Messages& out_messages, int in_iLevel)
+    {
+        m_pMessages = &out_messages;
+        m_iLevel = in_iLevel;
+    }
+
+    // Nothing is left of what it was used for.
+    void end()
+    {
+        m_pMessages = nullptr;
+        m_bHolding = false;
+        m_strInput.clear();
+        m_vHeld.clear();
+        m_vWarned.clear();
+    }
+
     void close() override { closed = true; }
 
     void beginInput(const std::string& in_strInput)
@@ -123,10 +136,10 @@ public:
     {
         if (m_iLevel <= LOG_ERROR)
             for (const HeldError& error : m_vHeld)
-                m_messages.inputWarning(m_strInput,
-                                        error.m_strText + (error.m_uiCount == 1
-                                                               ? std::string()
-                                                               : " (" + counted(error.m_uiCount, "time") + ")"));
+                m_pMessages->inputWarning(m_strInput,
+                                          error.m_strText + (error.m_uiCount == 1
+                                                                 ? std::string()
+                                                                 : " (" + counted(error.m_uiCount, "time") + ")"));
         m_vHeld.clear();
         m_bHolding = false;
         m_strInput.clear();
@@ -143,7 +156,7 @@ protected:
         else if (iEventLevel >= LOG_WARN)
             tell(iEventLevel, textOf(in_event.getMessage()));
         else
-            m_messages.plain(line(in_event));
+            m_pMessages->plain(line(in_event));
     }
 
 private:
@@ -162,11 +175,11 @@ private:
         if (m_vWarned.size() >= s_uiMaxTexts || !m_vWarned.insert(in_strText).second)
             return;
         if (in_iEventLevel >= LOG_ERROR)
-            m_messages.error(in_strText);
+            m_pMessages->error(in_strText);
         else if (m_strInput.empty())
-            m_messages.warning(in_strText);
+            m_pMessages->warning(in_strText);
         else
-            m_messages.inputWarning(m_strInput, in_strText);
+            m_pMessages->inputWarning(m_strInput, in_strText);
     }
 
     static std::string line(const log4cplus::spi::InternalLoggingEvent& in_event)
@@ -176,8 +189,8 @@ private:
                "\n";
     }
 
-    Messages& m_messages;
-    int m_iLevel;
+    Messages* m_pMessages = nullptr;
+    int m_iLevel = LOG_ERROR;
     bool m_bHolding = false;
     std::string m_strInput;
     std::vector<HeldError> m_vHeld;
@@ -189,23 +202,42 @@ struct LogBridge::Impl
     Impl(Messages& out_messages, int in_iLevel)
         : m_root(log4cplus::Logger::getRoot())
         , m_iFormerLevel(m_root.getLogLevel())
-        , m_pAppender(new Appender(out_messages, in_iLevel))
-        , m_pShared(m_pAppender)
+        , m_pShared(std::exchange(spare(), log4cplus::SharedAppenderPtr()))
     {
+        if (!m_pShared)
+            m_pShared = log4cplus::SharedAppenderPtr(new Appender);
+        appender().begin(out_messages, in_iLevel);
+    }
+    ~Impl()
+    {
+        appender().end();
+        if (!spare())
+            spare() = m_pShared;
+    }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    Appender& appender() const { return static_cast<Appender&>(*m_pShared); }
+
+    // One is kept for the next bridge, until the program's end: log4cplus needs memory to destroy an appender, and
+    // without it ends the program.
+    static log4cplus::SharedAppenderPtr& spare()
+    {
+        static auto* const s_pSpare = new log4cplus::SharedAppenderPtr;
+        return *s_pSpare;
     }
 
     log4cplus::Logger m_root;
     int m_iFormerLevel;
-    Appender* m_pAppender;
     log4cplus::SharedAppenderPtr m_pShared;
 };
 
 LogBridge::LogBridge(Messages& out_messages, int in_iLevel)
     : m_pImpl(std::make_unique<Impl>(out_messages, in_iLevel))
 {
+    m_pImpl->m_root.addAppender(m_pImpl->m_pShared);
     // Errors are wanted whatever is shown: they are the reasons of failures.
     m_pImpl->m_root.setLogLevel(std::min<int>(in_iLevel, LOG_ERROR));
-    m_pImpl->m_root.addAppender(m_pImpl->m_pShared);
 }
 
 LogBridge::~LogBridge()
@@ -216,22 +248,22 @@ LogBridge::~LogBridge()
 
 void LogBridge::beginInput(const std::string& in_strInput)
 {
-    m_pImpl->m_pAppender->beginInput(in_strInput);
+    m_pImpl->appender().beginInput(in_strInput);
 }
 
 void LogBridge::beginAgain()
 {
-    m_pImpl->m_pAppender->beginAgain();
+    m_pImpl->appender().beginAgain();
 }
 
 std::string LogBridge::takeErrors()
 {
-    return m_pImpl->m_pAppender->takeErrors();
+    return m_pImpl->appender().takeErrors();
 }
 
 void LogBridge::endInput()
 {
-    m_pImpl->m_pAppender->endInput();
+    m_pImpl->appender().endInput();
 }
 
 } // namespace Corvana::Tools

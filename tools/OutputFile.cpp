@@ -166,8 +166,8 @@ bool OutputFile::makeTemporary()
     m_iDescriptor = mkostemp(strName.data(), O_CLOEXEC);
     if (m_iDescriptor < 0)
         return false;
-    m_strTemporary = strName;
-    if (Termination::setTemporaryFile(strName))
+    m_strTemporary = std::move(strName); // which needs no memory: the file exists, and has to go with this object
+    if (Termination::setTemporaryFile(m_strTemporary))
         return true;
     errno = ENAMETOOLONG;
     return false;

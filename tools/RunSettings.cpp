@@ -6,6 +6,7 @@
 #include "tools/OutputFile.h"
 #include "tools/Text.h"
 
+#include <boost/archive/archive_exception.hpp>
 #include <boost/archive/polymorphic_xml_iarchive.hpp>
 #include <boost/archive/polymorphic_xml_oarchive.hpp>
 
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <locale>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string_view>
 
@@ -31,12 +33,16 @@ void write(std::ostream& out_stream, const LinearAudioWindower::Config& in_confi
     // Not straight into the file: the archive's destructor writes too, and must not meet a full disk.
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
-    {
+    try {
         boost::archive::polymorphic_xml_oarchive archive(stream);
         boost::archive::polymorphic_oarchive& interface = archive;
         interface << boost::serialization::make_nvp(s_szWindowsItem, in_config);
         interface << boost::serialization::make_nvp(s_szComputerItem, in_pComputer);
+    } catch (const boost::archive::archive_exception&) {
+        throw std::bad_alloc(); // a text in memory fails for no other reason
     }
+    if (!stream) // a part of an archive must not pass for the whole
+        throw std::bad_alloc();
     out_stream << stream.str();
 }
 
@@ -60,14 +66,22 @@ std::unique_ptr<Math::FeatureComputerImpl> read(const std::string& in_strContent
     stream.imbue(std::locale::classic());
     boost::archive::polymorphic_xml_iarchive archive(stream);
     boost::archive::polymorphic_iarchive& interface = archive;
+    // Where it is noted is asked for before there is anything to lose: that needs memory, too.
+    Math::FeatureComputerImpl* const& pNoted = Math::computerUnderLoad(interface);
     Math::FeatureComputerImpl* pComputer = nullptr;
     try {
         interface >> boost::serialization::make_nvp(s_szWindowsItem, out_config);
         interface >> boost::serialization::make_nvp(s_szComputerItem, pComputer);
     } catch (...) {
-        delete Math::computerUnderLoad(interface);
+        if (pNoted != nullptr)
+            delete pNoted;
+        else
+            ::operator delete(static_cast<void*>(pComputer)); // what Boost had allocated for it
         throw;
     }
+    // The archive's destructor reads the closing tag, and must not throw: of any name, so short that it needs no
+    // memory.
+    stream.str("</x>");
     return std::unique_ptr<Math::FeatureComputerImpl>(pComputer);
 }
 

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/Termination.h"
 
+#include "tools/ExitCode.h"
+
 #include <atomic>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <unistd.h>
 
 namespace Corvana::Tools {
@@ -29,6 +34,26 @@ void cleanUpAndDie(int in_iSignal)
     raise(in_iSignal); // delivered when the handler returns
 }
 
+// Some libraries need memory to destroy an object, and end the program when there is none.
+[[noreturn]] void cleanUpAndEnd()
+{
+    try {
+        if (const std::exception_ptr pException = std::current_exception())
+            std::rethrow_exception(pException);
+    } catch (const std::bad_alloc&) {
+        if (s_acTemporaryFile[0] != '\0')
+            unlink(s_acTemporaryFile);
+        constexpr char acText[] = "corvana: out of memory\n";
+        if (write(STDERR_FILENO, acText, sizeof acText - 1) < 0) {
+            // nobody to tell
+        }
+        _exit(EXIT_UNUSABLE);
+    } catch (...) {
+        // a mistake of the program
+    }
+    std::abort();
+}
+
 sigset_t handledSignals()
 {
     sigset_t signals;
@@ -42,6 +67,7 @@ sigset_t handledSignals()
 
 void Termination::install()
 {
+    std::set_terminate(cleanUpAndEnd);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     struct sigaction action = {};
