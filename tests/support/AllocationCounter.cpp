@@ -15,6 +15,30 @@ std::atomic<std::uint64_t> s_uiFreed{0};
 std::atomic<std::size_t> s_uiLiveBytes{0};
 std::atomic<std::size_t> s_uiPeakBytes{0};
 
+// Of one thread alone: others, such as those of the logging library, have nothing to do with what is tested.
+struct Fault
+{
+    bool m_bArmed = false;
+    bool m_bFromThenOn = false;
+    std::uint64_t m_uiLeft = 0; // allocations before the first that fails
+    std::uint64_t m_uiNbOfFailures = 0;
+};
+thread_local constinit Fault s_fault;
+
+bool hasToFail()
+{
+    if (!s_fault.m_bArmed)
+        return false;
+    if (s_fault.m_uiLeft > 0) {
+        --s_fault.m_uiLeft;
+        return false;
+    }
+    if (s_fault.m_uiNbOfFailures > 0 && !s_fault.m_bFromThenOn)
+        return false;
+    ++s_fault.m_uiNbOfFailures;
+    return true;
+}
+
 void countBlock(void* in_pBlock)
 {
     ++s_uiAllocated;
@@ -28,11 +52,27 @@ void countBlock(void* in_pBlock)
 // The sanitizers have array forms of their own, so these are replaced as well.
 void* operator new(std::size_t in_uiSize)
 {
-    void* const pBlock = std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
+    void* const pBlock = hasToFail() ? nullptr : std::malloc(in_uiSize == 0 ? 1 : in_uiSize);
     if (pBlock == nullptr)
         throw std::bad_alloc();
     countBlock(pBlock);
     return pBlock;
+}
+
+void* operator new(std::size_t in_uiSize, std::align_val_t in_alignment)
+{
+    const auto uiAlignment = static_cast<std::size_t>(in_alignment);
+    const std::size_t uiSize = (in_uiSize + uiAlignment - 1) / uiAlignment * uiAlignment;
+    void* const pBlock = hasToFail() ? nullptr : std::aligned_alloc(uiAlignment, uiSize == 0 ? uiAlignment : uiSize);
+    if (pBlock == nullptr)
+        throw std::bad_alloc();
+    countBlock(pBlock);
+    return pBlock;
+}
+
+void* operator new[](std::size_t in_uiSize, std::align_val_t in_alignment)
+{
+    return operator new(in_uiSize, in_alignment);
 }
 
 void* operator new[](std::size_t in_uiSize)
@@ -48,6 +88,11 @@ void* operator new(std::size_t in_uiSize, const std::nothrow_t&) noexcept
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+void* operator new[](std::size_t in_uiSize, const std::nothrow_t&) noexcept
+{
+    return operator new(in_uiSize, std::nothrow);
 }
 
 void operator delete(void* in_pBlock) noexcept
@@ -74,6 +119,26 @@ void operator delete[](void* in_pBlock, std::size_t) noexcept
     operator delete(in_pBlock);
 }
 
+void operator delete(void* in_pBlock, std::align_val_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+void operator delete[](void* in_pBlock, std::align_val_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+void operator delete(void* in_pBlock, std::size_t, std::align_val_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
+void operator delete[](void* in_pBlock, std::size_t, std::align_val_t) noexcept
+{
+    operator delete(in_pBlock);
+}
+
 namespace Corvana::Test {
 
 std::uint64_t nbOfAllocations()
@@ -84,6 +149,21 @@ std::uint64_t nbOfAllocations()
 std::uint64_t nbOfLiveBlocks()
 {
     return s_uiAllocated - s_uiFreed;
+}
+
+AllocationFault::AllocationFault(std::uint64_t in_uiNumber, Extent in_extent)
+{
+    s_fault = {true, in_extent == Extent::FROM_THEN_ON, in_uiNumber - 1, 0};
+}
+
+AllocationFault::~AllocationFault()
+{
+    s_fault = {};
+}
+
+std::uint64_t AllocationFault::nbOfFailures() const
+{
+    return s_fault.m_uiNbOfFailures;
 }
 
 PeakMemory::PeakMemory()

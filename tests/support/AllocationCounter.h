@@ -12,6 +12,26 @@ std::uint64_t nbOfAllocations();
 /// The blocks of operator new that were not given back.
 std::uint64_t nbOfLiveBlocks();
 
+/// While it exists, memory runs out for the thread that made it: the allocation of that number, counted from 1, fails
+/// as operator new does, alone or with all that follow. One at a time.
+class AllocationFault
+{
+public:
+    enum class Extent
+    {
+        ONCE,
+        FROM_THEN_ON
+    };
+
+    AllocationFault(std::uint64_t in_uiNumber, Extent in_extent);
+    ~AllocationFault();
+    AllocationFault(const AllocationFault&) = delete;
+    AllocationFault& operator=(const AllocationFault&) = delete;
+
+    /// How many allocations have failed so far: 0 when there were fewer than that number.
+    std::uint64_t nbOfFailures() const;
+};
+
 /// The most bytes that the program has held at one time since this was made, beyond those that it held then. One at a
 /// time.
 class PeakMemory
