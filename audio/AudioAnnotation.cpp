@@ -343,8 +343,8 @@ bool AnnotatedFile::removeEmptyList(const Chunk::List& in_list)
 {
     ChunkPos pos;
     for (bool bFound = m_parser.find(s_uiList, pos); bFound; bFound = m_parser.findNext(pos))
-        if (&pos.chunk().m_children == &in_list)
-            return m_parser.unlink(pos);
+        if (&pos.chunk().m_children == &in_list) // whose odd end, if it has one, is somebody else's
+            return !pos.chunk().m_vData.empty() || m_parser.unlink(pos);
     CORVANA_LOG_ERROR(fileScopeLogger(), "Not able to delete empty LIST chunk");
     return false;
 }

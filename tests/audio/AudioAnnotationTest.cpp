@@ -934,6 +934,12 @@ TEST(AnnotatedFileWrite, KeepsAListThatHoldsOtherChunks)
         hex(replaced(wav(cueChunk({cuePoint(1, 1)}) + adtlChunk(records(1, 1, "MALE") + plain("file", "f."))), {})));
 }
 
+TEST(AnnotatedFileWrite, KeepsAListWithBytesBehindTheLastRegionThatGoes)
+{
+    EXPECT_EQ(hex(wav(adtlChunk("odd"))),
+              hex(replaced(wav(cueChunk({cuePoint(1, 1)}) + adtlChunk(records(1, 1, "MALE") + "odd")), {})));
+}
+
 TEST(AnnotatedFileWrite, KeepsAListThatHeldNoAnnotation)
 {
     const std::string strFile = wav(adtlChunk("") + listChunk("INFO", plain("ISFT", "tool")));
