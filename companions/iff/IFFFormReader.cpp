@@ -7,6 +7,7 @@
 #include "corvana/Logger.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <sstream>
 
@@ -47,6 +48,15 @@ std::string nameOf(Chunk::ChunkId in_uiId)
 std::string placeOf(const Chunk& in_chunk)
 {
     return "Chunk " + nameOf(in_chunk.m_uiId) + " at byte " + std::to_string(in_chunk.m_uiFileOffset);
+}
+
+// Chunks that recordings and their regions consist of.
+bool isOfRecordings(Chunk::ChunkId in_uiId)
+{
+    constexpr Chunk::ChunkId auiIds[] = {Chunk::makeId("fmt "), Chunk::makeId("data"), Chunk::makeId("fact"),
+                                         Chunk::makeId("cue "), Chunk::makeId("LIST"), Chunk::makeId("ltxt"),
+                                         Chunk::makeId("labl"), Chunk::makeId("note")};
+    return std::find(std::begin(auiIds), std::end(auiIds), in_uiId) != std::end(auiIds);
 }
 
 bool isForm(const Chunk& in_chunk)
@@ -100,6 +110,18 @@ void FormReader::warn(const std::string& in_strOddity)
         CORVANA_LOG_WARN(fileScopeLogger(), "Further oddities of this WAV file are not told.");
 }
 
+// A writer that leaves the padding byte out moves what follows to where no reader looks: the first letter of its name
+// is taken for that byte.
+void FormReader::warnOfHidden(const Chunk::List& in_list, const Header& in_header)
+{
+    if (in_list.empty() || in_list.back().m_ucPadding == 0)
+        return;
+    const Chunk::ChunkId uiId = in_list.back().m_ucPadding | (in_header.id() << 8);
+    if (isOfRecordings(uiId))
+        warn(placeOf(in_list.back()) + " has an odd size without its padding byte. Chunk " + nameOf(uiId) +
+             " behind it is not found.");
+}
+
 FormReader::Header FormReader::takeHeader(std::uint64_t in_uiEnd)
 {
     Header header;
@@ -140,6 +162,8 @@ void FormReader::readForm(Chunk& inout_root, std::vector<std::uint8_t>& out_vTra
     m_bFormSizeBelieved = m_uiFormSize != 0 && m_uiFormSize != s_uiUnknownSize && m_uiFormEnd <= m_source.end();
     while (!isFormOver()) {
         const Header header = takeHeader(ByteSource::s_uiUnknown);
+        if (header.isWhole())
+            warnOfHidden(inout_root.m_children, header);
         if (endsForm(header)) {
             out_vTrailing.assign(header.m_aucBytes, header.m_aucBytes + header.m_uiTaken);
             break;
@@ -290,6 +314,7 @@ void FormReader::readChildren(Chunk& inout_chunk, std::uint64_t in_uiEnd, unsign
             inout_chunk.m_vData.assign(header.m_aucBytes, header.m_aucBytes + header.m_uiTaken);
             return;
         }
+        warnOfHidden(inout_chunk.m_children, header);
         if (!addChunk(inout_chunk.m_children, header, in_uiEnd, in_uiDepth + 1))
             return;
     }

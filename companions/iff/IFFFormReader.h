@@ -51,6 +51,7 @@ private:
 
     bool refuse(const std::string& in_strReason);
     void warn(const std::string& in_strOddity);
+    void warnOfHidden(const Chunk::List& in_list, const Header& in_header);
 
     ByteSource m_source;
     bool m_bWithAudio;

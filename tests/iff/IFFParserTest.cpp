@@ -15,6 +15,7 @@
 
 using namespace Corvana::IFF;
 using namespace Corvana::Test;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::string_literals;
@@ -760,6 +761,21 @@ TEST(IFFParserChunkSize, IsCutAtTheEndOfTheFile)
     EXPECT_EQ(hex(s_strSmall), hex(rewritten(strFile)));
     EXPECT_THAT(messagesOf(withFormSize(strFile, 0)),
                 ElementsAre("Chunk data at byte 36 claims 1000 bytes, of which 4 are there. It is cut."));
+}
+
+TEST(IFFParserChunkSize, OfOddDataWithoutPaddingHidesAChunkWhichIsTold)
+{
+    const std::string strOdd = ChunkBuilder("data").text("abc", "").unpadded().bytes();
+    const std::string strPadded = ChunkBuilder("data").text("abc", "").padding('L').bytes();
+
+    EXPECT_THAT(messagesOf(withFormSize(riff(strOdd + adtlChunk(lablChunk(1, "BEEP"))), 0)),
+                ElementsAre("Chunk data at byte 12 has an odd size without its padding byte. Chunk LIST behind it is "
+                            "not found."));
+    EXPECT_THAT(messagesOf(riff(listChunk("INFO", strOdd + cueChunk({})))),
+                Contains("Chunk data at byte 24 has an odd size without its padding byte. Chunk cue  behind it is not "
+                         "found."));
+    EXPECT_THAT(messagesOf(riff(strPadded + plain("rest", "ab"))), IsEmpty());
+    EXPECT_THAT(messagesOf(riff(strPadded)), IsEmpty());
 }
 
 TEST(IFFParserChunkSize, IsToldInAWarningWithItsPlace)
