@@ -35,6 +35,13 @@ bool isId(const Chunk& in_chunk, const char (&in_acId)[5])
     return in_chunk.m_uiId == Chunk::makeId(in_acId);
 }
 
+// What any change of the regions takes away, or makes anew.
+bool isRegionChunk(Chunk::ChunkId in_uiId)
+{
+    return in_uiId == Chunk::makeId("cue ") || in_uiId == Chunk::makeId("ltxt") || in_uiId == Chunk::makeId("labl") ||
+           in_uiId == Chunk::makeId("note");
+}
+
 // Chunks that recordings and their regions consist of.
 bool isKnown(Chunk::ChunkId in_uiId)
 {
@@ -263,6 +270,7 @@ void AnnotationChecker::checkChunks(const Chunk& in_container)
 {
     for (const Chunk& chunk : in_container.m_children) {
         checkChunk(chunk);
+        checkCut(chunk, &in_container == &m_parser.root());
         if (!isId(chunk, "cue "))
             checkChunks(chunk);
     }
@@ -270,7 +278,6 @@ void AnnotationChecker::checkChunks(const Chunk& in_container)
 
 void AnnotationChecker::checkChunk(const Chunk& in_chunk)
 {
-    checkCut(in_chunk);
     checkContainer(in_chunk);
     const bool bLast = !m_parser.root().m_children.empty() && &in_chunk == &m_parser.root().m_children.back();
     if (in_chunk.m_bPaddingMissing && in_chunk.m_uiClaimedSize == 0)
@@ -285,13 +292,17 @@ void AnnotationChecker::checkChunk(const Chunk& in_chunk)
              "is not the only one; changes write all regions into one of them", "nothing needs to be done", false});
 }
 
-void AnnotationChecker::checkCut(const Chunk& in_chunk)
+void AnnotationChecker::checkCut(const Chunk& in_chunk, bool in_bInForm)
 {
-    const auto there = [&] { return ", of which " + std::to_string(in_chunk.getDataSize()) + " are there"; };
     if (in_chunk.m_uiClaimedSize != 0) {
+        // At the end of a list, somebody else's chunk is kept with all that it says.
+        const bool bKept = !in_bInForm && !isRegionChunk(in_chunk.m_uiId);
         add({Finding::WARNING, in_chunk.m_uiFileOffset + 4, nameOf(in_chunk.m_uiId),
-             "claims " + counted(in_chunk.m_uiClaimedSize, "byte") + there(),
-             std::string("if bytes were lost, restore the file; otherwise ") + s_szRewrite, true});
+             "claims " + counted(in_chunk.m_uiClaimedSize, "byte") + ", of which " +
+                 std::to_string(in_chunk.getDataSize()) + " are there",
+             std::string("if bytes were lost, restore the file; otherwise ") +
+                 (bKept ? "nothing reads it wrongly, and changes keep it as it is" : s_szRewrite),
+             !bKept});
         return;
     }
     std::uint32_t uiSize = 0;

@@ -75,7 +75,7 @@ private:
     void checkTrailingBytes();
     void checkChunks(const Chunk& in_container);
     void checkChunk(const Chunk& in_chunk);
-    void checkCut(const Chunk& in_chunk);
+    void checkCut(const Chunk& in_chunk, bool in_bInForm);
     void checkContainer(const Chunk& in_chunk);
     void checkFormat();
     void checkFormatFields(const Chunk& in_chunk, const IFF::WavFmtChunk& in_format);

@@ -183,6 +183,26 @@ TEST_F(CommandAnnotationsCheckTest, MendsACutChunkAndAMissingPaddingByte)
               riff(fmtChunk() + dataChunk(s_strAudio) + ChunkBuilder("odd ").text("x", "").padding(0).bytes()));
 }
 
+TEST_F(CommandAnnotationsCheckTest, MendsTheRestOfAFileWithAForeignChunkThatItsListCutsShort)
+{
+    const std::string strList = listChunk("INFO", ChunkBuilder("ICMT").text("abc", "").claim(100).unpadded().bytes());
+    const std::string strChunks = fmtChunk() + dataChunk(s_strAudio) + strList;
+    m_dir.write("a.wav", ChunkBuilder("RIFF").text("WAVE", "form").add(strChunks).claim(0).unpadded().bytes());
+
+    EXPECT_EQ(run({"--fix", m_strFile}), EXIT_SOME_FAILED); // the foreign chunk stays as it is
+    EXPECT_EQ(m_messages.str(), "");
+    EXPECT_THAT(m_data.str(), HasSubstr("warning at byte 76, \"ICMT\": claims 100 bytes, of which 3 are there\n    to "
+                                        "mend: if bytes were lost, restore the file; otherwise nothing reads it "
+                                        "wrongly, and changes keep it as it is\n"));
+    EXPECT_EQ(contentsOf(m_strFile), riff(strChunks));
+}
+
+TEST_F(CommandAnnotationsCheckTest, MendsAFileWhoseListCutsARegionsRecordShort)
+{
+    mended(recording({}, ChunkBuilder("labl").u32(1, "cue").text("BEEP", "").claim(100).bytes()));
+    EXPECT_EQ(contentsOf(m_strFile), riff(fmtChunk() + dataChunk(s_strAudio)));
+}
+
 TEST_F(CommandAnnotationsCheckTest, CutsRegionsAtTheEndOfTheAudio)
 {
     EXPECT_THAT(mended(recording({cuePoint(1, 6), cuePoint(2, 50)}, region(1, 100) + region(2))),
