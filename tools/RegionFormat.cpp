@@ -277,6 +277,7 @@ public:
             m_region = LabeledRegion();
             m_region.m_uiLine = m_uiLine;
             m_abGiven = {};
+            m_bOfRecording = false;
         }
         return true;
     }
@@ -285,6 +286,11 @@ public:
     {
         if (m_uiDepth-- != s_uiRegionDepth)
             return true;
+        if (m_bOfRecording && m_abGiven == decltype(m_abGiven)())
+            return m_regions.fail(
+                m_region.m_uiLine,
+                "the regions of several recordings; 'corvana annotations export --format json "
+                "--folder DIR RECORDING...' makes a file for each, which 'import --folder DIR' reads");
         for (std::size_t uiKey = 0; uiKey < m_abGiven.size(); ++uiKey)
             if (!m_abGiven[uiKey])
                 return m_regions.fail(m_region.m_uiLine, std::string("a region without \"") + s_aszKeys[uiKey] +
@@ -308,8 +314,10 @@ public:
 
     bool key(string_t& inout_strKey) override
     {
-        if (m_uiDepth == s_uiRegionDepth)
+        if (m_uiDepth == s_uiRegionDepth) {
             m_strKey = std::move(inout_strKey);
+            m_bOfRecording = m_bOfRecording || m_strKey == "regions";
+        }
         return true;
     }
 
@@ -367,6 +375,7 @@ private:
     std::string m_strKey;
     LabeledRegion m_region;
     std::array<bool, 3> m_abGiven{};
+    bool m_bOfRecording = false; // the object holds the regions of one of several recordings
 };
 
 class AudacityReader

@@ -313,6 +313,20 @@ TEST(RegionJson, PassesOverKeysItDoesNotKnow)
               (Regions{{"MALE", -1.0, 2.0}}));
 }
 
+TEST(RegionJson, SaysHowToImportTheListOfSeveralRecordings)
+{
+    const std::string strHint =
+        "line 1: the regions of several recordings; 'corvana annotations export --format json --folder DIR "
+        "RECORDING...' makes a file for each, which 'import --folder DIR' reads";
+    EXPECT_EQ(faultOf(RegionFormat::JSON, R"([{"file":"a.wav","regions":[{"type":"A","start":1,"stop":2}]}])"),
+              strHint);
+    EXPECT_EQ(faultOf(RegionFormat::JSON, R"([{"file":"a.wav","regions":[]}, {"file":"b.wav","regions":[]}])"),
+              strHint);
+    EXPECT_THAT(faultOf(RegionFormat::JSON, R"([{"regions":[]}, {"type":"A","start":1}])"), strHint);
+    EXPECT_THAT(faultOf(RegionFormat::JSON, R"([{"type":"A","start":1,"regions":1}])"),
+                StartsWith("line 1: a region without \"stop\""));
+}
+
 TEST(RegionJson, RefusesTimesThatAreNoNumbers)
 {
     EXPECT_EQ(faultOf(RegionFormat::JSON, "[{\"type\":\"A\",\n\"start\":\"1\",\"stop\":2}]"),
@@ -347,8 +361,6 @@ TEST(RegionJson, RefusesARegionThatLacksAKey)
 {
     EXPECT_EQ(faultOf(RegionFormat::JSON, "[\n{\"type\":\"A\",\n\"start\":1}]"),
               "line 2: a region without \"stop\"; it wants \"type\", \"start\" and \"stop\"");
-    EXPECT_THAT(faultOf(RegionFormat::JSON, R"([{"file":"a.wav","regions":[{"type":"A","start":1,"stop":2}]}])"),
-                StartsWith("line 1: a region without \"type\""));
 }
 
 TEST(RegionJson, RefusesAKeyTwice)
