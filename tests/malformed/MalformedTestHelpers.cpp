@@ -103,13 +103,12 @@ void TriedFile::expectRegions(const PlainWav& in_before, const PlainRegions& in_
     const PlainWav after(bytes());
     EXPECT_TRUE(isSame(after.audio(), in_before.audio()));
     EXPECT_TRUE(isSame(after.foreign(), in_before.foreign()));
-    for (const char* szOddity : {"size of the form", "number of cue points", "doubled cue point", "doubled record",
-                                 "short record", "record of no cue point", "label without an end"})
-        EXPECT_EQ(after.m_mendable.count(szOddity), 0U) << szOddity;
     const bool bReadable = std::all_of(in_vRegions.begin(), in_vRegions.end(),
                                        [](const PlainWav::Region& in_region) { return !in_region.m_strType.empty(); });
     EXPECT_EQ(after.m_strRefusal, bReadable ? "" : "at least a label is missing"); // of a region without a type
     if (bReadable) {
+        EXPECT_THAT(after.m_mendable,
+                    testing::AnyOf(testing::IsEmpty(), testing::ElementsAre("region beyond the end")));
         EXPECT_TRUE(after.m_vRegions == in_vRegions)
             << testing::PrintToString(timed(after)) << " of " << in_vRegions.size();
     }

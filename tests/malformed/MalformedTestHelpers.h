@@ -80,12 +80,13 @@ private:
     struct stat m_status = {};
 };
 
-/// Fails the test when the program has held too much memory for a file since this was made.
+/// Fails the test when the program has held too much memory for a file since this was made. What a file skips becomes
+/// regions, of which an edit holds those before and after it.
 class BoundedMemory
 {
 public:
-    explicit BoundedMemory(std::size_t in_uiFileSize)
-        : m_uiMost((std::size_t{64} << 20) + 8 * in_uiFileSize)
+    explicit BoundedMemory(std::size_t in_uiFileSize, std::size_t in_uiNbOfRegions = 0)
+        : m_uiMost((std::size_t{64} << 20) + 8 * in_uiFileSize + std::size_t{96} * in_uiNbOfRegions)
     {
     }
     ~BoundedMemory() { EXPECT_LE(m_peak.bytes(), m_uiMost); }

@@ -191,7 +191,9 @@ PlainWav::PlainChunk PlainWav::readChunk(std::size_t in_uiOffset, std::size_t in
         in_uiDepth == 2 && chunk.m_strId == "data" && (uiSize == s_uiUnknown || (uiSize == 0 && bFormUnknown));
     chunk.m_uiEnd = chunk.m_uiBegin + (bToEnd ? uiLeft : std::min<std::size_t>(uiSize, uiLeft));
     chunk.m_bCut = !bToEnd && uiSize > uiLeft;
-    if (chunk.m_bCut || (bToEnd && uiLeft > 0))
+    if (chunk.m_bCut && in_uiDepth > 2 && !isRegionChunk(chunk.m_strId))
+        m_lasting.insert("size of a chunk in a list");
+    else if (chunk.m_bCut || (bToEnd && uiLeft > 0))
         m_mendable.insert("size of a chunk");
     if (chunk.m_strId == "RIFF" || chunk.m_strId == "LIST" || chunk.m_strId == "cue ")
         readContainer(chunk, in_uiDepth);
