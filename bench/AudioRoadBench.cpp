@@ -27,7 +27,6 @@ constexpr std::size_t s_uiSampleRate = 8000;
 constexpr std::size_t s_uiNbOfFrames = 3600UL * s_uiSampleRate;
 constexpr std::size_t s_uiWindow = 256;
 constexpr std::size_t s_uiHop = 128;
-constexpr std::size_t s_uiNbOfBins = s_uiWindow / 2;
 constexpr std::size_t s_uiNbOfWindows = (s_uiNbOfFrames - s_uiWindow) / s_uiHop + 1;
 constexpr std::size_t s_uiPlainBlock = 1024;
 

@@ -4,6 +4,7 @@
 #include "audio/AudioTestHelpers.h"
 #include "support/LogCapture.h"
 #include "support/Signals.h"
+#include "support/TypeOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,6 +21,7 @@ using Math::DoubleVector;
 using Test::failedAssertion;
 using Test::LogCapture;
 using Test::sameBits;
+using Test::typeOf;
 using testing::ElementsAre;
 
 static_assert(std::is_abstract_v<SignalWindow>);
@@ -57,7 +59,7 @@ TEST(SignalWindowImpl, ClonesToItsOwnClass)
 
     const std::unique_ptr<SignalWindow> pClone(asBase.clone());
 
-    EXPECT_EQ(typeid(SignalWindowImpl), typeid(*pClone));
+    EXPECT_EQ(typeid(SignalWindowImpl), typeOf(*pClone));
     EXPECT_EQ(window.getWindow(), pClone->getWindow());
     EXPECT_EQ(4.0, pClone->getSize());
 }
@@ -167,7 +169,7 @@ TEST(HannWindow, ClonesToItsOwnClassWithTheSameTable)
 
     const auto* pCopy = dynamic_cast<const SignalWindow*>(pClone.get());
     ASSERT_NE(nullptr, pCopy);
-    EXPECT_EQ(typeid(HannWindow), typeid(*pCopy));
+    EXPECT_EQ(typeid(HannWindow), typeOf(*pCopy));
     EXPECT_EQ(vTable, pCopy->getWindow());
     EXPECT_EQ(7.0, pCopy->getSize());
 }

@@ -6,6 +6,7 @@
 #include "support/LogCapture.h"
 #include "support/Signals.h"
 #include "support/TempDir.h"
+#include "support/TypeOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,6 +38,7 @@ using Test::s_szMathLogger;
 using Test::sameBits;
 using Test::saved;
 using Test::TempDir;
+using Test::typeOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -77,7 +79,7 @@ TEST_P(SavedComputer, ComesBackAsAFeatureComputerImpl)
     const auto pLoaded = savedAndLoaded(FeatureComputerImpl());
 
     ASSERT_NE(nullptr, pLoaded);
-    EXPECT_EQ(typeid(FeatureComputerImpl), typeid(*pLoaded));
+    EXPECT_EQ(typeid(FeatureComputerImpl), typeOf(*pLoaded));
 }
 
 TEST_P(SavedComputer, ComesBackAsAFeatureComputerWithInputsImpl)
@@ -85,7 +87,7 @@ TEST_P(SavedComputer, ComesBackAsAFeatureComputerWithInputsImpl)
     const auto pLoaded = savedAndLoaded(FeatureComputerWithInputsImpl());
 
     ASSERT_NE(nullptr, pLoaded);
-    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeid(*pLoaded));
+    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeOf(*pLoaded));
 }
 
 TEST_P(SavedComputer, ComesBackEmptyWhenItWasEmpty)
@@ -323,7 +325,7 @@ TEST_P(SavedComputer, MayFollowAnotherOneInTheSameStream)
     ASSERT_TRUE(pFirst != nullptr && pSecond != nullptr);
     EXPECT_EQ(1u, pFirst->getNbOfFeatures());
     EXPECT_EQ(2u, pSecond->getNbOfFeatures());
-    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeid(*pSecond));
+    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeOf(*pSecond));
 }
 
 TEST_P(SavedComputer, GoesThroughAFile)

@@ -6,6 +6,7 @@
 #include "support/LogCapture.h"
 #include "support/Signals.h"
 #include "support/TempDir.h"
+#include "support/TypeOf.h"
 
 #include <boost/archive/archive_exception.hpp>
 #include <boost/archive/polymorphic_binary_iarchive.hpp>
@@ -44,6 +45,7 @@ using Test::s_szAudioLogger;
 using Test::sameBits;
 using Test::saved;
 using Test::TempDir;
+using Test::typeOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -141,7 +143,7 @@ TYPED_TEST_P(ComputerBehindABase, ComesBackAsTheClassItWas)
     });
 
     ASSERT_NE(nullptr, pLoaded);
-    EXPECT_EQ(typeid(Computer), typeid(*pLoaded));
+    EXPECT_EQ(typeid(Computer), typeOf(*pLoaded));
     auto* pComputer = dynamic_cast<Math::FeatureComputerImpl*>(pLoaded.get());
     ASSERT_NE(nullptr, pComputer);
     for (const DoubleVector& vWindow : makeWindows(3))
@@ -231,8 +233,8 @@ TYPED_TEST(ComputerInAnArchive, StandsBesideAnotherOne)
         pSecondRead.reset(pComputer);
     });
 
-    EXPECT_EQ(typeid(FeatureComputerImpl), typeid(*pFirstRead));
-    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeid(*pSecondRead));
+    EXPECT_EQ(typeid(FeatureComputerImpl), typeOf(*pFirstRead));
+    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeOf(*pSecondRead));
     EXPECT_EQ(DoubleVector({0.25}), computed(*pFirstRead, DoubleVector{0.0, 1.0, 4.0, 3.0}));
     EXPECT_EQ(DoubleVector({1.0, 4.0, 3.0}), computed(*pSecondRead, DoubleVector{0.0, 1.0, 4.0, 3.0}));
 }
@@ -332,7 +334,7 @@ TEST(SavedComputerClass, MayBeTheMathComputerItself)
     const auto pLoaded = loaded(saved(computer, ArchiveFormat::XML), ArchiveFormat::XML);
 
     ASSERT_NE(nullptr, pLoaded);
-    EXPECT_EQ(typeid(Math::FeatureComputerImpl), typeid(*pLoaded));
+    EXPECT_EQ(typeid(Math::FeatureComputerImpl), typeOf(*pLoaded));
 }
 
 TEST(SavedComputerClass, IsRefusedWithAMessageWhenItHasNoKey)

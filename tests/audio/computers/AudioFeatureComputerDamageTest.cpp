@@ -106,7 +106,7 @@ TEST_P(DamagedComputer, IsRefusedOrUsableWithAnyBitOfTheTextChanged)
     for (std::size_t uiIndex = uiBegin; uiIndex < uiEnd; ++uiIndex)
         for (unsigned uiBit = 0; uiBit < 8; ++uiBit) {
             std::string strChanged = strArchive;
-            strChanged[uiIndex] = static_cast<char>(strChanged[uiIndex] ^ (1U << uiBit));
+            strChanged[uiIndex] = static_cast<char>(strChanged[uiIndex] ^ static_cast<char>(1U << uiBit));
             const auto pLoaded = loaded(strChanged, GetParam());
             ++(pLoaded == nullptr ? uiNbOfRefused : uiNbOfLoaded);
             if (pLoaded != nullptr)

@@ -4,6 +4,7 @@
 #include "corvana/AudioFeatureComputerImpl.h"
 #include "support/LogCapture.h"
 #include "support/Signals.h"
+#include "support/TypeOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,6 +28,7 @@ using Test::LogCapture;
 using Test::makeWindows;
 using Test::sameBits;
 using Test::saved;
+using Test::typeOf;
 using testing::IsEmpty;
 
 // What the archives hold, written out: the features of today, whatever later builds add.
@@ -111,7 +113,7 @@ TEST_P(CommittedComputer, GivesTheValuesOfFeaturesCalledDirectly)
     const LogCapture log("kestrivon", 30000);
     const auto pComputer = loaded(contentsOf(plainFile()), GetParam().m_format);
     ASSERT_NE(nullptr, pComputer);
-    EXPECT_EQ(typeid(FeatureComputerImpl), typeid(*pComputer));
+    EXPECT_EQ(typeid(FeatureComputerImpl), typeOf(*pComputer));
     ASSERT_EQ(s_vDescriptions.size(), pComputer->getNbOfFeatures());
     std::vector<DirectFeature> vDirect(s_vDescriptions.begin(), s_vDescriptions.end());
 
@@ -130,7 +132,7 @@ TEST_P(CommittedComputer, TakesInputs)
 {
     const auto pComputer = loaded(contentsOf(withInputsFile()), GetParam().m_format);
     ASSERT_NE(nullptr, pComputer);
-    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeid(*pComputer));
+    EXPECT_EQ(typeid(FeatureComputerWithInputsImpl), typeOf(*pComputer));
     ASSERT_EQ(3u, pComputer->getNbOfFeatures());
     const DoubleVector vWindow = makeWindows(2).back();
     DoubleVector vExpected = DirectFeature("spectrum|flatness").compute(vWindow);
