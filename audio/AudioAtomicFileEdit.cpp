@@ -7,12 +7,12 @@
 
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
-#include <limits.h>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -183,7 +183,7 @@ private:
     bool replaceBySwap();
     bool replaceByRename();
     void forgetCopy();
-    bool removeCopy();
+    bool removeCopy(std::string* out_pName = nullptr);
 
     const std::string m_strFile; // as given
     const WorkingFileListener m_listener;
@@ -377,9 +377,10 @@ bool AtomicFileEdit::Impl::replaceBySwap()
 {
     const bool bIsOriginal = isNameOf(m_strCopy, m_status);
     if (bIsOriginal && OS::syncFolder(m_strFolder.c_str())) {
-        if (!removeCopy())
+        std::string strFormer;
+        if (!removeCopy(&strFormer))
             CORVANA_LOG_WARN(fileScopeLogger(),
-                             "Could not remove the former file, " << textOf(errno) << " : " << m_strCopy);
+                             "Could not remove the former file, " << textOf(errno) << " : " << strFormer);
         return true;
     }
     const int iError = errno;
@@ -411,15 +412,19 @@ void AtomicFileEdit::Impl::forgetCopy()
         m_listener("");
 }
 
-// True, too, when there is none. On failure errno tells why.
-bool AtomicFileEdit::Impl::removeCopy()
+// True, too, when there is none. On failure errno tells why. The name is handed on without memory for another.
+bool AtomicFileEdit::Impl::removeCopy(std::string* out_pName)
 {
     if (m_strCopy.empty())
         return true;
     const SignalDelay delay;
-    const bool bRemoved = unlink(m_strCopy.c_str()) == 0 || errno == ENOENT;
+    std::string strName;
+    strName.swap(m_strCopy);
+    const bool bRemoved = unlink(strName.c_str()) == 0 || errno == ENOENT;
     const int iError = errno;
     forgetCopy();
+    if (out_pName != nullptr)
+        out_pName->swap(strName);
     errno = iError;
     return bRemoved;
 }

@@ -235,17 +235,9 @@ Descriptor::~Descriptor()
     close();
 }
 
-Descriptor::Descriptor(Descriptor&& inout_other) noexcept
-    : m_iDescriptor(std::exchange(inout_other.m_iDescriptor, -1))
-{
-}
-
 Descriptor& Descriptor::operator=(Descriptor&& inout_other) noexcept
 {
-    if (this != &inout_other) {
-        close();
-        m_iDescriptor = std::exchange(inout_other.m_iDescriptor, -1);
-    }
+    std::swap(m_iDescriptor, inout_other.m_iDescriptor); // which closes what this one had
     return *this;
 }
 

@@ -15,7 +15,6 @@ public:
     Descriptor() = default;
     explicit Descriptor(int in_iDescriptor);
     ~Descriptor();
-    Descriptor(Descriptor&& inout_other) noexcept;
     Descriptor& operator=(Descriptor&& inout_other) noexcept;
 
     bool isOpen() const { return m_iDescriptor >= 0; }
