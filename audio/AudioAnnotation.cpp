@@ -111,7 +111,7 @@ private:
         ChunkPos pos;
         for (bool bFound = m_parser.find(s_uiCue, pos); bFound; bFound = m_parser.findNext(pos))
             for (const Chunk& child : pos.chunk().m_children)
-                if (child.m_uiId == s_uiCuePoint && !takeCuePoint(child))
+                if (!takeCuePoint(child))
                     return false;
         return true;
     }
@@ -119,8 +119,7 @@ private:
     bool takeCuePoint(const Chunk& in_chunk)
     {
         IFF::WavCuePointChunk point;
-        if (!decode(in_chunk, point, "cuep"))
-            return true;
+        point.decode(in_chunk.m_vData.data(), in_chunk.getDataSize()); // the reader makes points of whole records only
         const std::size_t uiIndex = point.m_uiCueId;
         if (uiIndex > AnnotatedFile::s_uiMaxCueId) {
             CORVANA_LOG_ERROR(fileScopeLogger(), "Error, cue point identifier is too large : " << uiIndex);

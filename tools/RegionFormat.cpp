@@ -228,7 +228,6 @@ public:
         return *this;
     }
     bool operator==(const LineCountingIterator& in_other) const { return m_pLetter == in_other.m_pLetter; }
-    bool operator!=(const LineCountingIterator& in_other) const { return m_pLetter != in_other.m_pLetter; }
 
 private:
     const char* m_pLetter;
@@ -261,10 +260,8 @@ public:
 
     bool string(string_t& inout_strValue) override
     {
-        if (m_uiDepth != s_uiRegionDepth)
+        if (m_uiDepth != s_uiRegionDepth || m_strKey != "type")
             return takeOther("a text");
-        if (m_strKey != "type")
-            return !isTime() || takeOther("a text");
         m_region.m_strLabel = std::move(inout_strValue);
         return setGiven(0);
     }

@@ -10,11 +10,11 @@ namespace {
 
 using Annotation = Audio::AnnotatedFile::Annotation;
 
-bool isNumbered(const std::string& in_strText)
+// For a text that begins with "SF_".
+bool hasANumber(const std::string& in_strText)
 {
-    return in_strText.size() > 3 && in_strText.starts_with("SF_") &&
-           std::all_of(in_strText.begin() + 3, in_strText.end(),
-                       [](char in_cLetter) { return in_cLetter >= '0' && in_cLetter <= '9'; });
+    return in_strText.size() > 3 && std::all_of(in_strText.begin() + 3, in_strText.end(),
+                                                [](char in_cLetter) { return in_cLetter >= '0' && in_cLetter <= '9'; });
 }
 
 bool beginsAsNumbered(const std::string& in_strText)
@@ -61,7 +61,7 @@ std::vector<std::string> namedRegionTypes()
 std::string parseRegionType(const std::string& in_strText, RegionTypeValue& out_type)
 {
     // A library that reads files takes "SF_12abc" for SF_12; from somebody's fingers it is a slip.
-    const bool bPlain = !in_strText.starts_with("SF_") || isNumbered(in_strText);
+    const bool bPlain = !in_strText.starts_with("SF_") || hasANumber(in_strText);
     const auto type = Annotation::parseAnnotationType(in_strText.c_str());
     if (!bPlain || !type.isValid() || in_strText.find('\0') != std::string::npos)
         return inQuotes(in_strText) + " is no type of a region" + hint(in_strText);

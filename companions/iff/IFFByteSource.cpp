@@ -97,7 +97,8 @@ std::uint64_t ByteSource::skip(std::uint64_t in_uiCount)
         return m_buffer.pubseekoff(static_cast<std::streamoff>(uiSkipped), std::ios_base::cur, std::ios_base::in) !=
                std::streampos(std::streamoff(-1));
     });
-    m_bFailed = m_bFailed || !bThere;
+    if (!bThere)
+        m_bFailed = true;
     m_uiPosition += uiSkipped;
     return uiSkipped;
 }

@@ -180,7 +180,7 @@ void FormReader::readForm(Chunk& inout_root, std::vector<std::uint8_t>& out_vTra
 
 bool FormReader::isFormOver()
 {
-    if (m_source.hasFailed() || m_bTooManyChunks)
+    if (m_source.hasFailed())
         return true;
     const std::uint64_t uiPadding = m_bFormPadded ? 1 : 0;
     return m_bFormSizeBelieved && m_source.position() == m_uiFormEnd + uiPadding;
@@ -331,7 +331,7 @@ void FormReader::readCuePoints(Chunk& inout_chunk, std::uint64_t in_uiSize)
         warn(placeOf(inout_chunk) + " counts " + std::to_string(uiCount) + " cue points, of which " +
              std::to_string(uiWhole) + " are there.");
     for (std::uint64_t uiPoint = 0; uiPoint < std::min<std::uint64_t>(uiCount, uiWhole); ++uiPoint) {
-        if (!countChunk() || m_source.hasFailed())
+        if (!countChunk())
             return;
         Chunk& point = inout_chunk.m_children.emplace_back(Chunk::makeId("cuep"));
         point.m_uiFileOffset = m_source.position();

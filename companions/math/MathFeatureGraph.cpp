@@ -207,7 +207,7 @@ bool FeatureGraph::configure(const ROConfiguration& in_config)
 
 bool FeatureGraph::isInputMissing(const Feature& in_feature) const
 {
-    return in_feature.m_pLastStage != nullptr && !in_feature.m_pLastStage->m_pInput->m_bSet;
+    return !in_feature.m_pLastStage->m_pInput->m_bSet;
 }
 
 bool FeatureGraph::isComplete()

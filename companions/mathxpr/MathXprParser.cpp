@@ -8,7 +8,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <numeric>
 
 namespace Corvana::Math::Xpr {
@@ -182,9 +181,11 @@ void Parser::advance()
         while (m_uiNext + uiLength < m_strFormula.size() && isInName(m_strFormula[m_uiNext + uiLength]))
             ++uiLength;
     } else {
-        const bool bKnown = cFirst != '\0' && std::strchr("()[],=<>!+-*/", cFirst) != nullptr;
-        m_token.m_kind = bKnown ? Token::Kind::SYMBOL : Token::Kind::INVALID;
-        uiLength = cSecond == '=' && std::strchr("=<>!", cFirst) != nullptr && bKnown ? 2 : 1;
+        const auto isOneOf = [cFirst](std::string_view in_strLetters) {
+            return in_strLetters.find(cFirst) != in_strLetters.npos;
+        };
+        m_token.m_kind = isOneOf("()[],=<>!+-*/") ? Token::Kind::SYMBOL : Token::Kind::INVALID;
+        uiLength = cSecond == '=' && isOneOf("=<>!") ? 2 : 1;
     }
     m_token.m_strText = m_strFormula.substr(m_uiNext, uiLength);
     m_uiNext += uiLength;
@@ -218,8 +219,7 @@ std::string Parser::describeToken() const
 
 Parser::Result Parser::fail(const std::string& in_strWhat, std::size_t in_uiColumn)
 {
-    if (m_strError.empty())
-        m_strError = in_strWhat + " at column " + std::to_string(in_uiColumn);
+    m_strError = in_strWhat + " at column " + std::to_string(in_uiColumn);
     return {};
 }
 
