@@ -788,6 +788,21 @@ TEST_F(UpdateFile, TellsThatTheFileCannotBeWritten)
     EXPECT_FALSE(std::filesystem::exists(strMissing));
 }
 
+TEST_F(UpdateFile, TellsThatAFileWhoseAudioHasToMoveIsGone)
+{
+    std::istringstream stream(riff(cueChunk({cuePoint(1, 800)}) + adtlChunk(records(1, 400, "MALE")) + s_strHead));
+    AnnotatedFile file;
+    ASSERT_TRUE(file.readRegionsFromWAV(stream).good());
+    file.annotations().push_back(s_beep);
+    LogCapture log(s_szLogger, s_iErrors);
+    const std::string strMissing = m_folder.file("missing.wav");
+
+    EXPECT_FALSE(file.updateFile(strMissing.c_str()));
+
+    EXPECT_THAT(log.texts(), ElementsAre("Could not open output file for reading: " + strMissing));
+    EXPECT_FALSE(std::filesystem::exists(strMissing));
+}
+
 TEST_F(UpdateFile, TellsThatTheDiskIsFull)
 {
     m_strFile = m_folder.write("target.wav", s_strPlain);

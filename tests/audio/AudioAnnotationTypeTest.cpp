@@ -388,3 +388,11 @@ TEST(Annotation, IsAnOutputStreamable)
     EXPECT_EQ("BEEP start=0s stop=1s", stream.str());
     EXPECT_NE(nullptr, dynamic_cast<const Corvana::Object*>(&streamable));
 }
+
+TEST(AnnotationType, IsNotMistakenForLettersBehindTheAlphabet)
+{
+    // '{' and '|' stand where upper case would make '[' and '\\' of them.
+    EXPECT_EQ(-1, parsed("MAL{"));
+    EXPECT_EQ(-1, parsed("{ALE"));
+    EXPECT_EQ(text(Annotation::MALE), text(parsed("male")));
+}

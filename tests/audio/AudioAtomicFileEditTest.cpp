@@ -3,6 +3,7 @@
 
 #include "corvana/AudioAnnotation.h"
 #include "support/LogCapture.h"
+#include "support/OtherUser.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -30,6 +31,7 @@ namespace Corvana::Audio {
 namespace {
 
 using Corvana::Test::LogCapture;
+using Corvana::Test::OtherUser;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -312,24 +314,6 @@ TEST_F(AtomicFileEditTest, KeepsOwnerAndGroupWithTheirSetIdBits)
     EXPECT_EQ(statusOf(m_strFile).st_gid, 4321U);
     EXPECT_EQ(statusOf(m_strFile).st_mode & 07777U, 06750U);
 }
-
-/// Another user's rights while it exists.
-class OtherUser
-{
-public:
-    OtherUser() { m_bActive = geteuid() == 0 && setegid(65534) == 0 && seteuid(65534) == 0; }
-    ~OtherUser()
-    {
-        if (m_bActive && (seteuid(0) != 0 || setegid(0) != 0))
-            abort();
-    }
-    OtherUser(const OtherUser&) = delete;
-    OtherUser& operator=(const OtherUser&) = delete;
-    bool isActive() const { return m_bActive; }
-
-private:
-    bool m_bActive;
-};
 
 TEST_F(AtomicFileEditTest, LendsNobodysIdentityWhereTheOwnerCannotBeKept)
 {

@@ -4,6 +4,7 @@
 #include "audio/AudioTestHelpers.h"
 #include "audio/Fifo.h"
 #include "support/LogCapture.h"
+#include "support/OtherUser.h"
 #include "support/Signals.h"
 #include "support/TempDir.h"
 
@@ -41,6 +42,7 @@ using Test::LogCapture;
 using Test::LogEvent;
 using Test::nbOfVectorBlocks;
 using Test::noise;
+using Test::OtherUser;
 using Test::ramp;
 using Test::sameBits;
 using Test::TempDir;
@@ -396,11 +398,11 @@ TEST_F(AudioFileReaderTest, RefusesANameBelowAFile)
 
 TEST_F(AudioFileReaderTest, RefusesAFileWithoutReadPermission)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "permissions do not bind the superuser";
     LogCapture log;
     const std::string strPath = writeSoundFile(m_dir.file("secret.wav"), ramp(10));
     std::filesystem::permissions(strPath, std::filesystem::perms::none);
+    std::filesystem::permissions(m_dir.path(), std::filesystem::perms::all);
+    const OtherUser user;
 
     EXPECT_FALSE(m_reader.setSourceAudioFile(strPath.c_str()));
 

@@ -3,6 +3,7 @@
 
 #include "audio/AudioTestHelpers.h"
 #include "support/LogCapture.h"
+#include "support/OtherUser.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -21,6 +22,7 @@ namespace {
 
 using Test::LogCapture;
 using Test::LogEvent;
+using Test::OtherUser;
 using Test::ScopedEnvironment;
 using Test::TempDir;
 using Test::textsAtLevel;
@@ -734,10 +736,10 @@ TEST_F(AudioSetParserTest, DoesNotTakeADeviceForAFile)
 
 TEST_F(AudioSetParserTest, DoesNotFindAFileThatItCannotRead)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "permissions do not bind the superuser";
     const std::string strFile = touch("secret.wav");
     std::filesystem::permissions(strFile, std::filesystem::perms::none);
+    std::filesystem::permissions(m_dir.path(), std::filesystem::perms::all);
+    const OtherUser user;
 
     EXPECT_FALSE(m_parser.doesFileExist(strFile.c_str()));
 }

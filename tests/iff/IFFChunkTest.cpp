@@ -163,3 +163,17 @@ TEST(Chunk, CanBeGivenAPartOfItsOwnData)
 
     EXPECT_THAT(chunk.m_vData, ElementsAre(s_aucBytes[1], s_aucBytes[2]));
 }
+
+TEST(Chunk, IsCopiedByAssignmentWithItsChildren)
+{
+    Chunk list(Chunk::makeId("LIST"));
+    list.m_children.emplace_back(Chunk::makeId("labl")).setData(s_aucBytes, 3);
+    Chunk copy(Chunk::makeId("data"));
+
+    copy = list;
+    list.m_children.clear();
+
+    EXPECT_EQ(Chunk::makeId("LIST"), copy.m_uiId);
+    ASSERT_EQ(1u, copy.m_children.size());
+    EXPECT_THAT(copy.m_children.front().m_vData, ElementsAre(0x01, 0x00, 0xff));
+}

@@ -274,3 +274,15 @@ TEST(IFFParserStream, WritesNothingToAStreamThatFailedBefore)
     EXPECT_TRUE(stream.fail());
     EXPECT_EQ("", stream.str());
 }
+
+TEST(IFFParserStream, NeedNotSeekToPassOverAudioThatIsCut)
+{
+    PipeBuf buffer(riff(fmtChunk() + ChunkBuilder("data").text(audioBytes(9000), "").claim(10000).bytes()));
+    std::istream stream(&buffer);
+    IFFParser parser;
+
+    EXPECT_TRUE(parser.readWithoutAudio(stream).good());
+
+    EXPECT_EQ("RIFF:WAVE(fmt [16] data[0])", outline(parser));
+    EXPECT_EQ(9000u, parser.root().m_children.back().m_uiSizeLeftInFile);
+}

@@ -974,6 +974,52 @@ TEST(IFFParserNumber, RefusesMoreThanFourMillionChunks)
     EXPECT_THAT(log.texts(), ElementsAre("Invalid WAV file : more than 4000000 chunks"));
 }
 
+TEST(IFFParserNumber, CountsChunksAndCuePointsInListsToo)
+{
+    std::string strChunks;
+    for (unsigned uiChunk = 0; uiChunk + 100 < IFFParser::s_uiMaxNbOfChunks; ++uiChunk)
+        strChunks += "nil \0\0\0\0"s;
+    const std::vector<std::string> vPoints(100, cuePoint(1, 0));
+    LogCapture log(s_szLogger);
+    IFFParser parser;
+
+    EXPECT_FALSE(readFrom(riff(listChunk("many", strChunks + cueChunk(vPoints))), parser));
+
+    EXPECT_TRUE(parser.isEmpty());
+    EXPECT_THAT(log.texts(), ElementsAre("Invalid WAV file : more than 4000000 chunks"));
+}
+
+TEST(IFFParserWriting, WritesTheSameBytesWhereverItsBufferEnds)
+{
+    // Numbers and data come to lie across every byte around 64 KiB.
+    for (std::size_t uiSize = 65500; uiSize <= 65540; ++uiSize) {
+        const std::string strFile =
+            riff(plain("fill", audioBytes(uiSize)) + cueChunk({cuePoint(1, 10)}) + plain("more", "text"));
+        EXPECT_EQ(strFile, rewritten(strFile));
+    }
+}
+
+TEST(IFFParserWriting, LeavesOutOfCuePointsWhatIsNone)
+{
+    IFFParser parser;
+    ASSERT_TRUE(readFrom(riff(cueChunk({cuePoint(1, 10)}) + plain("more", "text")), parser));
+    const std::uint8_t aucData[] = {1, 2, 3, 4};
+    parser.root().m_children.front().m_children.emplace_back(Chunk::makeId("junk")).setData(aucData, 4);
+
+    EXPECT_EQ(hex(riff(cueChunk({cuePoint(1, 10)}) + plain("more", "text"))), hex(written(parser)));
+}
+
+TEST(IFFParser, IsMovedWithItsTree)
+{
+    IFFParser parser;
+    ASSERT_TRUE(readFrom(riff(plain("more", "text")) + "behind", parser));
+
+    IFFParser moved(std::move(parser));
+
+    EXPECT_EQ("RIFF:WAVE(more[4])", outline(moved));
+    EXPECT_EQ("behind", trailing(moved));
+}
+
 // ---- without the audio, and updating ----
 
 TEST(IFFParserWithoutAudio, PassesOverTheAudioOnly)

@@ -415,6 +415,7 @@ TEST(ExpressionErrors, TellWhatWasExpectedWhatWasFoundAndWhere)
     EXPECT_EQ("expected an operator or the end, found \"!\" at column 3", errorOf("a ! b"));
     EXPECT_EQ("expected an operator or the end, found \"]\" at column 2", errorOf("a]"));
     EXPECT_EQ("expected an operator or the end, found \"&\" at column 3", errorOf("a & b"));
+    EXPECT_EQ("expected a number, a name or \"(\", found the end at column 4", errorOf("a <"));
     EXPECT_EQ("expected \")\", found the end at column 3", errorOf("(a"));
     EXPECT_EQ("expected \")\", found \"]\" at column 3", errorOf("(a]"));
     EXPECT_EQ("expected \"]\", found the end at column 4", errorOf("v[1"));
@@ -455,6 +456,14 @@ TEST(ExpressionErrors, NameTheNearestFunction)
               "maxSpectralRanges, peaks, silenceRatio, spectralRange, spectrum, min, max, mean, sum, size, log, sqrt, "
               "abs, concat at column 5",
               errorOf("1 + average(x)"));
+}
+
+TEST(ExpressionErrors, TakeNoSignBehindTheAlphabetForALetter)
+{
+    for (const char cSign : std::string("@`{|}~"))
+        EXPECT_EQ(std::string("expected an operator or the end, found \"") + cSign + "\" at column 3",
+                  errorOf(std::string("a ") + cSign))
+            << cSign;
 }
 
 TEST(ExpressionErrors, TellHowManyArgumentsAFunctionTakes)
@@ -712,6 +721,12 @@ TEST(ExpressionText, PutsBlanksAroundOperatorsAndParenthesesWhereTheyAreNeeded)
               textOf("spectralRange(frequencyHz=1e3, widthHz=-.5, spectrum(x))"));
     EXPECT_EQ("maxSpectralRanges(x, frequenciesList=\"440, 480\")",
               textOf("maxSpectralRanges(x,frequenciesList=\"440, 480\")"));
+}
+
+TEST(ExpressionText, KeepsParameterValuesBeyondAllWholeNumbers)
+{
+    EXPECT_EQ("spectralRange(x, frequencyHz=1e+300, widthHz=0.5)",
+              parsed("spectralRange(x, frequencyHz=1e300, widthHz=0.5)").getText());
 }
 
 TEST(ExpressionText, ShowsASharedPartWhereverItOccurs)

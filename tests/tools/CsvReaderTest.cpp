@@ -62,6 +62,11 @@ TEST(CsvReader, HasNoRowsInAnEmptyText)
     EXPECT_EQ(rowsOf(""), Rows());
 }
 
+TEST(CsvReader, TakesQuotesThatEndWithTheText)
+{
+    EXPECT_EQ(rowsOf("a,\"b,c\""), (Rows{{"a", "b,c"}}));
+}
+
 TEST(CsvReader, TakesWhatStandsBetweenQuotes)
 {
     EXPECT_EQ(rowsOf("\"a,b\",\"say \"\"no\"\"\",\"two\r\nlines\",\"\"\n"),

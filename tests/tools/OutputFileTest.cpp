@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/OutputFile.h"
 
+#include "support/OtherUser.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -217,9 +218,9 @@ TEST_F(OutputFileTest, FindsAFileThatIsAlsoRead)
 
 TEST_F(OutputFileTest, RefusesToReplaceAWriteProtectedFile)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root may write anything";
-    chmod(m_dir.write("out.csv", "former").c_str(), 0400);
+    chmod(m_dir.write("out.csv", "former").c_str(), 0444);
+    chmod(m_dir.path().c_str(), 0777);
+    const Corvana::Test::OtherUser user;
     OutputFile output(m_callersStream);
     EXPECT_FALSE(output.open(m_dir.file("out.csv")));
     EXPECT_EQ(output.getFault(), m_dir.file("out.csv") + ": Permission denied");

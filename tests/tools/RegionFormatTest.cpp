@@ -242,6 +242,8 @@ TEST(RegionCsv, RefusesAHeaderThatLacksAColumn)
 {
     EXPECT_EQ(faultOf(RegionFormat::CSV, "\ntype,begin,stop\nMALE,1,2\n"),
               "line 2: neither a region nor a header with the columns type, start and stop, with commas between them");
+    for (const char* szHeader : {"start,stop", "type,stop", "type,start"})
+        EXPECT_THAT(faultOf(RegionFormat::CSV, szHeader), StartsWith("line 1: neither a region nor a header"));
 }
 
 TEST(RegionCsv, RefusesAHeaderWithAColumnTwice)
@@ -577,6 +579,8 @@ TEST(RegionTextGrid, PassesOverCommentsAndWords)
             "\"ooTextFile\" ! not \"this\" 5\n\"TextGrid\" from 0 to 3 <exists> tiers: 1\n\"IntervalTier\" called "
             "\"a\" 0 3 with 1 interval[s2]\n0 3 \"a ! b <exists>\"\n"),
         (Regions{{"a ! b <exists>", 0.0, 3.0}}));
+    EXPECT_EQ(regionsOf(RegionFormat::TEXTGRID, "\"ooTextFile\" ! until here\r\"TextGrid\" 0 - ... 3 +.x <absent>"),
+              Regions());
 }
 
 TEST(RegionTextGrid, HasNoRegionsWithoutTiers)
@@ -590,7 +594,9 @@ TEST(RegionTextGrid, RefusesAnotherKindOfFile)
                                   "\"TextGrid\"; let Praat save it as a text file";
     EXPECT_EQ(faultOf(RegionFormat::TEXTGRID, ""), "line 1" + strReason);
     EXPECT_EQ(faultOf(RegionFormat::TEXTGRID, "ooBinaryFile\x08TextGrid"), "line 1" + strReason);
+    EXPECT_EQ(faultOf(RegionFormat::TEXTGRID, "\"ooBinaryFile\"\n\"TextGrid\"\n"), "line 1" + strReason);
     EXPECT_EQ(faultOf(RegionFormat::TEXTGRID, "\"ooTextFile\"\n\"Pitch 1\"\n"), "line 2" + strReason);
+    EXPECT_EQ(faultOf(RegionFormat::TEXTGRID, "\"ooTextFile\"\n! and no more"), "line 2" + strReason);
 }
 
 TEST(RegionTextGrid, RefusesAnUnknownClassOfTier)

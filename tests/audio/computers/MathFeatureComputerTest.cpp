@@ -78,6 +78,17 @@ TEST(FeatureComputerAddFeature, RefusesNullTexts)
     EXPECT_EQ(0u, computer.getNbOfFeatures());
 }
 
+TEST(FeatureComputerAddFeature, RefusesMoreThanCanBeLoadedAgain)
+{
+    Audio::FeatureComputerImpl computer;
+    for (unsigned uiFeature = 0; uiFeature < 65536; ++uiFeature)
+        ASSERT_TRUE(computer.addFeature("silenceratio"));
+
+    EXPECT_FALSE(computer.addFeature("silenceratio"));
+
+    EXPECT_EQ(65536u, computer.getNbOfFeatures());
+}
+
 TEST(FeatureComputerAddFeature, TakesANameAndParameters)
 {
     Audio::FeatureComputerImpl computer;
