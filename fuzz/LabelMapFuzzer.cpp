@@ -102,7 +102,7 @@ void requireApplied(const LabelMap& in_map, const std::vector<LabeledRegion>& in
 
 void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    constexpr std::size_t uiMaxLabels = 64;
+    constexpr std::size_t uiMaxLabels = 8;
     const std::string_view strInput = ByteReader(in_pData, in_uiSize).rest();
     const std::size_t uiEnd = std::min(strInput.find('\0'), strInput.size());
     const std::string strMap(strInput.substr(0, uiEnd));

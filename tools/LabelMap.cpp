@@ -25,11 +25,13 @@ std::string atLine(const CsvReader& in_rows, const std::string& in_strFault)
 class BadLabels
 {
 public:
-    void add(const LabeledRegion& in_region, const std::string& in_strFault)
+    void add(const LabeledRegion& in_region)
     {
         auto [itLabel, bNew] = m_labels.try_emplace(in_region.m_strLabel);
         if (bNew) {
-            itLabel->second.m_strFault = in_strFault;
+            RegionTypeValue ignored{};
+            if (m_vOrder.size() < s_uiMaxLabels) // the others are only counted
+                itLabel->second.m_strFault = parseRegionType(trimmed(in_region.m_strLabel), ignored);
             m_vOrder.push_back(in_region.m_strLabel);
         }
         ++itLabel->second.m_uiCount;
@@ -111,15 +113,15 @@ std::string LabelMap::apply(const std::vector<LabeledRegion>& in_vRegions, std::
         RegionTypeValue type{};
         if (itMapped != m_types.end() && !itMapped->second)
             continue;
-        std::string strFault;
+        bool bKnown = true;
         if (itMapped != m_types.end())
             type = *itMapped->second;
         else
-            strFault = parseRegionType(strLabel, type);
-        if (strFault.empty())
+            bKnown = readRegionType(strLabel, type);
+        if (bKnown)
             out_vRegions.emplace_back(type, region.m_dStart, region.m_dStop);
         else if (!badLabels.isFull())
-            badLabels.add(region, strFault);
+            badLabels.add(region);
     }
     const std::string strFaults = badLabels.text();
     if (!strFaults.empty())

@@ -60,13 +60,20 @@ std::vector<std::string> namedRegionTypes()
 
 std::string parseRegionType(const std::string& in_strText, RegionTypeValue& out_type)
 {
+    if (readRegionType(in_strText, out_type))
+        return {};
+    return inQuotes(in_strText) + " is no type of a region" + hint(in_strText);
+}
+
+bool readRegionType(const std::string& in_strText, RegionTypeValue& out_type)
+{
     // A library that reads files takes "SF_12abc" for SF_12; from somebody's fingers it is a slip.
     const bool bPlain = !in_strText.starts_with("SF_") || hasANumber(in_strText);
     const auto type = Annotation::parseAnnotationType(in_strText.c_str());
     if (!bPlain || !type.isValid() || in_strText.find('\0') != std::string::npos)
-        return inQuotes(in_strText) + " is no type of a region" + hint(in_strText);
+        return false;
     out_type = type.getValue();
-    return {};
+    return true;
 }
 
 } // namespace Corvana::Tools

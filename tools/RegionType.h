@@ -20,5 +20,7 @@ std::vector<std::string> namedRegionTypes();
 /// The type that a user names, in upper or lower case; numbered ones are SF_ and digits. Returns why there is none,
 /// with the nearest types; empty when there is one.
 std::string parseRegionType(const std::string& in_strText, RegionTypeValue& out_type);
+/// The same without the reason, which takes a comparison with every type.
+bool readRegionType(const std::string& in_strText, RegionTypeValue& out_type);
 
 } // namespace Corvana::Tools

@@ -5,6 +5,7 @@
 #include "support/LogCapture.h"
 #include "tools/AnnotationChecker.h"
 #include "tools/ExitCode.h"
+#include "tools/LabelMap.h"
 
 #include <cstddef>
 
@@ -46,6 +47,39 @@ protected:
                            riff(fmtChunk() + dataChunk(audioBytes(16)) + cueChunk(vPoints) + adtlChunk(strRecords)));
     }
 };
+
+// Each such comparison makes the texts of all types.
+TEST(LabelMapMemoryTest, ComparesAWrongLabelOnceWithAllTypesHoweverManyRegionsHaveIt)
+{
+    constexpr std::size_t uiNbOfRegions = 1000;
+    const std::vector<LabeledRegion> vRegions(uiNbOfRegions, {"BEAP", 1.0, 2.0, 1});
+    std::vector<Audio::AnnotatedFile::Annotation> vFound;
+
+    const std::uint64_t uiBefore = nbOfAllocations();
+    const std::string strFault = LabelMap().apply(vRegions, vFound);
+
+    EXPECT_LE(nbOfAllocations() - uiBefore, 10 * uiNbOfRegions);
+    EXPECT_EQ(strFault.substr(strFault.find("'BEAP'")), "'BEAP' is no type of a region; did you mean BEEP?");
+}
+
+// Only the first hundred are shown.
+TEST(LabelMapMemoryTest, ComparesNoMoreWrongLabelsWithAllTypesThanAreShown)
+{
+    constexpr std::size_t uiNbOfRegions = 1000;
+    std::vector<LabeledRegion> vRegions;
+    for (std::size_t uiRegion = 0; uiRegion < uiNbOfRegions; ++uiRegion)
+        vRegions.push_back({"BEAP" + std::to_string(uiRegion), 1.0, 2.0, 1});
+    std::vector<Audio::AnnotatedFile::Annotation> vFound;
+
+    const std::uint64_t uiFirst = nbOfAllocations();
+    const std::string strHundred = LabelMap().apply({vRegions.begin(), vRegions.begin() + 100}, vFound);
+    const std::uint64_t uiSecond = nbOfAllocations();
+    const std::string strThousand = LabelMap().apply(vRegions, vFound);
+
+    EXPECT_LE(nbOfAllocations() - uiSecond, uiSecond - uiFirst + 20 * uiNbOfRegions);
+    EXPECT_EQ(strThousand.substr(strThousand.rfind('\n')), "\n  and 900 more");
+    EXPECT_EQ(strThousand.substr(4, strHundred.size() - 3), strHundred.substr(3));
+}
 
 TEST_F(AnnotationMemoryTest, HoldsOneCopyOfWhatOtherProgramsStoredWhileAFileIsEdited)
 {
