@@ -10,8 +10,11 @@
 #include <log4cplus/spi/loggingevent.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <mutex>
 #include <set>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -89,6 +92,7 @@ public:
 
     void begin(Messages& out_messages, int in_iLevel)
     {
+        m_owner = std::this_thread::get_id();
         m_pMessages = &out_messages;
         m_iLevel = in_iLevel;
     }
@@ -148,6 +152,8 @@ public:
 protected:
     void append(const log4cplus::spi::InternalLoggingEvent& in_event) override
     {
+        if (std::this_thread::get_id() != m_owner)
+            return; // another thread's work, which has a bridge of its own
         const int iEventLevel = in_event.getLogLevel();
         if (iEventLevel >= LOG_ERROR && m_bHolding)
             hold(textOf(in_event.getMessage()));
@@ -189,6 +195,7 @@ private:
                "\n";
     }
 
+    std::thread::id m_owner;
     Messages* m_pMessages = nullptr;
     int m_iLevel = LOG_ERROR;
     bool m_bHolding = false;
@@ -197,12 +204,99 @@ private:
     std::set<std::string> m_vWarned;
 };
 
+namespace {
+
+// Bridges of all threads share the root logger's level: the finest that one of them wants, and the former one behind
+// the last. Asks for no memory.
+class RootLevel
+{
+public:
+    static RootLevel& get()
+    {
+        static RootLevel s_level;
+        return s_level;
+    }
+
+    void want(int in_iLevel)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (findFinest() == m_auiWanted.end())
+            m_iFormer = root().getLogLevel();
+        ++m_auiWanted[indexOf(in_iLevel)];
+        apply();
+    }
+
+    void release(int in_iLevel)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        --m_auiWanted[indexOf(in_iLevel)];
+        apply();
+    }
+
+private:
+    static constexpr int s_iLevelsApart = LOG_INFO - LOG_DEBUG;
+    using Counts = std::array<unsigned, LOG_ERROR / s_iLevelsApart + 1>; // of each level from LOG_TRACE on
+
+    static log4cplus::Logger root() { return log4cplus::Logger::getRoot(); }
+    static std::size_t indexOf(int in_iLevel) { return static_cast<std::size_t>(in_iLevel / s_iLevelsApart); }
+
+    Counts::const_iterator findFinest() const
+    {
+        return std::find_if(m_auiWanted.begin(), m_auiWanted.end(), [](unsigned in_uiNb) { return in_uiNb > 0; });
+    }
+
+    void apply()
+    {
+        const auto itFinest = findFinest();
+        const auto iIndex = static_cast<int>(std::distance(m_auiWanted.cbegin(), itFinest));
+        root().setLogLevel(itFinest == m_auiWanted.end() ? m_iFormer : iIndex * s_iLevelsApart);
+    }
+
+    std::mutex m_mutex;
+    Counts m_auiWanted{};
+    int m_iFormer = 0;
+};
+
+// One appender is kept for the next bridge, until the program's end: log4cplus needs memory to destroy an appender, and
+// without it ends the program.
+class SpareAppender
+{
+public:
+    static log4cplus::SharedAppenderPtr take()
+    {
+        const std::lock_guard<std::mutex> lock(mutex());
+        return std::exchange(spare(), log4cplus::SharedAppenderPtr());
+    }
+
+    static void keep(const log4cplus::SharedAppenderPtr& in_pAppender)
+    {
+        const std::lock_guard<std::mutex> lock(mutex());
+        if (!spare())
+            spare() = in_pAppender;
+    }
+
+private:
+    static std::mutex& mutex()
+    {
+        static std::mutex s_mutex;
+        return s_mutex;
+    }
+
+    static log4cplus::SharedAppenderPtr& spare()
+    {
+        static auto* const s_pSpare = new log4cplus::SharedAppenderPtr;
+        return *s_pSpare;
+    }
+};
+
+} // namespace
+
 struct LogBridge::Impl
 {
     Impl(Messages& out_messages, int in_iLevel)
-        : m_root(log4cplus::Logger::getRoot())
-        , m_iFormerLevel(m_root.getLogLevel())
-        , m_pShared(std::exchange(spare(), log4cplus::SharedAppenderPtr()))
+        // Errors are wanted whatever is shown: they are the reasons of failures.
+        : m_iWanted(std::min<int>(in_iLevel, LOG_ERROR))
+        , m_pShared(SpareAppender::take())
     {
         if (!m_pShared)
             m_pShared = log4cplus::SharedAppenderPtr(new Appender);
@@ -211,39 +305,28 @@ struct LogBridge::Impl
     ~Impl()
     {
         appender().end();
-        if (!spare())
-            spare() = m_pShared;
+        SpareAppender::keep(m_pShared);
     }
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
     Appender& appender() const { return static_cast<Appender&>(*m_pShared); }
 
-    // One is kept for the next bridge, until the program's end: log4cplus needs memory to destroy an appender, and
-    // without it ends the program.
-    static log4cplus::SharedAppenderPtr& spare()
-    {
-        static auto* const s_pSpare = new log4cplus::SharedAppenderPtr;
-        return *s_pSpare;
-    }
-
-    log4cplus::Logger m_root;
-    int m_iFormerLevel;
+    int m_iWanted;
     log4cplus::SharedAppenderPtr m_pShared;
 };
 
 LogBridge::LogBridge(Messages& out_messages, int in_iLevel)
     : m_pImpl(std::make_unique<Impl>(out_messages, in_iLevel))
 {
-    m_pImpl->m_root.addAppender(m_pImpl->m_pShared);
-    // Errors are wanted whatever is shown: they are the reasons of failures.
-    m_pImpl->m_root.setLogLevel(std::min<int>(in_iLevel, LOG_ERROR));
+    log4cplus::Logger::getRoot().addAppender(m_pImpl->m_pShared);
+    RootLevel::get().want(m_pImpl->m_iWanted);
 }
 
 LogBridge::~LogBridge()
 {
-    m_pImpl->m_root.removeAppender(m_pImpl->m_pShared);
-    m_pImpl->m_root.setLogLevel(m_pImpl->m_iFormerLevel);
+    log4cplus::Logger::getRoot().removeAppender(m_pImpl->m_pShared);
+    RootLevel::get().release(m_pImpl->m_iWanted);
 }
 
 void LogBridge::beginInput(const std::string& in_strInput)

@@ -18,9 +18,9 @@ bool parseLogLevel(std::string_view in_strName, int& out_iLevel);
 /// log4cplus starts a pool of threads when it is loaded; the program writes its log directly and needs none.
 void limitLogThreads();
 
-/// Carries what the libraries log to the program's messages while it exists: from a level on, warnings and errors as
-/// messages about the input at hand, each text once for an input, everything below as lines with level, logger and
-/// position. Errors can be held back, to become the reason of a failure.
+/// Carries what the libraries log in the thread that made it to the program's messages while it exists: from a level
+/// on, warnings and errors as messages about the input at hand, each text once for an input, everything below as lines
+/// with level, logger and position. Errors can be held back, to become the reason of a failure.
 class LogBridge
 {
 public:

@@ -14,18 +14,21 @@ class Messages
 public:
     /// A quiet program gives no warnings and no notes.
     Messages(std::ostream& out_stream, bool in_bQuiet);
+    virtual ~Messages() = default;
+    Messages(const Messages&) = delete;
+    Messages& operator=(const Messages&) = delete;
 
     /// A status line that is wiped before each message; null for none.
     void setProgress(Progress* in_pProgress) { m_pProgress = in_pProgress; }
 
-    void error(const std::string& in_strText);
+    virtual void error(const std::string& in_strText);
     /// About one input: "corvana: FILE: reason".
-    void inputError(const std::string& in_strInput, const std::string& in_strReason);
-    void warning(const std::string& in_strText);
-    void inputWarning(const std::string& in_strInput, const std::string& in_strText);
-    void note(const std::string& in_strText);
+    virtual void inputError(const std::string& in_strInput, const std::string& in_strReason);
+    virtual void warning(const std::string& in_strText);
+    virtual void inputWarning(const std::string& in_strInput, const std::string& in_strText);
+    virtual void note(const std::string& in_strText);
     /// As it is, such as the lines below a message.
-    void plain(const std::string& in_strLines);
+    virtual void plain(const std::string& in_strLines);
 
 private:
     std::ostream& m_stream;

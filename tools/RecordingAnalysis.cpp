@@ -34,20 +34,6 @@ bool isMoreThanWarningsShown()
 
 } // namespace
 
-bool RecordingAnalysis::Reader::setSourceAudioFile(const char* in_szFileName)
-{
-    m_uiNbOfFramesRead = 0;
-    return WindowedAudioFileReader::setSourceAudioFile(in_szFileName);
-}
-
-bool RecordingAnalysis::Reader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
-{
-    if (!WindowedAudioFileReader::getNextLinearFrames(out_vFrames))
-        return false;
-    m_uiNbOfFramesRead += out_vFrames.size();
-    return true;
-}
-
 RecordingAnalysis::RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
                                      Messages& out_messages, Progress& out_progress)
     : m_options(in_options)
@@ -56,12 +42,12 @@ RecordingAnalysis::RecordingAnalysis(const WindowOptions& in_options, FeatureSet
     , m_messages(out_messages)
     , m_progress(out_progress)
 {
-    m_reader.setChunkReadFactor(m_options.m_uiReadFactor);
+    m_file.setChunkReadFactor(m_options.m_uiReadFactor);
 }
 
 unsigned long RecordingAnalysis::getWindowRate() const
 {
-    return m_options.m_uiSampleRate == 0 ? m_reader.getSampleRate() : m_options.m_uiSampleRate;
+    return m_options.m_uiSampleRate == 0 ? m_pSource->getRate() : m_options.m_uiSampleRate;
 }
 
 std::string RecordingAnalysis::outOfMemory() const
@@ -75,31 +61,50 @@ try {
     m_dSecondsOfFormerFiles += secondsRead();
     m_strPath = in_strPath;
     m_bLengthKnown = isRegularFile(in_strPath);
+    m_pSource = &m_file;
     m_log.beginInput(in_strPath);
-    if (!m_reader.setSourceAudioFile(in_strPath.c_str()))
+    if (!m_file.open(in_strPath.c_str()))
         return openingFault(in_strPath, m_log);
     m_log.endInput();
-    const std::string strFault = configureReader();
-    if (!strFault.empty())
-        return strFault;
-    m_pLayout = &m_features.getLayout(getWindowRate(), m_options.m_uiWindowMs, m_log);
-    return m_pLayout->m_strFault;
+    const std::string strFault = settle();
+    m_file.setChunkReadFactor(readFactor());
+    return strFault;
 } catch (const std::bad_alloc&) {
     return outOfMemory();
 }
 
+std::string RecordingAnalysis::openSamples(std::span<const double> in_samples, unsigned long in_uiSampleRate,
+                                           const std::string& in_strName)
+try {
+    m_dSecondsOfFormerFiles += secondsRead();
+    m_strPath = in_strName;
+    m_bLengthKnown = true;
+    m_memory.open(in_samples, in_uiSampleRate);
+    m_pSource = &m_memory;
+    return settle();
+} catch (const std::bad_alloc&) {
+    return outOfMemory();
+}
+
+std::string RecordingAnalysis::settle()
+{
+    const std::string strFault = configureSource();
+    if (!strFault.empty())
+        return strFault;
+    m_pLayout = &m_features.getLayout(getWindowRate(), m_options.m_uiWindowMs, m_log);
+    return m_pLayout->m_strFault;
+}
+
 // Nothing has been read yet, so this is as good as configuring before opening, and a pipe is opened only once.
-std::string RecordingAnalysis::configureReader()
+std::string RecordingAnalysis::configureSource()
 {
     Audio::LinearAudioWindower::Config config;
     config.m_uiSampleRate = getWindowRate();
     config.m_uiWindowSizeMs = m_options.m_uiWindowMs;
     config.m_uiWindowOverlapMs = m_options.m_uiOverlapMs;
     config.m_bSuppressDCOffset = m_options.m_bSuppressDC;
-    if (m_reader.configure(config)) {
-        m_reader.setChunkReadFactor(readFactor());
+    if (m_pSource->configureWindows(config))
         return {};
-    }
     return "at " + std::to_string(config.m_uiSampleRate) + " Hz, an overlap of " +
            std::to_string(m_options.m_uiOverlapMs) + " ms is as many samples as a window of " +
            std::to_string(m_options.m_uiWindowMs) + " ms; it must be shorter";
@@ -131,7 +136,7 @@ unsigned long RecordingAnalysis::windowsAtOnce(bool in_bFlushRows) const
 void RecordingAnalysis::warnAboutRate()
 {
     constexpr unsigned long uiAssumedRate = 8000;
-    const unsigned long uiRate = m_reader.getSampleRate();
+    const unsigned long uiRate = m_pSource->getRate();
     const std::vector<std::string> vNames = m_features.getNamesAssuming8000Hz();
     if (uiRate != uiAssumedRate && !vNames.empty()) {
         const double dFactor = static_cast<double>(uiRate) / static_cast<double>(uiAssumedRate);
@@ -171,7 +176,7 @@ double RecordingAnalysis::middleOfWindow(unsigned long in_uiWindow, unsigned lon
     const unsigned long uiOverlap = m_options.m_uiOverlapMs * getWindowRate() / 1000;
     const unsigned long uiHop = in_uiNbOfSamples - uiOverlap;
     const double dMiddle = static_cast<double>(in_uiWindow * uiHop) + static_cast<double>(in_uiNbOfSamples) / 2.0;
-    return dMiddle / static_cast<double>(m_reader.getSampleRate());
+    return dMiddle / static_cast<double>(m_pSource->getRate());
 }
 
 std::string RecordingAnalysis::writeRows(RowWriter& inout_writer, std::ostream& out_stream, bool in_bFlushRows,
@@ -218,9 +223,9 @@ bool RecordingAnalysis::readBlock(Block& inout_block)
 {
     inout_block.m_uiNbOfWindows = 0;
     for (Math::DoubleVector& vWindow : inout_block.m_vWindows) {
-        if (!m_reader.getNextWindow(vWindow))
+        if (!m_pSource->getWindow(vWindow))
             break;
-        inout_block.m_vEndTimes[inout_block.m_uiNbOfWindows++] = m_reader.getCurrentAudioTime();
+        inout_block.m_vEndTimes[inout_block.m_uiNbOfWindows++] = m_pSource->getEndOfWindow();
     }
     return inout_block.m_uiNbOfWindows > 0;
 }
@@ -277,22 +282,22 @@ std::string RecordingAnalysis::rowFault(bool in_bComputed, std::size_t in_uiNbOf
 // A read error looks like the end of the file to the reader; the frames that are missing betray it.
 std::string RecordingAnalysis::checkEnd() const
 {
-    if (!m_bLengthKnown || m_reader.getNbOfFramesRead() >= m_reader.getNbOfFrames())
+    if (!m_bLengthKnown || m_pSource->getNbOfSamplesRead() >= m_pSource->getNbOfSamples())
         return {};
-    return "breaks off: " + std::to_string(m_reader.getNbOfFramesRead()) + " of " +
-           std::to_string(m_reader.getNbOfFrames()) + " frames could be read";
+    return "breaks off: " + std::to_string(m_pSource->getNbOfSamplesRead()) + " of " +
+           std::to_string(m_pSource->getNbOfSamples()) + " frames could be read";
 }
 
 double RecordingAnalysis::fractionRead() const
 {
-    return static_cast<double>(m_reader.getNbOfFramesRead()) /
-           static_cast<double>(std::max(1UL, m_reader.getNbOfFrames()));
+    return static_cast<double>(m_pSource->getNbOfSamplesRead()) /
+           static_cast<double>(std::max(1UL, m_pSource->getNbOfSamples()));
 }
 
 double RecordingAnalysis::secondsRead() const
 {
-    return static_cast<double>(m_reader.getNbOfFramesRead()) /
-           static_cast<double>(std::max(1UL, m_reader.getSampleRate()));
+    return static_cast<double>(m_pSource->getNbOfSamplesRead()) /
+           static_cast<double>(std::max(1UL, m_pSource->getRate()));
 }
 
 double RecordingAnalysis::getAudioSeconds() const

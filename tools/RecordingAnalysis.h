@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "corvana/AudioWindowedFileReader.h"
 #include "tools/FeatureSet.h"
 #include "tools/Progress.h"
 #include "tools/RowWriter.h"
 #include "tools/WindowLabels.h"
+#include "tools/WindowSource.h"
 
 #include <ostream>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ struct WindowOptions
 };
 
 /// Reads recordings one after another and writes a row for each window. Memory stays the same however long they are.
-/// Order of calls: open(), then writeRows() when it succeeded.
+/// Order of calls: open() or openSamples(), then writeRows() when it succeeded.
 class RecordingAnalysis
 {
 public:
@@ -41,6 +42,9 @@ public:
 
     /// Opens a recording and finds out what its rows look like; empty, or why it cannot be analysed.
     std::string open(const std::string& in_strPath);
+    /// The same for samples in memory, which must stay there until the rows are written. The name is for messages.
+    std::string openSamples(std::span<const double> in_samples, unsigned long in_uiSampleRate,
+                            const std::string& in_strName);
     /// The layout of the rows of the open recording.
     const std::vector<std::size_t>& getNbOfValues() const { return m_pLayout->m_vNbOfValues; }
     /// The rate that windows of the open recording are cut for.
@@ -55,18 +59,6 @@ public:
     double getAudioSeconds() const;
 
 private:
-    // Counts what really came, for files that break off.
-    class Reader : public Audio::WindowedAudioFileReader
-    {
-    public:
-        bool setSourceAudioFile(const char* in_szFileName) override;
-        bool getNextLinearFrames(Math::DoubleVector& out_vFrames) override;
-        unsigned long getNbOfFramesRead() const { return m_uiNbOfFramesRead; }
-
-    private:
-        unsigned long m_uiNbOfFramesRead = 0;
-    };
-
     // Windows that are computed at once, with what they become.
     struct Block
     {
@@ -84,7 +76,8 @@ private:
         unsigned long m_uiNbComputed = 0;
     };
 
-    std::string configureReader();
+    std::string configureSource();
+    std::string settle();
     unsigned long readFactor() const;
     unsigned long windowsAtOnce(bool in_bFlushRows) const;
     void warnAboutRate();
@@ -106,7 +99,9 @@ private:
     LogBridge& m_log;
     Messages& m_messages;
     Progress& m_progress;
-    Reader m_reader;
+    FileWindowSource m_file;
+    MemoryWindowSource m_memory;
+    WindowSource* m_pSource = &m_file;
     std::string m_strPath;
     bool m_bLengthKnown = false;
     const FeatureSet::Layout* m_pLayout = nullptr;

@@ -89,8 +89,8 @@ public:
         : m_bLabels(in_bLabels)
         , m_strHeader(in_bLabels ? "file,time,labels" : "file,time")
     {
-        for (std::size_t uiFeature = 0; uiFeature < in_vDescriptions.size(); ++uiFeature)
-            appendColumns(in_vDescriptions[uiFeature], in_vNbOfValues[uiFeature]);
+        for (const std::string& strName : columnNames(in_vDescriptions, in_vNbOfValues))
+            m_strHeader += "," + csvField(strName);
         m_strHeader += '\n';
     }
 
@@ -128,20 +128,6 @@ public:
     }
 
 private:
-    void appendColumns(const std::string& in_strDescription, std::size_t in_uiNbOfValues)
-    {
-        if (in_uiNbOfValues == 1)
-            appendColumn(in_strDescription);
-        for (std::size_t uiValue = 0; in_uiNbOfValues != 1 && uiValue < in_uiNbOfValues; ++uiValue)
-            appendColumn(in_strDescription + "[" + std::to_string(uiValue) + "]");
-    }
-
-    void appendColumn(const std::string& in_strName)
-    {
-        m_strHeader += ',';
-        m_strHeader += csvField(in_strName);
-    }
-
     const bool m_bLabels;
     std::string m_strHeader;
     std::string m_strRowStart;
@@ -229,6 +215,20 @@ std::unique_ptr<RowWriter> RowWriter::make(RowFormat in_format, const std::vecto
     if (in_format == RowFormat::JSONL)
         return std::make_unique<JsonRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);
     return std::make_unique<CsvRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);
+}
+
+std::vector<std::string> columnNames(const std::vector<std::string>& in_vFeatures,
+                                     const std::vector<std::size_t>& in_vNbOfValues)
+{
+    std::vector<std::string> vNames;
+    for (std::size_t uiFeature = 0; uiFeature < in_vFeatures.size(); ++uiFeature) {
+        const std::size_t uiNbOfValues = in_vNbOfValues[uiFeature];
+        if (uiNbOfValues == 1)
+            vNames.push_back(in_vFeatures[uiFeature]);
+        for (std::size_t uiValue = 0; uiNbOfValues != 1 && uiValue < uiNbOfValues; ++uiValue)
+            vNames.push_back(in_vFeatures[uiFeature] + "[" + std::to_string(uiValue) + "]");
+    }
+    return vNames;
 }
 
 std::string csvField(const std::string& in_strText)

@@ -39,6 +39,10 @@ public:
     virtual std::string_view endRow() = 0;
 };
 
+/// The name of each column of values: a feature's own where it gives one value, else "name[0]", "name[1]" and so on.
+std::vector<std::string> columnNames(const std::vector<std::string>& in_vFeatures,
+                                     const std::vector<std::size_t>& in_vNbOfValues);
+
 /// A text as a field of comma-separated values: between quotes, with its own quotes doubled, when it contains a
 /// comma, a quote or a line end (RFC 4180).
 std::string csvField(const std::string& in_strText);

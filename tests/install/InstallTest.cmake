@@ -4,6 +4,7 @@
 #   FOLDER     the scratch folder of all steps
 #   SOURCE     the source tree; BUILD: its build tree
 #   CXX, CXX_FLAGS, BUILD_TYPE, GENERATOR: as in that build tree
+#   PYTHON     the interpreter that the module was built for
 #   LIBDIR     the installation's folder of libraries, relative to its prefix
 cmake_minimum_required(VERSION 3.24)
 
@@ -94,6 +95,13 @@ elseif(STEP STREQUAL static-find-package)
 elseif(STEP STREQUAL static-pkg-config)
   build_with_pkg_config(${static_prefix} ${FOLDER}/${STEP} --static)
   check_programs(${FOLDER}/${STEP})
+
+elseif(STEP STREQUAL python)
+  set(ENV{PYTHONPATH} ${prefix}/lib/python3/dist-packages)
+  run(${PYTHON} -B -c "import corvana, sys; print(len(corvana.features(sys.argv[1], ['spectrum|flatness'])))" ${recording})
+  if(NOT run_output STREQUAL "1187\n")
+    message(FATAL_ERROR "the module says: ${run_output}")
+  endif()
 
 else()
   message(FATAL_ERROR "unknown step '${STEP}'")

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 
 namespace Corvana::Tools {
 namespace {
@@ -150,6 +152,38 @@ TEST(LogLevel, IsReadByName)
     EXPECT_FALSE(parseLogLevel("loud", iLevel));
     EXPECT_FALSE(parseLogLevel("", iLevel));
     EXPECT_EQ(iLevel, s_iLogOff);
+}
+
+TEST_F(LogBridgeTest, LeavesWhatOtherThreadsLogToTheirOwnBridges)
+{
+    LogBridge bridge(m_messages, LOG_WARN);
+    bridge.beginInput("here.wav");
+    std::ostringstream otherStream;
+    std::string strOtherErrors;
+    std::thread([&] {
+        Messages otherMessages(otherStream, false);
+        LogBridge otherBridge(otherMessages, LOG_WARN);
+        otherBridge.beginInput("there.wav");
+        log(LOG_WARN, "careful");
+        log(LOG_ERROR, "broken");
+        strOtherErrors = otherBridge.takeErrors();
+    }).join();
+    EXPECT_EQ(bridge.takeErrors(), "");
+    EXPECT_EQ(m_stream.str(), "");
+    EXPECT_EQ(strOtherErrors, "broken");
+    EXPECT_EQ(otherStream.str(), "corvana: there.wav: warning: careful\n");
+}
+
+TEST_F(LogBridgeTest, LeavesTheLevelAsItWasWhateverTheOrderOfBridgesEnds)
+{
+    const int iBefore = Logger::getRoot().getLogLevel();
+    auto pCoarse = std::make_unique<LogBridge>(m_messages, LOG_ERROR);
+    auto pFine = std::make_unique<LogBridge>(m_messages, LOG_DEBUG);
+    EXPECT_EQ(Logger::getRoot().getLogLevel(), LOG_DEBUG);
+    pCoarse.reset();
+    EXPECT_EQ(Logger::getRoot().getLogLevel(), LOG_DEBUG);
+    pFine.reset();
+    EXPECT_EQ(Logger::getRoot().getLogLevel(), iBefore);
 }
 
 } // namespace
