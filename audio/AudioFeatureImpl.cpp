@@ -116,6 +116,8 @@ bool SpectrumFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_v
 bool SpectrumFeature::computeSeveral(unsigned long in_uiNbOfInputs, const DoubleVector* in_pInputs,
                                      DoubleVector* out_pOutputs)
 {
+    if (in_uiNbOfInputs > 0 && in_pInputs[0].size() >= 2)
+        prepare(in_pInputs[0].size());
     const auto fits = [this](const DoubleVector& in_vInput) { return in_vInput.size() == m_pPlan->getSize(); };
     if (m_pPlan == nullptr || !std::all_of(in_pInputs, in_pInputs + in_uiNbOfInputs, fits))
         return false;

@@ -192,11 +192,25 @@ unsigned long AudioFileReader::read()
     const auto iNbOfFrames = static_cast<sf_count_t>(m_uiNbOfFramesToRead);
     if (!m_bInShorts)
         return nbOfFrames(sf_read_double(toSoundFile(m_pFile.get()), m_vReadBuffer.data(), iNbOfFrames));
-    m_vShorts.resize(m_uiNbOfFramesToRead);
-    const unsigned long uiNbRead = nbOfFrames(sf_read_short(toSoundFile(m_pFile.get()), m_vShorts.data(), iNbOfFrames));
+    return readShorts();
+}
+
+// A piece at a time: a chunk may be long, and its shorts need not lie anywhere as a whole.
+unsigned long AudioFileReader::readShorts()
+{
+    constexpr unsigned long uiMaxPiece = 16384;
     constexpr double dFullScale = 0x1p-15; // a power of two: the products are exact
-    for (unsigned long uiFrame = 0; uiFrame < uiNbRead; ++uiFrame)
-        m_vReadBuffer[uiFrame] = static_cast<double>(m_vShorts[uiFrame]) * dFullScale;
+    m_vShorts.resize(std::min(m_uiNbOfFramesToRead, uiMaxPiece));
+    unsigned long uiNbRead = 0;
+    for (bool bMore = true; bMore && uiNbRead < m_uiNbOfFramesToRead;) {
+        const unsigned long uiWanted = std::min(m_uiNbOfFramesToRead - uiNbRead, uiMaxPiece);
+        const unsigned long uiPiece =
+            nbOfFrames(sf_read_short(toSoundFile(m_pFile.get()), m_vShorts.data(), static_cast<sf_count_t>(uiWanted)));
+        for (unsigned long uiFrame = 0; uiFrame < uiPiece; ++uiFrame)
+            m_vReadBuffer[uiNbRead + uiFrame] = static_cast<double>(m_vShorts[uiFrame]) * dFullScale;
+        uiNbRead += uiPiece;
+        bMore = uiPiece == uiWanted;
+    }
     return uiNbRead;
 }
 

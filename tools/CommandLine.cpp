@@ -155,6 +155,7 @@ public:
         if (refuseUnknownCommand(in_vArguments, iExitCode))
             return iExitCode;
         try {
+            const LogBridge log(m_messages, LOG_WARN); // what the version tells may come with a warning
             m_app.parse(std::vector<std::string>(in_vArguments.rbegin(), in_vArguments.rend()));
         } catch (const CLI::CallForHelp&) {
             m_data << help(givenCommand());

@@ -67,6 +67,7 @@ private:
     void startAt(unsigned long in_uiFrame);
     // Into the read buffer; returns how many frames.
     unsigned long read();
+    unsigned long readShorts();
 
     Math::DoubleVector m_vReadBuffer; // handed out with each chunk, against the caller's last one
     unsigned long m_uiFramePosition = 0;

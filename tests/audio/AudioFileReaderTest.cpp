@@ -1257,5 +1257,27 @@ TEST(AudioFileReaderShorts, AreTheDoublesThatLibsndfileMakesOfThem)
     }
 }
 
+TEST(AudioFileReaderShorts, FillChunksOfAnyLength)
+{
+    const Corvana::Test::TempDir folder;
+    const std::string strPath =
+        writeSoundFile(folder.file("long"), coarseNoise(50000), 8000, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    AudioFileReader reader;
+    ASSERT_TRUE(reader.setSourceAudioFile(strPath.c_str()));
+    DoubleVector vExpected;
+    ASSERT_TRUE(reader.getAllLinearFrames(vExpected)); // in chunks of 1024
+    for (const unsigned long uiChunk : {16383UL, 16384UL, 16385UL, 32768UL, 40000UL, 50000UL, 60000UL}) {
+        reader.setNbOfFramesToRead(uiChunk);
+        ASSERT_TRUE(reader.setSourceAudioFile(strPath.c_str()));
+        DoubleVector vAll;
+        DoubleVector vChunk;
+        while (reader.getNextLinearFrames(vChunk)) {
+            EXPECT_EQ(vChunk.size(), std::min(uiChunk, vExpected.size() - vAll.size())) << uiChunk;
+            vAll.insert(vAll.end(), vChunk.begin(), vChunk.end());
+        }
+        EXPECT_TRUE(vAll == vExpected) << uiChunk;
+    }
+}
+
 } // namespace
 } // namespace Corvana::Audio

@@ -80,6 +80,13 @@ TEST_F(ProgramTest, TellsTheInstructionSetThatTheEnvironmentForces)
     EXPECT_EQ(errors(), "");
 }
 
+TEST_F(ProgramTest, WarnsWithItsVersionAboutAnInstructionSetThatItCannotUse)
+{
+    EXPECT_EQ(run("CORVANA_SIMD=sse9 $C --version >version"), 0);
+    EXPECT_THAT(file("version"), StartsWith("corvana "));
+    EXPECT_THAT(errors(), HasSubstr("sse9"));
+}
+
 TEST_F(ProgramTest, EndsWith2OnWrongUsage)
 {
     EXPECT_EQ(run("$C >out"), 2);
