@@ -103,6 +103,13 @@ void TriedFile::expectRegions(const PlainWav& in_before, const PlainRegions& in_
     const PlainWav after(bytes());
     EXPECT_TRUE(isSame(after.audio(), in_before.audio()));
     EXPECT_TRUE(isSame(after.foreign(), in_before.foreign()));
+    EXPECT_EQ(after.count("cue "), in_vRegions.empty() ? 0U : 1U);
+    EXPECT_EQ(after.count("ltxt"), in_vRegions.size());
+    EXPECT_EQ(after.count("labl"), in_vRegions.size());
+    EXPECT_EQ(after.count("note"), 0U);
+    const bool bOneMore = !in_vRegions.empty() && !in_before.m_bHasHolder;
+    const bool bOneLess = in_vRegions.empty() && in_before.m_bHolderGoes;
+    EXPECT_EQ(after.count("LIST") + (bOneLess ? 1 : 0), in_before.count("LIST") + (bOneMore ? 1 : 0));
     const bool bReadable = std::all_of(in_vRegions.begin(), in_vRegions.end(),
                                        [](const PlainWav::Region& in_region) { return !in_region.m_strType.empty(); });
     EXPECT_EQ(after.m_strRefusal, bReadable ? "" : "at least a label is missing"); // of a region without a type

@@ -279,11 +279,14 @@ void PlainWav::findHolder()
         pLast = vFound.empty() ? pLast : vFound.back();
         m_uiNbOfNotes = static_cast<unsigned>(vFound.size()); // the notes come last
     }
-    const PlainChunk* pHolder = pLast == nullptr ? nullptr : holderOf(m_vChunks, pLast, nullptr);
-    if (pHolder == nullptr || pHolder->m_strId == "LIST")
+    m_bHasHolder = pLast != nullptr;
+    const PlainChunk* pHolder = m_bHasHolder ? holderOf(m_vChunks, pLast, nullptr) : nullptr;
+    if (pHolder == nullptr) // or the form itself
         return;
-    m_bHolderCannotGo = std::all_of(pHolder->m_vChildren.begin(), pHolder->m_vChildren.end(),
+    const bool bAlone = std::all_of(pHolder->m_vChildren.begin(), pHolder->m_vChildren.end(),
                                     [](const PlainChunk& in_chunk) { return isRegionChunk(in_chunk.m_strId); });
+    m_bHolderGoes = bAlone && pHolder->m_strId == "LIST" && pHolder->m_strRest.empty();
+    m_bHolderCannotGo = bAlone && pHolder->m_strId != "LIST";
 }
 
 bool PlainWav::readFormat()

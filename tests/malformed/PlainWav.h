@@ -55,11 +55,15 @@ struct PlainWav
     unsigned m_uiNbOfNotes = 0;
     bool m_bHidesChunks = false;      ///< behind an odd size whose padding byte is missing
     bool m_bPaddingUncounted = false; ///< the form's size leaves the last padding byte out
+    bool m_bHasHolder = false;        ///< some container holds the records of regions
+    bool m_bHolderGoes = false;       ///< it is a "LIST" that has nothing else
     /// Regions cannot be cleared: they are alone in a container that is no "LIST".
     bool m_bHolderCannotGo = false;
 
     std::size_t size() const { return m_strBytes.size(); }
     bool hasSkipped() const;
+    /// How many chunks of this name there are, at any depth.
+    std::size_t count(const std::string& in_strId) const { return find(in_strId).size(); }
     /// The bytes of all chunks "data".
     std::string audio() const;
     /// Everything but the regions and lists that are empty without them, in words that can be compared.
