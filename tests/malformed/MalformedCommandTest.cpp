@@ -436,7 +436,7 @@ protected:
             SCOPED_TRACE(vCases[uiCase].m_strName);
             const PlainWav plain(vCases[uiCase].m_strBytes);
             const Expected expected = expectedOf(plain, in_edit.m_regionsAfter(plain));
-            EXPECT_EQ(isNamed(*m_vFiles[uiCase]), !expected.m_strRefusal.empty());
+            EXPECT_EQ(isNamed(*m_vFiles[uiCase]), !expected.m_strRefusal.empty()) << m_strMessages.substr(0, 500);
             expectOutcome(expected, *m_vFiles[uiCase], plain);
         }
     }
@@ -478,7 +478,7 @@ TEST_F(MalformedProgramTest, AnalysesWhatLibsndfileOpensAndNamesTheOthers)
         SCOPED_TRACE(vCases[uiCase].m_strName);
         const SoundLength sound(m_vFiles[uiCase]->path());
         m_vFiles[uiCase]->expectUntouched();
-        EXPECT_EQ(isNamed(*m_vFiles[uiCase]), !sound.m_bMono || !sound.m_bWhole);
+        EXPECT_EQ(isNamed(*m_vFiles[uiCase]), !sound.m_bMono || !sound.m_bWhole) << m_strMessages.substr(0, 500);
     }
 }
 
