@@ -778,6 +778,18 @@ TEST(IFFParserChunkSize, OfOddDataWithoutPaddingHidesAChunkWhichIsTold)
     EXPECT_THAT(messagesOf(riff(strPadded)), IsEmpty());
 }
 
+TEST(IFFParserChunkSize, IsToldOfAChunkWhoseNameIsNoTextByItsNumber)
+{
+    const auto messages = [](const char* in_szId) {
+        return messagesOf(riff(listChunk("INFO", ChunkBuilder(in_szId).text("abcd", "").claim(1000).bytes())));
+    };
+    const std::string strFault = " at byte 24 claims 1000 bytes, of which 4 are there. It is cut.";
+
+    EXPECT_THAT(messages(" ~ ~"), ElementsAre("Chunk  ~ ~" + strFault));
+    EXPECT_THAT(messages("\x7F\x42\x43\x44"), ElementsAre("Chunk 0x4443427f" + strFault));
+    EXPECT_THAT(messages("ABC\x1F"), ElementsAre("Chunk 0x1f434241" + strFault));
+}
+
 TEST(IFFParserChunkSize, IsToldInAWarningWithItsPlace)
 {
     LogCapture log(s_szLogger);

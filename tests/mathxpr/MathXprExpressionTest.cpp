@@ -148,6 +148,7 @@ TEST(ExpressionNumbers, EndWhereTheirTextDoes)
 {
     EXPECT_EQ("expected an operator or the end, found \"e\" at column 2", errorOf("1e"));
     EXPECT_EQ("expected an operator or the end, found \".3\" at column 4", errorOf("1.2.3"));
+    EXPECT_EQ("expected an operator or the end, found \":\" at column 2", errorOf("1:2"));
     EXPECT_EQ("expected an operator or the end, found \"x10\" at column 2", errorOf("0x10"));
     EXPECT_EQ("expected a number, a name or \"(\", found \".\" at column 1", errorOf("."));
 }
@@ -757,8 +758,9 @@ TEST(ExpressionLimits, HoldForTheWrittenText)
 TEST(ExpressionLimits, KeepTheBlanksThatPartWordsAndThoseInTexts)
 {
     const std::string strSum = repeated("a+", 32700);
-    const std::string strFormula =
-        strSum + "max(maxSpectralRanges(x,frequenciesList=\"4, 8\"))*(a and not 5)"; // over 64 KiB with all blanks
+    const std::string strFormula = strSum +
+                                   "max(maxSpectralRanges(x,frequenciesList=\"4, 8\"))*(a and not 5)+"
+                                   "(Z and _b or not A9 and z0 or A0 and 9 or z)"; // over 64 KiB with all blanks
     EXPECT_EQ(strFormula, textOf(strFormula));
 }
 

@@ -409,6 +409,7 @@ TEST_F(AnnotationCheckerTest, RemarksOnNotesAndASecondList)
                     "R 166 \"note\": is a comment, which every change of the regions removes"));
     EXPECT_EQ(m_checker.getNbOf(Finding::REMARK), 2U);
     EXPECT_EQ(m_checker.getNbOf(Finding::WARNING), 0U);
+    EXPECT_FALSE(m_checker.isMendable());
 }
 
 TEST_F(AnnotationCheckerTest, KeepsAThousandFindingsAndCountsTheRest)

@@ -83,6 +83,18 @@ TEST(CsvReader, TellsTheLineWhereARowBegins)
     EXPECT_THAT(vLines, ElementsAre(1, 2, 6));
 }
 
+TEST(CsvReader, CountsEachLineEndOnce)
+{
+    for (const char* szText : {"a\nb\nc\n", "a\r\nb\r\nc\r\n", "a\rb\rc\r"}) {
+        CsvReader reader(szText);
+        std::vector<std::string> vFields;
+        std::vector<unsigned long> vLines;
+        while (reader.next(vFields))
+            vLines.push_back(reader.getLine());
+        EXPECT_THAT(vLines, ElementsAre(1, 2, 3)) << szText;
+    }
+}
+
 TEST(CsvReader, RefusesAQuoteInsideAPlainField)
 {
     EXPECT_EQ(faultOf("a\nb\"c\n"), "line 2: a quote inside a field that does not begin with one; put the whole field "

@@ -137,6 +137,15 @@ TEST(RegionFormat, TakesUtf16OfBothByteOrdersInEveryFormat)
     }
 }
 
+TEST(RegionFormat, TakesTheFirstAndTheLastCharacterOfEachLengthInUtf8)
+{
+    const std::u16string strText = u"1\t2\t\u007F\u0080\u07FF\u0800\uD7FF\uE000\uFFFD\U00010000\U0001F3B5\U0010FFFF";
+    const Regions vWanted = {{"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD\xF0\x90\x80\x80"
+                              "\xF0\x9F\x8E\xB5\xF4\x8F\xBF\xBF",
+                              1.0, 2.0}};
+    EXPECT_EQ(regionsOf(RegionFormat::AUDACITY, asUtf16(strText, false)), vWanted);
+}
+
 TEST(RegionFormat, TakesHalfAPairOfUtf16AsTheReplacementCharacter)
 {
     const std::u16string strText = {u'1', u'\t', u'2', u'\t', 0xD83D, u'x', 0xDE00, u'y', 0xD83D};
@@ -576,7 +585,7 @@ TEST(RegionTextGrid, PassesOverCommentsAndWords)
     EXPECT_EQ(
         regionsOf(
             RegionFormat::TEXTGRID,
-            "\"ooTextFile\" ! not \"this\" 5\n\"TextGrid\" from 0 to 3 <exists> tiers: 1\n\"IntervalTier\" called "
+            "\"ooTextFile\" ! not \"this\" 5\n\"TextGrid\" from 0 to 3 <exists> tiers : + 1\n\"IntervalTier\" called "
             "\"a\" 0 3 with 1 interval[s2]\n0 3 \"a ! b <exists>\"\n"),
         (Regions{{"a ! b <exists>", 0.0, 3.0}}));
     EXPECT_EQ(regionsOf(RegionFormat::TEXTGRID, "\"ooTextFile\" ! until here\r\"TextGrid\" 0 - ... 3 +.x <absent>"),

@@ -95,6 +95,14 @@ TEST(SpectralRangeFeature, RoundsHalfABinUp)
     EXPECT_EQ(succeeds({1, 2, 3, -0.5}), outcomeOf(feature, indexes(100)));
 }
 
+TEST(SpectralRangeFeature, TakesACentreOfOneHertz)
+{
+    // 4000 bins of 1 Hz.
+    SpectralRangeFeature feature(1, 0);
+
+    EXPECT_EQ(succeeds({1, 0.0}), outcomeOf(feature, indexes(4000)));
+}
+
 TEST(SpectralRangeFeature, RoundsItsHalfWidthUpToWholeBins)
 {
     SpectralRangeFeature oneBin(1000, 31);
