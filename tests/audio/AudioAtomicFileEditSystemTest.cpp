@@ -304,11 +304,23 @@ TEST_F(AtomicFileEditSystemTest, LeavesAFileThatWasTouchedMeanwhile)
     }
 }
 
-TEST_F(AtomicFileEditSystemTest, TellsThatTheStatusOfTheOldFileCannotBeHadAtTheEnd)
+TEST_F(AtomicFileEditSystemTest, TellsThatTheStatusOfAFileCannotBeHadAtTheEnd)
 {
-    AtomicFileEdit edit(m_strFile.c_str());
-    const SystemCalls status("fstat", EIO, 2);
-    expectNoCommit(edit, "Input/output error");
+    // Asked for are, in this order: the copy, the old file, and the copy again before its owner and its mode are set.
+    const char* aszReasons[] = {"its working copy is no regular file with one name any more", "Input/output error",
+                                "could not give the new file its attributes, Input/output error",
+                                "could not give the new file its attributes, Input/output error"};
+    for (unsigned uiCall = 1; uiCall <= 4; ++uiCall) {
+        AtomicFileEdit edit(m_strFile.c_str());
+        const SystemCalls status("fstat", EIO, uiCall, 1);
+        expectNoCommit(edit, aszReasons[uiCall - 1]);
+    }
+}
+
+TEST_F(AtomicFileEditSystemTest, TellsThatAFileDisappearedJustBeforeItWasLookedAt)
+{
+    const SystemCalls status("lstat", ENOENT);
+    expectNoBeginning("No such file or directory");
 }
 
 TEST_F(AtomicFileEditSystemTest, TellsThatTheNewFileCannotBeWrittenToTheDisk)
