@@ -215,11 +215,10 @@ bool AtomicFileEdit::Impl::begin(unsigned in_uiMaxWaitMs)
 
 bool AtomicFileEdit::Impl::resolve()
 {
-    char* szTarget = realpath(m_strFile.c_str(), nullptr);
-    if (szTarget == nullptr)
+    const std::unique_ptr<char, void (*)(void*)> pTarget(realpath(m_strFile.c_str(), nullptr), std::free);
+    if (pTarget == nullptr)
         return fail(textOf(errno));
-    m_strTarget = szTarget;
-    std::free(szTarget); // NOLINT(cppcoreguidelines-no-malloc): realpath() allocated it
+    m_strTarget = pTarget.get();
     m_strFolder = m_strTarget.substr(0, m_strTarget.find_last_of('/') + 1);
     return true;
 }

@@ -147,6 +147,12 @@ bool AudioFileReader::setSourceAudioFile(const char* in_szFileName)
                              "failed to open " << in_szFileName << ", " << lastOpenError());
         return false;
     }
+    // Where the system fails in the middle of a header, libsndfile goes on with zeros.
+    if (sf_error(toSoundFile(pFile.get())) == SF_ERR_SYSTEM) {
+        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(),
+                             "failed to open " << in_szFileName << ", " << sf_strerror(toSoundFile(pFile.get())));
+        return false;
+    }
     m_iFormat = info.format;
     m_bInShorts = isInShorts(info.format);
     CORVANA_LOG_DEBUG_AT(at::formatCode, getLogger(),

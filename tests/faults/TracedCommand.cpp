@@ -54,11 +54,11 @@ std::string readAll(int in_iDescriptor)
 bool isAboutFiles(const std::string& in_strName)
 {
     static const std::set<std::string> s_names = {
-        "openat",    "read",    "pread64",         "write",      "pwrite64",   "writev",      "lseek",
-        "fsync",     "close",   "fdatasync",       "rename",     "renameat2",  "sendfile",    "copy_file_range",
-        "ioctl",     "mmap",    "sync_file_range", "truncate",   "ftruncate",  "newfstatat",  "fstat",
-        "statx",     "fchmod",  "fchown",          "unlink",     "utimensat",  "flock",       "getdents64",
-        "access",    "statfs",  "faccessat2",      "readlink",   "fcntl",      "mkdir",       "flistxattr",
+        "openat",    "read",    "pread64",         "write",    "pwrite64",  "writev",     "lseek",
+        "fsync",     "close",   "fdatasync",       "rename",   "renameat2", "sendfile",   "copy_file_range",
+        "ioctl",     "mmap",    "sync_file_range", "truncate", "ftruncate", "newfstatat", "fstat",
+        "statx",     "fchmod",  "fchown",          "unlink",   "utimensat", "flock",      "getdents64",
+        "access",    "statfs",  "faccessat2",      "readlink", "fcntl",     "mkdir",      "flistxattr",
         "fgetxattr", "fstatfs", "linkat",          "fsetxattr"};
     return s_names.contains(in_strName);
 }
@@ -169,8 +169,8 @@ RunResult TracedCommand::runBehind(const std::vector<std::string>& in_vWords)
 RunResult TracedCommand::runWith(const std::string& in_strFault)
 {
     const std::string strName = in_strFault.substr(0, in_strFault.find(':'));
-    std::vector<std::string> vTracer{"strace", "-f", "-qq", "-o", path("trace"), "-e", "trace=" + strName,
-                                     "-e",     "inject=" + in_strFault};
+    std::vector<std::string> vTracer{
+        "strace", "-f", "-qq", "-o", path("trace"), "-e", "trace=" + strName, "-e", "inject=" + in_strFault};
     if (in_strFault.find(":signal=") == std::string::npos)
         vTracer.emplace_back("--seccomp-bpf"); // which is faster, and lets no signal through
     RunResult run = runBehind(vTracer);
@@ -191,7 +191,8 @@ std::vector<Call> TracedCommand::trace()
             strMainThread = strThread;
         const std::size_t uiName = strLine.find_first_not_of(' ', strThread.size());
         const std::size_t uiEnd = strLine.find('(');
-        if (strThread != strMainThread || uiEnd == std::string::npos || strLine[uiName] == '<' || strLine[uiName] == '+')
+        if (strThread != strMainThread || uiEnd == std::string::npos || strLine[uiName] == '<' ||
+            strLine[uiName] == '+')
             continue;
         const std::string strName = strLine.substr(uiName, uiEnd - uiName);
         const unsigned uiNumber = ++numbers[strName];
