@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 namespace Corvana {
 namespace {
@@ -28,6 +29,25 @@ bool toWhole(double in_dValue, unsigned long& out_uiValue)
 }
 
 } // namespace
+
+// Texts are copied before the variant is touched: libstdc++ 12 takes a variant whose copying throws for one that holds
+// something.
+ParameterValue::ParameterValue(const ParameterValue& in_other)
+{
+    if (const auto* pText = std::get_if<std::string>(&in_other.m_value))
+        m_value = std::string(*pText);
+    else if (const auto* pWhole = std::get_if<long>(&in_other.m_value))
+        m_value = *pWhole;
+    else if (const auto* pReal = std::get_if<double>(&in_other.m_value))
+        m_value = *pReal;
+}
+
+ParameterValue& ParameterValue::operator=(const ParameterValue& in_other)
+{
+    ParameterValue copy(in_other);
+    *this = std::move(copy);
+    return *this;
+}
 
 ParameterValue::ParameterValue(long in_iValue)
     : m_value(in_iValue)

@@ -16,6 +16,11 @@ class CORVANA_API ParameterValue
 {
 public:
     ParameterValue() = default;
+    ~ParameterValue() = default;
+    ParameterValue(const ParameterValue& in_other);
+    ParameterValue(ParameterValue&&) noexcept = default;
+    ParameterValue& operator=(const ParameterValue& in_other);
+    ParameterValue& operator=(ParameterValue&&) noexcept = default;
     explicit ParameterValue(long in_iValue);
     explicit ParameterValue(double in_dValue);
     /// Copies the text; null gives an empty value.

@@ -98,7 +98,7 @@ elseif(STEP STREQUAL static-pkg-config)
 
 elseif(STEP STREQUAL python)
   set(ENV{PYTHONPATH} ${prefix}/lib/python3/dist-packages)
-  run(${PYTHON} -B -c "import corvana, sys; print(len(corvana.features(sys.argv[1], ['spectrum|flatness'])))" ${recording})
+  run(${PYTHON} -B -c "import corvana, sys\nprint(len(corvana.features(sys.argv[1], ['spectrum|flatness'])))" ${recording})
   if(NOT run_output STREQUAL "1187\n")
     message(FATAL_ERROR "the module says: ${run_output}")
   endif()
