@@ -44,6 +44,15 @@ std::string lastOpenError()
     return acError;
 }
 
+// What libsndfile says, without the full stop that it puts behind the system's words.
+std::string lastReadError(SNDFILE* in_pFile)
+{
+    std::string strError = sf_strerror(in_pFile);
+    if (strError.ends_with('.'))
+        strError.pop_back();
+    return strError;
+}
+
 // The frame nearest to a time; false when no file can have it (negative, not a number, beyond 63 bits).
 bool toFrame(double in_dSeconds, unsigned long in_uiSampleRate, unsigned long& out_uiFrame)
 {
@@ -122,6 +131,7 @@ bool AudioFileReader::setNbOfFramesToRead(unsigned long in_uiNbOfFrames)
 void AudioFileReader::startAt(unsigned long in_uiFrame)
 {
     m_bAtEnd = false;
+    m_bReadError = false;
     m_vReadBuffer.resize(m_uiNbOfFramesToRead);
     std::fill(m_vReadBuffer.begin(), m_vReadBuffer.end(), 0.0);
     m_uiFramePosition = in_uiFrame;
@@ -134,6 +144,7 @@ bool AudioFileReader::setSourceAudioFile(const char* in_szFileName)
 
     m_pFile.reset();
     m_bAtEnd = false;
+    m_bReadError = false;
     if (in_szFileName == nullptr) {
         CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(), "failed to open , no file name given");
         return false;
@@ -182,6 +193,7 @@ bool AudioFileReader::getNextLinearFrames(Math::DoubleVector& out_vFrames)
     m_vReadBuffer.resize(m_uiNbOfFramesToRead);
     out_vFrames.reserve(m_uiNbOfFramesToRead); // becomes the read buffer
     const unsigned long uiNbRead = read();
+    checkRead();
     if (uiNbRead == 0 || uiNbRead < m_uiNbOfFramesToRead) {
         CORVANA_LOG_DEBUG_AT(at::lastChunk, getLogger(), "Last chunk of audio read, end of file reached");
         m_bAtEnd = true;
@@ -218,6 +230,17 @@ unsigned long AudioFileReader::readShorts()
         bMore = uiPiece == uiWanted;
     }
     return uiNbRead;
+}
+
+// libsndfile hands out what it has, as at the end of a file, and forgets the error with the next call. One that it
+// remembers from elsewhere is no concern of a reader without a file.
+void AudioFileReader::checkRead()
+{
+    SNDFILE* pFile = toSoundFile(m_pFile.get());
+    if (m_bReadError || pFile == nullptr || sf_error(pFile) != SF_ERR_SYSTEM)
+        return;
+    m_bReadError = true;
+    CORVANA_LOG_ERROR(getLogger(), "Could not read on, " << lastReadError(pFile) << " : " << m_strFileName);
 }
 
 bool AudioFileReader::gotoStart()

@@ -208,8 +208,8 @@ try {
                                   m_strPath);
         }
     }
-    m_log.endInput();
     const std::string strFault = checkEnd();
+    m_log.endInput();
     if (strFault.empty() && uiNbOfRows == 0)
         m_messages.inputWarning(m_strPath, "shorter than one window of " + std::to_string(m_options.m_uiWindowMs) +
                                                " ms: no rows");
@@ -279,13 +279,16 @@ std::string RecordingAnalysis::rowFault(bool in_bComputed, std::size_t in_uiNbOf
     return strReason.empty() ? strWhere : strWhere + ": " + strReason;
 }
 
-// A read error looks like the end of the file to the reader; the frames that are missing betray it.
-std::string RecordingAnalysis::checkEnd() const
+// Where the length is known, missing frames betray also a file that was cut; a pipe has only its errors.
+std::string RecordingAnalysis::checkEnd()
 {
-    if (!m_bLengthKnown || m_pSource->getNbOfSamplesRead() >= m_pSource->getNbOfSamples())
+    const bool bCut = m_bLengthKnown && m_pSource->getNbOfSamplesRead() < m_pSource->getNbOfSamples();
+    if (!bCut && !m_pSource->hasReadError())
         return {};
-    return "breaks off: " + std::to_string(m_pSource->getNbOfSamplesRead()) + " of " +
-           std::to_string(m_pSource->getNbOfSamples()) + " frames could be read";
+    const std::string strReason = m_pSource->hasReadError() ? m_log.takeErrors() : std::string();
+    return "breaks off: " + std::to_string(m_pSource->getNbOfSamplesRead()) +
+           (m_bLengthKnown ? " of " + std::to_string(m_pSource->getNbOfSamples()) : std::string()) +
+           " frames could be read" + (strReason.empty() ? std::string() : ": " + strReason);
 }
 
 double RecordingAnalysis::fractionRead() const

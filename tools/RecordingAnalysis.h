@@ -89,7 +89,7 @@ private:
     std::string addFormulas(RowWriter& inout_writer, const Math::DoubleVector& in_vWindow, double in_dEndTime,
                             std::vector<Math::Xpr::Expression>& inout_vExpressions);
     std::string rowFault(bool in_bComputed, std::size_t in_uiNbOfValues, double in_dEndTime);
-    std::string checkEnd() const;
+    std::string checkEnd();
     std::string outOfMemory() const;
     double fractionRead() const;
     double secondsRead() const;

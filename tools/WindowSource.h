@@ -27,6 +27,8 @@ public:
     /// As the source says, and as were really there.
     virtual unsigned long getNbOfSamples() const = 0;
     virtual unsigned long getNbOfSamplesRead() const = 0;
+    /// Whether reading failed, so that samples are missing, after a message of the library.
+    virtual bool hasReadError() const = 0;
 };
 
 /// A recording. Counts what really came, for files that break off.
@@ -43,6 +45,7 @@ public:
     unsigned long getRate() const override { return getSampleRate(); }
     unsigned long getNbOfSamples() const override { return getNbOfFrames(); }
     unsigned long getNbOfSamplesRead() const override { return m_uiNbOfFramesRead; }
+    bool hasReadError() const override { return WindowedAudioFileReader::hasReadError(); }
 
 private:
     bool getNextLinearFrames(Math::DoubleVector& out_vFrames) override;
@@ -62,6 +65,7 @@ public:
     unsigned long getRate() const override { return m_uiSampleRate; }
     unsigned long getNbOfSamples() const override { return m_samples.size(); }
     unsigned long getNbOfSamplesRead() const override { return m_uiNbOfSamplesRead; }
+    bool hasReadError() const override { return false; }
 
 private:
     std::span<const double> m_samples;

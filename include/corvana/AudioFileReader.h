@@ -30,8 +30,12 @@ public:
     /// Opens a file, after closing the one that was open. False, with no file open: it cannot be opened, or it is not
     /// mono; the reason is logged at error level. A chunk too large for memory throws std::bad_alloc.
     virtual bool setSourceAudioFile(const char* in_szFileName);
-    /// True from the read that met the end of the file, until the next seek.
+    /// True from the read that met the end of the file, or could not go on, until the next seek.
     bool atEnd() const { return m_bAtEnd; }
+    /// True from the read that the system failed, which also logged the reason at error level, until the next seek or
+    /// open: then the recording breaks off at its end, or frames in between may be missing. What was read before is
+    /// right.
+    bool hasReadError() const { return m_bReadError; }
     /// Back to the first frame; a file that cannot seek is closed and opened again.
     virtual bool gotoStart();
     /// To the frame nearest to a time in seconds. False: the file cannot seek, or the time lies outside it. Without an
@@ -68,6 +72,7 @@ private:
     // Into the read buffer; returns how many frames.
     unsigned long read();
     unsigned long readShorts();
+    void checkRead();
 
     Math::DoubleVector m_vReadBuffer; // handed out with each chunk, against the caller's last one
     unsigned long m_uiFramePosition = 0;
@@ -80,6 +85,7 @@ private:
     unsigned long m_uiNbOfFrames = 0;
     int m_iFormat = 0;
     bool m_bAtEnd = false;
+    bool m_bReadError = false;
     bool m_bInShorts = false;
     std::vector<short> m_vShorts;
 };

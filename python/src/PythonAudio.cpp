@@ -30,10 +30,18 @@ void openOrThrow(Audio::AudioFileReader& inout_reader, const std::string& in_str
         throw Error(in_strPath + ": " + log.errors());
 }
 
+// Frames that came are handed out first.
+void checkReading(const Audio::AudioFileReader& in_reader, const std::string& in_strPath)
+{
+    if (in_reader.hasReadError())
+        throw Error(in_strPath + ": could not be read to its end");
+}
+
 class Reader
 {
 public:
     Reader(const std::string& in_strPath, unsigned long in_uiNbOfFrames)
+        : m_strPath(in_strPath)
     {
         if (in_uiNbOfFrames == 0)
             throw py::value_error("chunk_frames must be at least 1");
@@ -49,8 +57,10 @@ public:
             const py::gil_scoped_release leavesPython;
             m_reader.getNextLinearFrames(vFrames);
         }
-        if (vFrames.empty())
+        if (vFrames.empty()) {
+            checkReading(m_reader, m_strPath);
             throw py::stop_iteration();
+        }
         return toArray(std::move(vFrames));
     }
 
@@ -62,6 +72,7 @@ public:
             const py::gil_scoped_release leavesPython;
             m_reader.getAllLinearFrames(vFrames);
         }
+        checkReading(m_reader, m_strPath);
         return toArray(std::move(vFrames));
     }
 
@@ -82,6 +93,7 @@ public:
     const Audio::AudioFileReader& get() const { return m_reader; }
 
 private:
+    const std::string m_strPath;
     Audio::AudioFileReader m_reader;
 };
 
@@ -90,6 +102,7 @@ class WindowReader
 public:
     WindowReader(const std::string& in_strPath, unsigned long in_uiWindowMs, unsigned long in_uiOverlapMs,
                  bool in_bSuppressDC)
+        : m_strPath(in_strPath)
     {
         constexpr unsigned long uiFramesOfChunk = 16384;
         openOrThrow(m_reader, in_strPath);
@@ -116,8 +129,10 @@ public:
             const py::gil_scoped_release leavesPython;
             bMore = m_reader.getNextWindow(vWindow);
         }
-        if (!bMore)
+        if (!bMore) {
+            checkReading(m_reader, m_strPath);
             throw py::stop_iteration();
+        }
         return toArray(std::move(vWindow));
     }
 
@@ -125,6 +140,7 @@ public:
     unsigned long getSampleRate() const { return m_reader.getSampleRate(); }
 
 private:
+    const std::string m_strPath;
     Audio::WindowedAudioFileReader m_reader;
 };
 

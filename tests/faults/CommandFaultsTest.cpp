@@ -50,8 +50,9 @@ struct FaultyCommand
 {
     std::string m_strName;
     std::vector<std::string> m_vArguments;
-    std::string m_strInput{}; ///< what standard input comes from
-    bool m_bPipe = false;     ///< results go to a pipe
+    std::string m_strInput{};  ///< what standard input comes from
+    bool m_bPipe = false;      ///< results go to a pipe
+    bool m_bInputPipe = false; ///< and standard input comes from one
 };
 
 std::ostream& operator<<(std::ostream& out_stream, const FaultyCommand& in_command)
@@ -68,6 +69,7 @@ std::vector<FaultyCommand> commands()
         {"FeaturesOverAFormerFile", {"features", "--format", "jsonl", "-o", "@/former.csv", "@/a.wav"}},
         {"FeaturesOfAList", {"features", "--labels", "--list", "@/list.txt"}},
         {"FeaturesOfStandardInput", {"features", "-"}, "a.wav"},
+        {"FeaturesOfAPipe", {"features", "--expr", "n=mean(x)", "-"}, "a.wav", false, true},
         {"FeaturesWithSavedSettings", {"features", "--save-config", "@/settings.xml", "@/a.wav"}},
         {"Eval", {"eval", "mean(x)", "@/a.wav"}},
         {"Info", {"info", "@/a.wav", "@/b.wav"}},
@@ -108,7 +110,7 @@ protected:
         if (!TracedCommand::isPossible())
             GTEST_SKIP() << "strace is not installed, or nothing may be traced here";
         m_pCommand = std::make_unique<TracedCommand>(GetParam().m_vArguments, files());
-        m_pCommand->setInput(GetParam().m_strInput);
+        m_pCommand->setInput(GetParam().m_strInput, GetParam().m_bInputPipe);
         if (GetParam().m_bPipe)
             m_pCommand->setOutputToPipe();
         m_expected = m_pCommand->run();
@@ -302,7 +304,39 @@ TEST_P(UnreadableRecording, IsToldWhereverReadingFails)
     EXPECT_GT(uiNbOfReads, 10U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, UnreadableRecording, testing::Values(FaultyCommand{"Info", {"info", "@/a.wav"}}),
+INSTANTIATE_TEST_SUITE_P(Of, UnreadableRecording,
+                         testing::Values(FaultyCommand{"Info", {"info", "@/a.wav"}},
+                                         FaultyCommand{"FeaturesOfStandardInput", {"features", "-"}, "a.wav"},
+                                         FaultyCommand{"FeaturesOfAPipe", {"features", "-"}, "a.wav", false, true}),
+                         [](const auto& in_info) { return in_info.param.m_strName; });
+
+// What a pipe delivers has no length that would betray it.
+class BrokenPipeOfAudio : public CommandFaultsTest
+{
+};
+
+TEST_P(BrokenPipeOfAudio, IsToldWhenReadingFailsBehindSomeRows)
+{
+    const std::vector<Call> vCalls = m_pCommand->trace();
+    const auto itLast = std::find_if(vCalls.rbegin(), vCalls.rend(), [](const Call& in_call) {
+        return in_call.m_strName == "read" && in_call.m_strText.starts_with("read(0<") &&
+               !in_call.m_strText.ends_with(" = 0");
+    });
+    ASSERT_NE(itLast, vCalls.rend());
+
+    const RunResult run = m_pCommand->runWith("read:error=EIO:when=" + std::to_string(itLast->m_uiNumber) + "+");
+
+    EXPECT_TRUE(run.m_bInjected);
+    EXPECT_EQ(run.m_iCode, 1) << run.m_strMessages;
+    EXPECT_TRUE(run.m_strMessages.starts_with("corvana: -: breaks off: ")) << run.m_strMessages;
+    EXPECT_NE(run.m_strMessages.find(std::strerror(EIO)), std::string::npos) << run.m_strMessages;
+    EXPECT_TRUE(isPartOf(run.m_strData, m_expected.m_strData));
+    EXPECT_GT(std::count(run.m_strData.begin(), run.m_strData.end(), '\n'), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, BrokenPipeOfAudio,
+                         testing::Values(FaultyCommand{"Features", {"features", "-"}, "a.wav", false, true},
+                                         FaultyCommand{"Eval", {"eval", "mean(x)", "-"}, "a.wav", false, true}),
                          [](const auto& in_info) { return in_info.param.m_strName; });
 
 // A run that is killed before a system call, which is also after the one before it.

@@ -50,6 +50,17 @@ std::string readAll(int in_iDescriptor)
     return strAll;
 }
 
+// Takes the place of a descriptor by a pipe that holds a few bytes, and nobody writes to any more.
+void openPipeWith(const std::string& in_strBytes, int in_iAs)
+{
+    int aiPipe[2];
+    if (pipe2(aiPipe, O_CLOEXEC | O_NONBLOCK) != 0 ||
+        write(aiPipe[1], in_strBytes.data(), in_strBytes.size()) != static_cast<ssize_t>(in_strBytes.size()) ||
+        fcntl(aiPipe[0], F_SETFL, 0) != 0 || dup2(aiPipe[0], in_iAs) < 0)
+        _exit(126);
+    close(aiPipe[1]);
+}
+
 // What the tests are about: files, and what becomes of them.
 bool isAboutFiles(const std::string& in_strName)
 {
@@ -127,7 +138,10 @@ int TracedCommand::execute(const std::vector<std::string>& in_vCommand, std::str
         setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
         if (chdir(m_dir.path().c_str()) != 0)
             _exit(126);
-        open(m_strInput.empty() ? "/dev/null" : m_strFolder + "/" + m_strInput, O_RDONLY, STDIN_FILENO);
+        if (m_bInputPipe)
+            openPipeWith(bytesOf(m_strFolder + "/" + m_strInput), STDIN_FILENO);
+        else
+            open(m_strInput.empty() ? "/dev/null" : m_strFolder + "/" + m_strInput, O_RDONLY, STDIN_FILENO);
         if (m_bPipe)
             dup2(aiPipe[1], STDOUT_FILENO);
         else

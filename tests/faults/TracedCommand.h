@@ -55,8 +55,12 @@ public:
     void rewriteFiles() const;
     Files files() const;
     const std::string& folder() const { return m_strFolder; }
-    /// A file that standard input comes from, in the folder; else it is empty.
-    void setInput(const std::string& in_strName) { m_strInput = in_strName; }
+    /// A file that standard input comes from, in the folder; else it is empty. Through a pipe: a short one.
+    void setInput(const std::string& in_strName, bool in_bThroughPipe = false)
+    {
+        m_strInput = in_strName;
+        m_bInputPipe = in_bThroughPipe;
+    }
     /// Results go to a pipe, or to this path, instead of a file.
     void setOutputToPipe() { m_bPipe = true; }
     void setOutput(const std::string& in_strPath) { m_strOutput = in_strPath; }
@@ -75,6 +79,7 @@ private:
     std::string m_strInput;
     std::string m_strOutput;
     bool m_bPipe = false;
+    bool m_bInputPipe = false;
 };
 
 } // namespace Corvana::Test

@@ -1,5 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
+import os
 import pathlib
+import subprocess
+import sys
 
 import numpy as np
 import pytest
@@ -44,6 +47,31 @@ def test_goes_to_a_time(call):
     assert (next(reader) == samples[98400:98410]).all()
     with pytest.raises(corvana.Error, match="gotoAudioTime"):
         reader.seek(-1.0)
+
+
+def test_raises_when_a_recording_cannot_be_read_to_its_end(call):
+    # A pipe that is not waited for fails to be read where nothing has been written yet.
+    read_end, write_end = os.pipe()
+    os.set_blocking(read_end, False)
+    os.write(write_end, call.read_bytes()[:5000])
+    for expression in ('corvana.Reader("-", chunk_frames=100)', 'corvana.windows("-")'):
+        program = f"""
+import corvana
+count = 0
+try:
+    for frames in {expression}:
+        count += len(frames)
+    print("ended")
+except corvana.Error as error:
+    print(count > 0, error)
+"""
+        done = subprocess.run(
+            [sys.executable, "-c", program], stdin=read_end, check=True, capture_output=True, text=True
+        )
+        assert done.stdout == "True -: could not be read to its end\n"
+        os.write(write_end, call.read_bytes()[:5000])
+    os.close(read_end)
+    os.close(write_end)
 
 
 def test_raises_why_a_recording_cannot_be_opened(tmp_path):
