@@ -132,9 +132,11 @@ Decimal shortestDecimal(std::uint64_t in_uiFraction, int in_iBiasedExponent)
     const std::uint64_t uiMiddle = 4 * uiBelow + 2;
     const bool bNearerAbove = (uiNumber > uiMiddle) | ((uiNumber == uiMiddle) & (uiBelow % 2 != 0));
     const std::uint64_t uiTens = uiTensBelow + (bTensAbove ? 1 : 0);
-    const std::uint64_t uiOnes = uiBelow + ((bBelow != bAbove ? bAbove : bNearerAbove) ? 1 : 0);
+    const bool bOneOnly = bBelow != bAbove;
+    const std::uint64_t uiOnes = uiBelow + static_cast<std::uint64_t>((bOneOnly & bAbove) | (!bOneOnly & bNearerAbove));
     const bool bTens = bTensBelow != bTensAbove;
-    return {bTens ? uiTens : uiOnes, k + (bTens ? 1 : 0)};
+    const std::uint64_t uiAllIfTens = -static_cast<std::uint64_t>(bTens); // a mask, or compilers make a branch of it
+    return {uiOnes ^ ((uiOnes ^ uiTens) & uiAllIfTens), k + static_cast<int>(bTens)};
 }
 
 constexpr unsigned s_uiMaxDigits = 17;
