@@ -39,7 +39,7 @@ Hashes committedHashes()
     return hashes;
 }
 
-// The command is spared for all but the instruction set that the process chooses by itself.
+// Command and Python module are spared for all but the instruction set that the process chooses by itself.
 Hashes computeHashes()
 {
     const Test::TempDir folder;
@@ -49,8 +49,9 @@ Hashes computeHashes()
             continue;
         const Test::ScopedEnvironment environment("CORVANA_SIMD", Math::getSimdName(simd));
         const std::string strOutput = folder.file(Math::getSimdName(simd));
-        const char* const szProgram = simd == Math::getSimd() ? "'" CORVANA_PROGRAM "'" : "";
-        EXPECT_EQ(0, std::system(("'" CORVANA_DETERMINISM "' " + (szProgram + (" >'" + strOutput + "'"))).c_str()));
+        const char* const szPrograms =
+            simd == Math::getSimd() ? "'" CORVANA_PROGRAM "' \"" CORVANA_PYTHON_ROAD "\"" : "";
+        EXPECT_EQ(0, std::system(("'" CORVANA_DETERMINISM "' " + (szPrograms + (" >'" + strOutput + "'"))).c_str()));
         readHashes(strOutput, hashes);
     }
     return hashes;
@@ -81,8 +82,16 @@ TEST(Determinism, ComparesLibraryAndCommand)
 {
     const std::string strSimd = std::string("-") + Math::getSimdName();
     for (const char* szRoad : {"file", "push", "computer", "saved-computer", "computer-of-several", "command",
-                               "command-on-each", "command-by-windows"})
+                               "threads", "command-on-each", "command-by-windows"})
         EXPECT_TRUE(hashes().at("exact").contains(szRoad + strSimd)) << szRoad;
+}
+
+TEST(Determinism, ComparesThePythonModule)
+{
+    if (std::string(CORVANA_PYTHON_ROAD).empty())
+        GTEST_SKIP() << "the Python module is not built";
+    for (const char* szRoad : {"python", "python-samples"})
+        EXPECT_TRUE(hashes().at("exact").contains(std::string(szRoad) + "-" + Math::getSimdName())) << szRoad;
 }
 
 TEST(Determinism, WhatAsksNoMathLibraryIsTheSameEverywhere)

@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
+#include <future>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -265,7 +266,39 @@ BitHash hashComputerOfSeveral(const Road&, const Family& in_family, const Paths&
     return hashComputers(in_family, in_vPaths, makeComputer, computeSeveral);
 }
 
-// ---- The command
+// ---- Threads
+
+DoubleVector computeAlone(const Family& in_family, const std::string& in_strPath, const Cut& in_cut)
+{
+    const ComputerPtr pComputer = makeComputer(in_family);
+    Formulas formulas(in_family.m_vFormulas);
+    DoubleVector vAll;
+    for (const Window& window : readWindows(in_strPath, in_cut, 2)) {
+        DoubleVector vRow;
+        pComputer->setWindow(window.m_vSamples);
+        require(pComputer->computeFeatures(vRow), "computeFeatures()");
+        formulas.append(window.m_vSamples, vRow);
+        vAll.push_back(window.m_dEndTime);
+        vAll.insert(vAll.end(), vRow.begin(), vRow.end());
+    }
+    return vAll;
+}
+
+// Each recording and cut in a thread of its own, all at once.
+BitHash hashThreads(const Road&, const Family& in_family, const Paths& in_vPaths)
+{
+    std::vector<std::future<DoubleVector>> vThreads;
+    for (const Cut& cut : getCuts())
+        for (const std::string& strPath : in_vPaths)
+            vThreads.push_back(std::async(
+                std::launch::async, [&in_family, &strPath, &cut] { return computeAlone(in_family, strPath, cut); }));
+    BitHash hash;
+    for (std::future<DoubleVector>& thread : vThreads)
+        hash.add(thread.get());
+    return hash;
+}
+
+// ---- The command, and what takes its options
 
 std::string quoted(const std::string& in_strText)
 {
@@ -310,9 +343,9 @@ void hashTable(std::string_view in_strTable, BitHash& inout_hash)
 
 std::string makeCommand(const Road& in_road, const Cut& in_cut)
 {
-    return quoted(in_road.m_strProgram) + " features -q --window-ms " + std::to_string(in_cut.m_uiWindowMs) +
-           " --overlap-ms " + std::to_string(in_cut.m_uiOverlapMs) +
-           (in_cut.m_bSuppressOffset ? " --suppress-dc" : "") + in_road.m_strOptions;
+    return in_road.m_strProgram + " features -q --window-ms " + std::to_string(in_cut.m_uiWindowMs) + " --overlap-ms " +
+           std::to_string(in_cut.m_uiOverlapMs) + (in_cut.m_bSuppressOffset ? " --suppress-dc" : "") +
+           in_road.m_strOptions;
 }
 
 std::string makeCommand(const Road& in_road, const Cut& in_cut, const Family& in_family)
@@ -364,17 +397,22 @@ void BitHash::add(const Math::DoubleVector& in_vValues)
         add(dValue);
 }
 
-std::vector<Road> getRoads(const std::string& in_strProgram)
+std::vector<Road> getRoads(const std::string& in_strProgram, const std::string& in_strPython)
 {
     std::vector<Road> vRoads = {{"file", hashFiles, {}, {}},
                                 {"push", hashPushes, {}, {}},
                                 {"computer", hashComputer, {}, {}},
                                 {"saved-computer", hashSavedComputer, {}, {}},
-                                {"computer-of-several", hashComputerOfSeveral, {}, {}}};
+                                {"computer-of-several", hashComputerOfSeveral, {}, {}},
+                                {"threads", hashThreads, {}, {}}};
     if (!in_strProgram.empty()) {
-        vRoads.push_back({"command", hashCommand, {}, in_strProgram});
-        vRoads.push_back({"command-on-each", hashCommandSingly, {}, in_strProgram});
-        vRoads.push_back({"command-by-windows", hashCommand, " --read-factor 1", in_strProgram});
+        vRoads.push_back({"command", hashCommand, {}, quoted(in_strProgram)});
+        vRoads.push_back({"command-on-each", hashCommandSingly, {}, quoted(in_strProgram)});
+        vRoads.push_back({"command-by-windows", hashCommand, " --read-factor 1", quoted(in_strProgram)});
+    }
+    if (!in_strPython.empty()) {
+        vRoads.push_back({"python", hashCommand, {}, in_strPython});
+        vRoads.push_back({"python-samples", hashCommand, " --samples", in_strPython});
     }
     return vRoads;
 }

@@ -30,11 +30,12 @@ struct Road
     /// Throws std::runtime_error where the library or the command fails.
     BitHash (*m_pHash)(const Road& in_road, const Family& in_family, const std::vector<std::string>& in_vPaths);
     std::string m_strOptions; ///< of the command
-    std::string m_strProgram; ///< the command
+    std::string m_strProgram; ///< the command, as words of a shell
 };
 
-/// The roads through the library, then those through the program of this path, if there is one.
-std::vector<Road> getRoads(const std::string& in_strProgram);
+/// The roads through the library; those through the program of this path, if there is one; and those through what these
+/// words of a shell start in its place, if there are any: python-road.py.
+std::vector<Road> getRoads(const std::string& in_strProgram, const std::string& in_strPython);
 
 /// The features that have no name, and so can be reached from a program only: by windows from a file and pushed ones.
 std::vector<BitHash> hashUnnamedFeatures(const std::vector<std::string>& in_vPaths);
