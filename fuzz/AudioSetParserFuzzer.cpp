@@ -15,10 +15,22 @@
 namespace Corvana::Fuzz {
 namespace {
 
-// Looking for files is what takes the time, so most lists are walked one step only.
-constexpr std::size_t s_uiMaxSteps = 1;
-constexpr std::size_t s_uiOneInSo = 16;
-constexpr std::size_t s_uiMaxWalked = 1000;
+// Looking for files is what takes the time, a look or two for each folder of a path. So of most lists only the first
+// entry is looked for, and that only where its path is short. Which lists are walked to the end, their size decides;
+// most inputs of a fuzzer have the largest size, a power of two.
+constexpr std::ptrdiff_t s_iMaxSlashes = 4;
+
+bool isWalked(std::size_t in_uiSize, std::size_t in_uiNbOfEntries)
+{
+    return (in_uiSize % 16 == 0 && in_uiSize < 64) || (in_uiSize % 1024 == 80 && in_uiNbOfEntries <= 1000);
+}
+
+std::size_t nbOfStepsAtOnce(const std::vector<std::string>& in_vEntries)
+{
+    if (in_vEntries.empty())
+        return 0;
+    return std::count(in_vEntries[0].begin(), in_vEntries[0].end(), '/') <= s_iMaxSlashes ? 1 : 0;
+}
 
 // One file for all inputs, beside which relative entries are looked for.
 const char* write(std::string_view in_strList)
@@ -61,7 +73,7 @@ void requireResolved(const char* in_szPath, const std::string& in_strEntry)
 
 void requireWalk(Audio::AudioSetParser& inout_parser, const std::vector<std::string>& in_vEntries, bool in_bToTheEnd)
 {
-    const std::size_t uiEnd = in_bToTheEnd ? in_vEntries.size() : std::min(in_vEntries.size(), s_uiMaxSteps);
+    const std::size_t uiEnd = in_bToTheEnd ? in_vEntries.size() : nbOfStepsAtOnce(in_vEntries);
     for (std::size_t uiEntry = 0; uiEntry < uiEnd; ++uiEntry) {
         requireResolved(inout_parser.getNextAudioFile(), in_vEntries[uiEntry]);
         CORVANA_FUZZ_REQUIRE(inout_parser.getCurrentEntry() == in_vEntries[uiEntry]);
@@ -87,7 +99,7 @@ void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSiz
     CORVANA_FUZZ_REQUIRE(parser.getNextAudioFile() == nullptr);
     CORVANA_FUZZ_REQUIRE(parser.setAudioSetFilename(szList));
     CORVANA_FUZZ_REQUIRE(parser.gotoFirstAudioFile() == !vEntries.empty());
-    const bool bToTheEnd = in_uiSize % s_uiOneInSo == 0 && vEntries.size() <= s_uiMaxWalked;
+    const bool bToTheEnd = isWalked(in_uiSize, vEntries.size());
     requireWalk(parser, vEntries, bToTheEnd);
     if (!bToTheEnd)
         return;
