@@ -3,7 +3,6 @@
 
 #include "corvana/NumberText.h"
 #include "corvana/OS.h"
-#include "tools/Termination.h"
 #include "tools/Text.h"
 
 #include <cerrno>
@@ -81,21 +80,21 @@ bool OutputFile::discard(int in_iError)
 {
     if (in_iError != 0 && in_iError != EPIPE && m_strFault.empty())
         m_strFault = printable(m_strPath) + ": " + std::strerror(in_iError);
-    if (!m_strTemporary.empty()) {
-        const Termination::Delay delay;
-        unlink(m_strTemporary.c_str());
-        Termination::setTemporaryFile("");
-        m_strTemporary.clear();
-    }
     closeDescriptor();
     return false;
 }
 
-void OutputFile::closeDescriptor()
+void OutputFile::stopWriting()
 {
     m_pStream = &m_callersStream;
     m_pOwnStream.reset();
     m_pBuffer.reset();
+}
+
+void OutputFile::closeDescriptor()
+{
+    stopWriting();
+    m_temporary.discard();
     if (m_iDescriptor >= 0)
         close(m_iDescriptor);
     m_iDescriptor = -1;
@@ -124,8 +123,10 @@ bool OutputFile::open(const std::string& in_strPath)
     // Renaming would replace a write-protected file without asking.
     if (bExists && access(m_strTarget.c_str(), W_OK) != 0)
         return discard(errno);
-    m_uiMode = bExists ? status.st_mode & 07777U : modeOfNewFiles();
-    return openTemporary();
+    if (!m_temporary.make(m_strTarget, bExists ? status.st_mode & 07777U : modeOfNewFiles()))
+        return discard(errno);
+    startWriting(m_temporary.getDescriptor());
+    return true;
 }
 
 bool OutputFile::openDescriptor(const std::string& in_strNumber)
@@ -136,7 +137,7 @@ bool OutputFile::openDescriptor(const std::string& in_strNumber)
     m_iDescriptor = fcntl(static_cast<int>(uiNumber), F_DUPFD_CLOEXEC, 3);
     if (m_iDescriptor < 0)
         return discard(errno);
-    startWriting();
+    startWriting(m_iDescriptor);
     return true;
 }
 
@@ -145,37 +146,13 @@ bool OutputFile::openDirectly(const std::string& in_strPath)
     m_iDescriptor = ::open(in_strPath.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     if (m_iDescriptor < 0)
         return discard(errno);
-    startWriting();
+    startWriting(m_iDescriptor);
     return true;
 }
 
-bool OutputFile::openTemporary()
+void OutputFile::startWriting(int in_iDescriptor)
 {
-    if (!makeTemporary())
-        return discard(errno);
-    if (fchmod(m_iDescriptor, m_uiMode) != 0)
-        return discard(errno);
-    startWriting();
-    return true;
-}
-
-bool OutputFile::makeTemporary()
-{
-    std::string strName = folderOf(m_strTarget) + "/.corvana-XXXXXX";
-    const Termination::Delay delay; // no file without someone who removes it
-    m_iDescriptor = mkostemp(strName.data(), O_CLOEXEC);
-    if (m_iDescriptor < 0)
-        return false;
-    m_strTemporary = std::move(strName); // which needs no memory: the file exists, and has to go with this object
-    if (Termination::setTemporaryFile(m_strTemporary))
-        return true;
-    errno = ENAMETOOLONG;
-    return false;
-}
-
-void OutputFile::startWriting()
-{
-    m_pBuffer = std::make_unique<FileDescriptorBuf>(m_iDescriptor);
+    m_pBuffer = std::make_unique<FileDescriptorBuf>(in_iDescriptor);
     m_pOwnStream = std::make_unique<std::ostream>(m_pBuffer.get());
     m_pStream = m_pOwnStream.get();
 }
@@ -184,9 +161,9 @@ std::string OutputFile::findAmong(const std::vector<std::string>& in_vPaths) con
 {
     const auto* pBuffer = dynamic_cast<const FileDescriptorBuf*>(m_pStream->rdbuf());
     struct stat written = {};
-    const int iResult = !m_strTemporary.empty() ? stat(m_strTarget.c_str(), &written)
-                        : pBuffer != nullptr    ? fstat(pBuffer->getDescriptor(), &written)
-                                                : -1;
+    const int iResult = m_temporary.isOpen() ? stat(m_strTarget.c_str(), &written)
+                        : pBuffer != nullptr ? fstat(pBuffer->getDescriptor(), &written)
+                                             : -1;
     if (iResult != 0 || !S_ISREG(written.st_mode))
         return {};
     for (const std::string& strPath : in_vPaths) {
@@ -202,28 +179,15 @@ bool OutputFile::commit()
     m_pStream->flush();
     if (!m_pStream->good())
         return discard(m_pBuffer == nullptr ? 0 : m_pBuffer->getError());
-    if (m_strTemporary.empty()) {
-        if (m_iDescriptor < 0)
-            return true;
-        const int iDescriptor = std::exchange(m_iDescriptor, -1);
-        const int iError = close(iDescriptor) == 0 ? 0 : errno;
-        closeDescriptor();
-        return iError == 0 || discard(iError);
+    if (m_temporary.isOpen()) {
+        stopWriting();
+        return (m_temporary.replace() && OS::syncFolder(folderOf(m_strTarget).c_str())) || discard(errno);
     }
-    if (fsync(m_iDescriptor) != 0)
-        return discard(errno);
-    // A network file system may tell only here that there was no room.
-    m_pOwnStream.reset();
-    m_pBuffer.reset();
-    m_pStream = &m_callersStream;
-    if (close(std::exchange(m_iDescriptor, -1)) != 0 || rename(m_strTemporary.c_str(), m_strTarget.c_str()) != 0)
-        return discard(errno);
-    {
-        const Termination::Delay delay;
-        Termination::setTemporaryFile("");
-        m_strTemporary.clear();
-    }
-    return OS::syncFolder(folderOf(m_strTarget).c_str()) || discard(errno);
+    if (m_iDescriptor < 0)
+        return true;
+    const int iError = close(std::exchange(m_iDescriptor, -1)) == 0 ? 0 : errno;
+    closeDescriptor();
+    return iError == 0 || discard(iError);
 }
 
 std::string OutputFile::getFault() const

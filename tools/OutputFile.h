@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/FileDescriptorBuf.h"
+#include "tools/TemporaryFile.h"
 
 #include <memory>
 #include <ostream>
@@ -10,9 +11,9 @@
 
 namespace Corvana::Tools {
 
-/// Where results go. A named file is written under a temporary name in its folder and takes its name only when all of
-/// it is on the disk, so that nobody ever reads half a result and a failure leaves the former file as it was; a
-/// symbolic link stays, its target is replaced. Pipes, devices and standard output are written directly.
+/// Where results go. A named file is written without a name in its folder and gets its name only when all of it is on
+/// the disk, so that nobody ever reads half a result and a failure leaves the former file as it was; a symbolic link
+/// stays, its target is replaced. Pipes, devices and standard output are written directly.
 class OutputFile
 {
 public:
@@ -40,20 +41,18 @@ public:
 private:
     bool openDirectly(const std::string& in_strPath);
     bool openDescriptor(const std::string& in_strNumber);
-    bool openTemporary();
-    bool makeTemporary();
-    void startWriting();
+    void startWriting(int in_iDescriptor);
+    void stopWriting();
     void closeDescriptor();
     bool discard(int in_iError);
     bool discardWith(const std::string& in_strFault);
 
     std::ostream& m_callersStream;
     std::ostream* m_pStream;
-    std::string m_strPath;      // as given
-    std::string m_strTarget;    // behind symbolic links
-    std::string m_strTemporary; // empty: written directly
-    unsigned m_uiMode = 0;
-    int m_iDescriptor = -1;
+    std::string m_strPath;     // as given
+    std::string m_strTarget;   // behind symbolic links
+    TemporaryFile m_temporary; // not open: written directly
+    int m_iDescriptor = -1;    // written directly
     std::unique_ptr<FileDescriptorBuf> m_pBuffer;
     std::unique_ptr<std::ostream> m_pOwnStream;
     std::string m_strFault;

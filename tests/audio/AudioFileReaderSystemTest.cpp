@@ -131,7 +131,8 @@ TEST_P(AudioFileReaderSystemTest, HandsOutTheWindowsBeforeAReadError)
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, AudioFileReaderSystemTest,
-                         testing::Values(Corvana::Test::WAV_PCM16, Corvana::Test::WAV_ULAW, Corvana::Test::WAV_DOUBLE, Corvana::Test::AU_PCM16),
+                         testing::Values(Corvana::Test::WAV_PCM16, Corvana::Test::WAV_ULAW, Corvana::Test::WAV_DOUBLE,
+                                         Corvana::Test::AU_PCM16),
                          [](const auto& in_info) { return "Format" + std::to_string(in_info.index); });
 
 } // namespace

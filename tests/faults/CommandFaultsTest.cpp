@@ -231,8 +231,9 @@ protected:
     // standard streams read is told in theirs.
     static bool isWriting(const Call& in_call)
     {
-        static const std::set<std::string> s_names = {"write",  "writev",    "pwrite64",  "fsync",    "fdatasync",
-                                                      "rename", "renameat2", "ftruncate", "truncate", "mkdir"};
+        static const std::set<std::string> s_names = {"write",     "writev", "pwrite64",  "fsync",
+                                                      "fdatasync", "rename", "renameat2", "ftruncate",
+                                                      "truncate",  "mkdir",  "linkat"};
         return s_names.contains(in_call.m_strName);
     }
 
@@ -350,19 +351,25 @@ protected:
         const RunResult run = m_pCommand->runWith(strFault);
         EXPECT_EQ(run.m_iCode, -SIGKILL);
         expectNothingHalfWritten(run);
+        EXPECT_TRUE(!hasTemporary(run.m_files) || mayLeaveTemporary(in_call)) << "leaves a temporary file";
         m_bAnyOld = m_bAnyOld || withoutTemporaries(run.m_files) == files();
         m_bAnyNew = m_bAnyNew || withoutTemporaries(run.m_files) == m_expected.m_files;
         m_pCommand->rewriteFiles();
         const RunResult next = m_pCommand->run();
-        const bool bEdit = GetParam().m_strName == "Merge";
         EXPECT_EQ(next.m_iCode, 0) << next.m_strMessages;
         EXPECT_EQ(next.m_strData, m_expected.m_strData);
-        // The working copy of an edit goes with the next one. An unfinished table stays under its temporary name:
-        // nothing tells whether its run still goes on.
-        EXPECT_TRUE((bEdit ? next.m_files : withoutTemporaries(next.m_files)) == m_expected.m_files) << "the next run";
+        EXPECT_TRUE(next.m_files == m_expected.m_files) << "the next run";
         m_pCommand->restoreFiles();
     }
 
+    // An edit has a working copy as long as it takes. A table that replaces one has a name just before, but all the
+    // time where the file system knows no files without one.
+    bool mayLeaveTemporary(const Call& in_call) const
+    {
+        return GetParam().m_strName == "Merge" || in_call.m_strName == "rename" || !m_bUnnamed;
+    }
+
+    bool m_bUnnamed = false;
     bool m_bAnyOld = false;
     bool m_bAnyNew = false;
 };
@@ -371,13 +378,16 @@ TEST_P(KilledRun, LeavesTheOldOrTheNewFiles)
 {
     const std::vector<Call> vCalls = m_pCommand->trace();
     m_pCommand->restoreFiles();
+    m_bUnnamed =
+        std::any_of(vCalls.begin(), vCalls.end(), [](const Call& in_call) { return in_call.m_strName == "linkat"; });
     const std::size_t uiStride = isThorough() ? 1 : 11;
     unsigned uiNbOfRuns = 0;
     for (std::size_t uiIndex = 0; uiIndex < vCalls.size(); ++uiIndex) {
         // What gives a file its name, and what comes before and behind, is always among them.
         const auto isNaming = [&](std::size_t in_uiIndex) {
             return in_uiIndex < vCalls.size() &&
-                   (vCalls[in_uiIndex].m_strName.starts_with("rename") || vCalls[in_uiIndex].m_strName == "unlink");
+                   (vCalls[in_uiIndex].m_strName.starts_with("rename") || vCalls[in_uiIndex].m_strName == "unlink" ||
+                    vCalls[in_uiIndex].m_strName == "linkat");
         };
         if (uiIndex % uiStride == 0 || isNaming(uiIndex) || isNaming(uiIndex - 1) || isNaming(uiIndex + 1)) {
             check(vCalls[uiIndex]);
@@ -394,7 +404,59 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(FaultyCommand{"FeaturesIntoANewFile", {"features", "-o", "@/new.csv", "@/a.wav"}},
                     FaultyCommand{"FeaturesOverAFormerFile", {"features", "-o", "@/former.csv", "@/a.wav", "@/b.wav"}},
                     FaultyCommand{"Merge", {"annotations", "merge", "@/a.wav", "@/b.wav"}},
-                    FaultyCommand{"ExportIntoAFile", {"annotations", "export", "-o", "@/former.csv", "@/a.wav"}}),
+                    FaultyCommand{"ExportIntoAFile", {"annotations", "export", "-o", "@/former.csv", "@/a.wav"}},
+                    FaultyCommand{"FeaturesWithSavedSettings",
+                                  {"features", "--save-config", "@/former.csv", "@/a.wav"}}),
+    [](const auto& in_info) { return in_info.param.m_strName; });
+
+// Where no file can be without a name.
+class NamedTemporary : public CommandFaultsTest
+{
+protected:
+    // The call that would make a file without one.
+    std::string refusal()
+    {
+        for (const Call& call : m_pCommand->trace())
+            if (call.m_strName == "openat" && call.m_strText.find("O_TMPFILE") != std::string::npos) {
+                m_pCommand->restoreFiles();
+                return "openat:error=EOPNOTSUPP:when=" + std::to_string(call.m_uiNumber);
+            }
+        return {};
+    }
+};
+
+TEST_P(NamedTemporary, GivesTheSameResults)
+{
+    const RunResult run = m_pCommand->runWith(refusal());
+    EXPECT_TRUE(run.m_bInjected);
+    EXPECT_EQ(run.m_iCode, 0) << run.m_strMessages;
+    EXPECT_TRUE(run.m_files == m_expected.m_files);
+}
+
+TEST_P(NamedTemporary, IsRemovedWhenASignalEndsItsRun)
+{
+    const RunResult run = m_pCommand->runWith(refusal(), "fsync:signal=TERM:when=1");
+    EXPECT_EQ(run.m_iCode, -SIGTERM);
+    EXPECT_TRUE(run.m_files == files());
+}
+
+TEST_P(NamedTemporary, IsRemovedByTheNextRunWhenItsOwnIsKilled)
+{
+    const RunResult run = m_pCommand->runWith(refusal(), "fsync:signal=KILL:when=1");
+    EXPECT_EQ(run.m_iCode, -SIGKILL);
+    EXPECT_TRUE(hasTemporary(run.m_files));
+    EXPECT_TRUE(withoutTemporaries(run.m_files) == files());
+
+    const RunResult next = m_pCommand->run();
+
+    EXPECT_EQ(next.m_iCode, 0) << next.m_strMessages;
+    EXPECT_TRUE(next.m_files == m_expected.m_files);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, NamedTemporary,
+    testing::Values(FaultyCommand{"FeaturesIntoANewFile", {"features", "-o", "@/new.csv", "@/a.wav"}},
+                    FaultyCommand{"FeaturesOverAFormerFile", {"features", "-o", "@/former.csv", "@/a.wav"}}),
     [](const auto& in_info) { return in_info.param.m_strName; });
 
 // The program itself, without memory: main() and what libraries do there, too.

@@ -180,12 +180,17 @@ RunResult TracedCommand::runBehind(const std::vector<std::string>& in_vWords)
     return runAs(vAll);
 }
 
-RunResult TracedCommand::runWith(const std::string& in_strFault)
+RunResult TracedCommand::runWith(const std::string& in_strFault, const std::string& in_strOtherFault)
 {
-    const std::string strName = in_strFault.substr(0, in_strFault.find(':'));
-    std::vector<std::string> vTracer{
-        "strace", "-f", "-qq", "-o", path("trace"), "-e", "trace=" + strName, "-e", "inject=" + in_strFault};
-    if (in_strFault.find(":signal=") == std::string::npos)
+    const auto nameIn = [](const std::string& in_str) { return in_str.substr(0, in_str.find(':')); };
+    std::string strNames = nameIn(in_strFault);
+    std::vector<std::string> vTracer{"strace", "-f", "-qq", "-o", path("trace"), "-e", "inject=" + in_strFault};
+    if (!in_strOtherFault.empty()) {
+        vTracer.insert(vTracer.end(), {"-e", "inject=" + in_strOtherFault});
+        strNames += "," + nameIn(in_strOtherFault);
+    }
+    vTracer.insert(vTracer.end(), {"-e", "trace=" + strNames});
+    if ((in_strFault + in_strOtherFault).find(":signal=") == std::string::npos)
         vTracer.emplace_back("--seccomp-bpf"); // which is faster, and lets no signal through
     RunResult run = runBehind(vTracer);
     run.m_bInjected = run.m_iCode == -SIGKILL || bytesOf(path("trace")).find("(INJECTED)") != std::string::npos;

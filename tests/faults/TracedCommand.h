@@ -42,8 +42,8 @@ public:
 
     /// Without faults.
     RunResult run() { return runAs(command()); }
-    /// With a fault such as "read:error=EIO:when=3".
-    RunResult runWith(const std::string& in_strFault);
+    /// With a fault such as "read:error=EIO:when=3", and another one of another call.
+    RunResult runWith(const std::string& in_strFault, const std::string& in_strOtherFault = {});
     /// With these words before the program's name.
     RunResult runBehind(const std::vector<std::string>& in_vWords);
     /// The calls of the main thread that have to do with the files, the folder or the standard streams.

@@ -7,10 +7,15 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <climits>
+#include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -20,6 +25,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 
 std::string contentsOf(const std::string& in_strPath)
 {
@@ -93,6 +99,95 @@ TEST_F(OutputFileTest, LeavesTheFormerFileWhenNotCommitted)
     }
     EXPECT_EQ(contentsOf(m_dir.file("out.csv")), "former");
     EXPECT_THAT(namesIn(m_dir.path()), ElementsAre("out.csv"));
+}
+
+TEST_F(OutputFileTest, LeavesNothingWhenTheProgramIsKilled)
+{
+    const int iUnnamed = ::open(m_dir.path().c_str(), O_TMPFILE | O_WRONLY, 0600);
+    if (iUnnamed < 0)
+        GTEST_SKIP() << "this file system knows no files without a name";
+    close(iUnnamed);
+    m_dir.write("out.csv", "former");
+    for (const char* szName : {"out.csv", "new.csv"}) {
+        const pid_t iChild = fork();
+        if (iChild == 0) {
+            OutputFile output(m_callersStream);
+            const bool bOpened = output.open(m_dir.file(szName));
+            output.stream() << "new" << std::flush;
+            if (bOpened)
+                raise(SIGKILL);
+            _exit(0);
+        }
+        int iStatus = 0;
+        ASSERT_EQ(waitpid(iChild, &iStatus, 0), iChild);
+        EXPECT_TRUE(WIFSIGNALED(iStatus));
+    }
+    EXPECT_EQ(contentsOf(m_dir.file("out.csv")), "former");
+    EXPECT_THAT(namesIn(m_dir.path()), ElementsAre("out.csv"));
+}
+
+TEST_F(OutputFileTest, RemovesWhatAKilledProgramLeft)
+{
+    m_dir.write(".corvana-Az09zZ", "unfinished");
+    OutputFile output(m_callersStream);
+    EXPECT_TRUE(output.open(m_dir.file("out.csv")) && output.commit());
+    EXPECT_THAT(namesIn(m_dir.path()), ElementsAre("out.csv"));
+}
+
+TEST_F(OutputFileTest, LeavesWhatAnotherProgramWritesAndFilesOfOtherNames)
+{
+    const std::vector<std::string> vNames = {
+        ".corvana-abc12", ".corvana-abc1234", ".corvana-abc-23", ".corvana-edit-a.wav-abc123",
+        ".corvana-edit-", "corvana-abc123",   "x.corvana-abc123"};
+    for (const std::string& strName : vNames)
+        m_dir.write(strName, "not ours");
+    std::filesystem::create_directory(m_dir.file(".corvana-folder"));
+    std::filesystem::create_symlink("corvana-abc123", m_dir.file(".corvana-symbol"));
+    const int iOther = ::open(m_dir.write(".corvana-locked", "unfinished").c_str(), O_RDWR);
+    ASSERT_EQ(flock(iOther, LOCK_EX), 0);
+
+    OutputFile output(m_callersStream);
+    EXPECT_TRUE(output.open(m_dir.file("out.csv")) && output.commit());
+
+    std::vector<std::string> vExpected = vNames;
+    vExpected.insert(vExpected.end(), {".corvana-folder", ".corvana-symbol", ".corvana-locked", "out.csv"});
+    EXPECT_THAT(namesIn(m_dir.path()), UnorderedElementsAreArray(vExpected));
+    close(iOther);
+}
+
+TEST_F(OutputFileTest, ReplacesAFileThatCameMeanwhile)
+{
+    OutputFile output(m_callersStream);
+    ASSERT_TRUE(output.open(m_dir.file("out.csv")));
+    output.stream() << "new";
+    m_dir.write("out.csv", "in between");
+
+    EXPECT_TRUE(output.commit());
+
+    EXPECT_EQ(contentsOf(m_dir.file("out.csv")), "new");
+    EXPECT_THAT(namesIn(m_dir.path()), ElementsAre("out.csv"));
+}
+
+TEST_F(OutputFileTest, LeavesNothingWhenTheNameCannotBeGiven)
+{
+    OutputFile output(m_callersStream);
+    ASSERT_TRUE(output.open(m_dir.file("out.csv")));
+    output.stream() << "new";
+    std::filesystem::create_directory(m_dir.file("out.csv"));
+
+    EXPECT_FALSE(output.commit());
+
+    EXPECT_EQ(output.getFault(), m_dir.file("out.csv") + ": Is a directory");
+    EXPECT_THAT(namesIn(m_dir.path()), ElementsAre("out.csv"));
+}
+
+TEST_F(OutputFileTest, RefusesAFolderWhosePathLeavesNoRoomForAName)
+{
+    const std::string strFolder = m_dir.path() + std::string(PATH_MAX - m_dir.path().size() - 5, '/');
+    OutputFile output(m_callersStream);
+    EXPECT_FALSE(output.open(strFolder + "a"));
+    EXPECT_THAT(output.getFault(), HasSubstr("File name too long"));
+    EXPECT_THAT(namesIn(m_dir.path()), ElementsAre());
 }
 
 TEST_F(OutputFileTest, GivesANewFileTheModeThatTheUserSets)

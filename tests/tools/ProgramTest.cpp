@@ -53,6 +53,17 @@ protected:
         Corvana::Test::writeSoundFile(m_dir.file(in_strName), Corvana::Test::noise(in_uiNbOfSamples), 8000,
                                       Corvana::Test::WAV_PCM16);
     }
+    // With a name or without one.
+    bool hasOpenFile(pid_t in_iProcess) const
+    {
+        std::error_code error;
+        for (const auto& entry :
+             std::filesystem::directory_iterator("/proc/" + std::to_string(in_iProcess) + "/fd", error))
+            if (std::filesystem::read_symlink(entry.path(), error).string().starts_with(m_dir.path() + "/"))
+                return true;
+        return false;
+    }
+
     std::vector<std::string> temporaryFiles() const
     {
         std::vector<std::string> vNames;
@@ -192,7 +203,7 @@ TEST_F(ProgramTest, LeavesNoTemporaryFileWhenASignalEndsIt)
                 execl(CORVANA_PROGRAM, CORVANA_PROGRAM, "features", "a.wav", "never", "-o", "out", nullptr);
             _exit(99);
         }
-        while (temporaryFiles().empty()) {
+        while (!hasOpenFile(iChild)) {
             ASSERT_EQ(waitpid(iChild, nullptr, WNOHANG), 0) << "ended too early";
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
