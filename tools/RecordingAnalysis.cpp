@@ -42,7 +42,7 @@ RecordingAnalysis::RecordingAnalysis(const WindowOptions& in_options, FeatureSet
     , m_messages(out_messages)
     , m_progress(out_progress)
 {
-    m_file.setChunkReadFactor(m_options.m_uiReadFactor);
+    m_file.setChunkReadFactor(std::max(1UL, m_options.m_uiReadFactor));
 }
 
 unsigned long RecordingAnalysis::getWindowRate() const
@@ -53,7 +53,7 @@ unsigned long RecordingAnalysis::getWindowRate() const
 std::string RecordingAnalysis::outOfMemory() const
 {
     return "not enough memory for windows of " + std::to_string(m_options.m_uiWindowMs) + " ms, " +
-           std::to_string(m_options.m_uiReadFactor) + " read at a time";
+           std::to_string(std::max(1UL, m_options.m_uiReadFactor)) + " read at a time";
 }
 
 std::string RecordingAnalysis::open(const std::string& in_strPath)
@@ -116,8 +116,10 @@ unsigned long RecordingAnalysis::readFactor() const
 {
     constexpr unsigned long uiFramesOfChunk = 16384;
     const unsigned long uiWindowSize = windowSamples(getWindowRate(), m_options.m_uiWindowMs);
-    if (m_options.m_uiReadFactor != 1 || !m_bLengthKnown || isMoreThanWarningsShown())
+    if (m_options.m_uiReadFactor != 0)
         return m_options.m_uiReadFactor;
+    if (!m_bLengthKnown || isMoreThanWarningsShown())
+        return 1;
     return std::max(1UL, uiFramesOfChunk / uiWindowSize);
 }
 

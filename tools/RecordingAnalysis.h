@@ -24,7 +24,7 @@ struct WindowOptions
     unsigned long m_uiWindowMs = 16;
     unsigned long m_uiOverlapMs = 0;
     bool m_bSuppressDC = false;
-    unsigned long m_uiReadFactor = 1;
+    unsigned long m_uiReadFactor = 0; ///< windows read at a time; 0: as many as are read well
     unsigned long m_uiSampleRate = 0; ///< 0: the rate of each recording
 };
 

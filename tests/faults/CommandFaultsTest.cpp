@@ -340,6 +340,30 @@ INSTANTIATE_TEST_SUITE_P(Of, BrokenPipeOfAudio,
                                          FaultyCommand{"Eval", {"eval", "mean(x)", "-"}, "a.wav", false, true}),
                          [](const auto& in_info) { return in_info.param.m_strName; });
 
+// How often the recording is read from: a piece of each of its 8 windows, or at once.
+class ReadFactor : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!TracedCommand::isPossible())
+            GTEST_SKIP() << "strace is not installed, or nothing may be traced here";
+    }
+
+    static long nbOfReads(const std::vector<std::string>& in_vArguments)
+    {
+        const std::vector<Call> vCalls = TracedCommand(in_vArguments, files()).trace();
+        return std::count_if(vCalls.begin(), vCalls.end(), [](const Call& in_call) {
+            return in_call.m_strName == "read" && in_call.m_strText.find("/a.wav>") != std::string::npos;
+        });
+    }
+};
+
+TEST_F(ReadFactor, HoldsAlsoWhenItIsOneAndGiven)
+{
+    EXPECT_GE(nbOfReads({"features", "--read-factor", "1", "@/a.wav"}), nbOfReads({"features", "@/a.wav"}) + 6);
+}
+
 // A run that is killed before a system call, which is also after the one before it.
 class KilledRun : public CommandFaultsTest
 {
