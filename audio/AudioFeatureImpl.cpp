@@ -559,13 +559,8 @@ bool RatiosFeature::compute(const DoubleVector& in_vInput, DoubleVector& out_vOu
     }
     // Who is above one threshold is above all lower ones: each class is what is above its own, less what is above the
     // one before. So nothing depends on a sample but counts.
-    const auto nbAbove = [&in_vInput](double in_dThreshold) {
-        return countWhere(in_vInput,
-                          [=](PairOfValues in_samples) { return absolute(in_samples) > bothOf(in_dThreshold); });
-    };
-    const unsigned long uiAboveLoud = nbAbove(dPeak / 5.0);
-    const unsigned long uiAboveMedium = nbAbove(dPeak / 10.0);
-    const unsigned long uiAboveQuiet = nbAbove(dPeak / 50.0);
+    const auto [uiAboveLoud, uiAboveMedium, uiAboveQuiet] =
+        countBeyond<3>(in_vInput, {dPeak / 5.0, dPeak / 10.0, dPeak / 50.0});
     for (const unsigned long uiCount :
          {uiAboveLoud, uiAboveMedium - uiAboveLoud, uiAboveQuiet - uiAboveMedium, in_vInput.size() - uiAboveQuiet})
         out_vOutput.push_back(shareOf(uiCount, in_vInput));

@@ -58,6 +58,26 @@ unsigned long countWhere(const Math::DoubleVector& in_vValues, ConditionT in_con
     return static_cast<unsigned long>(counts[0] + counts[1]);
 }
 
+/// How many values are farther from 0 than each of some thresholds, looked at once for all of them.
+template <std::size_t uiNbOfThresholds>
+std::array<unsigned long, uiNbOfThresholds> countBeyond(const Math::DoubleVector& in_vValues,
+                                                        const std::array<double, uiNbOfThresholds>& in_adThresholds)
+{
+    std::array<PairOfTruths, uiNbOfThresholds> aCounts{};
+    const double* pValue = in_vValues.begin();
+    for (; in_vValues.end() - pValue >= 2; pValue += 2) {
+        const PairOfValues values = absolute(load(pValue));
+        for (std::size_t uiIndex = 0; uiIndex < uiNbOfThresholds; ++uiIndex)
+            aCounts[uiIndex] -= values > bothOf(in_adThresholds[uiIndex]);
+    }
+    std::array<unsigned long, uiNbOfThresholds> auiCounts{};
+    for (std::size_t uiIndex = 0; uiIndex < uiNbOfThresholds; ++uiIndex) {
+        const bool bLast = pValue < in_vValues.end() && std::fabs(*pValue) > in_adThresholds[uiIndex];
+        auiCounts[uiIndex] = static_cast<unsigned long>(aCounts[uiIndex][0] + aCounts[uiIndex][1]) + (bLast ? 1 : 0);
+    }
+    return auiCounts;
+}
+
 /// The largest of what in_function makes of the values, or in_dFirst where nothing is larger. A NaN never is, and
 /// nothing is larger than a NaN.
 template <class FunctionT>
