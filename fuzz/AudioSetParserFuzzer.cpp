@@ -10,26 +10,24 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 namespace Corvana::Fuzz {
 namespace {
 
-// Looking for files is what takes the time, a look or two for each folder of a path. So of most lists only the first
-// entry is looked for, and that only where its path is short. Which lists are walked to the end, their size decides;
-// most inputs of a fuzzer have the largest size, a power of two.
-constexpr std::ptrdiff_t s_iMaxSlashes = 4;
+// Looking for files is what takes the time, a look or two for each folder of a path. So while fuzzing most lists are
+// read only, one in 8 has its first entry looked for, and one in 64 is walked to the end if it is short, of longer ones
+// one in 1024. Any property of the list that does not keep to a pattern may choose.
+constexpr std::size_t s_uiMaxWalked = 1000;
+constexpr std::size_t s_uiShort = 16;
 
-bool isWalked(std::size_t in_uiSize, std::size_t in_uiNbOfEntries)
+std::size_t nbOfSteps(std::string_view in_strList, std::size_t in_uiNbOfEntries)
 {
-    return (in_uiSize % 16 == 0 && in_uiSize < 64) || (in_uiSize % 1024 == 80 && in_uiNbOfEntries <= 1000);
-}
-
-std::size_t nbOfStepsAtOnce(const std::vector<std::string>& in_vEntries)
-{
-    if (in_vEntries.empty())
-        return 0;
-    return std::count(in_vEntries[0].begin(), in_vEntries[0].end(), '/') <= s_iMaxSlashes ? 1 : 0;
+    const std::size_t uiChoice = CORVANA_FUZZ_SECONDS == 0 ? 0 : std::hash<std::string_view>()(in_strList);
+    if (uiChoice % 1024 == 0 ? in_uiNbOfEntries <= s_uiMaxWalked : uiChoice % 64 == 0 && in_uiNbOfEntries <= s_uiShort)
+        return in_uiNbOfEntries;
+    return uiChoice % 8 == 0 ? std::min<std::size_t>(in_uiNbOfEntries, 1) : 0;
 }
 
 // One file for all inputs, beside which relative entries are looked for.
@@ -71,15 +69,14 @@ void requireResolved(const char* in_szPath, const std::string& in_strEntry)
         CORVANA_FUZZ_REQUIRE(std::string_view(in_szPath) == in_strEntry.c_str());
 }
 
-void requireWalk(Audio::AudioSetParser& inout_parser, const std::vector<std::string>& in_vEntries, bool in_bToTheEnd)
+void requireWalk(Audio::AudioSetParser& inout_parser, const std::vector<std::string>& in_vEntries, std::size_t in_uiEnd)
 {
-    const std::size_t uiEnd = in_bToTheEnd ? in_vEntries.size() : nbOfStepsAtOnce(in_vEntries);
-    for (std::size_t uiEntry = 0; uiEntry < uiEnd; ++uiEntry) {
+    for (std::size_t uiEntry = 0; uiEntry < in_uiEnd; ++uiEntry) {
         requireResolved(inout_parser.getNextAudioFile(), in_vEntries[uiEntry]);
         CORVANA_FUZZ_REQUIRE(inout_parser.getCurrentEntry() == in_vEntries[uiEntry]);
         CORVANA_FUZZ_REQUIRE(inout_parser.atEnd() == (uiEntry + 1 == in_vEntries.size()));
     }
-    if (uiEnd < in_vEntries.size())
+    if (in_uiEnd < in_vEntries.size())
         return;
     CORVANA_FUZZ_REQUIRE(inout_parser.getNextAudioFile() == nullptr);
     CORVANA_FUZZ_REQUIRE(inout_parser.getNextAudioFile() == nullptr);
@@ -99,9 +96,9 @@ void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSiz
     CORVANA_FUZZ_REQUIRE(parser.getNextAudioFile() == nullptr);
     CORVANA_FUZZ_REQUIRE(parser.setAudioSetFilename(szList));
     CORVANA_FUZZ_REQUIRE(parser.gotoFirstAudioFile() == !vEntries.empty());
-    const bool bToTheEnd = isWalked(in_uiSize, vEntries.size());
-    requireWalk(parser, vEntries, bToTheEnd);
-    if (!bToTheEnd)
+    const std::size_t uiNbOfSteps = nbOfSteps(strList, vEntries.size());
+    requireWalk(parser, vEntries, uiNbOfSteps);
+    if (uiNbOfSteps < vEntries.size())
         return;
 
     // The same list once more behind itself: the walk goes on with it, and from the start sees both.
@@ -109,5 +106,5 @@ void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSiz
     const std::vector<std::string> vOnce = vEntries;
     vEntries.insert(vEntries.end(), vOnce.begin(), vOnce.end());
     CORVANA_FUZZ_REQUIRE(parser.gotoFirstAudioFile() == !vEntries.empty());
-    requireWalk(parser, vEntries, bToTheEnd);
+    requireWalk(parser, vEntries, vEntries.size());
 }
