@@ -8,37 +8,12 @@
 #include "tools/OutputFile.h"
 #include "tools/RunSettings.h"
 #include "tools/Text.h"
+#include "tools/WorkShares.h"
 
-#include <filesystem>
 #include <memory>
 
 namespace Corvana::Tools {
 namespace {
-
-// How much work each recording is. Bytes are as good as frames, and known without opening anything.
-class WorkShares
-{
-public:
-    WorkShares(const std::vector<Input>& in_vInputs, bool in_bWanted)
-    {
-        for (std::size_t uiIndex = 0; in_bWanted && uiIndex < in_vInputs.size(); ++uiIndex) {
-            std::error_code error;
-            const std::uintmax_t uiSize = std::filesystem::file_size(in_vInputs[uiIndex].m_strPath, error);
-            m_bKnown = m_bKnown && (!error || !in_vInputs[uiIndex].m_strFault.empty());
-            m_vSizes.push_back(error ? 0.0 : static_cast<double>(uiSize));
-            m_dTotal += m_vSizes.back();
-        }
-        m_bKnown = m_bKnown && m_dTotal > 0.0;
-    }
-
-    /// Negative: unknown, as for pipes.
-    double share(std::size_t in_uiInput) const { return m_bKnown ? m_vSizes[in_uiInput] / m_dTotal : -1.0; }
-
-private:
-    std::vector<double> m_vSizes;
-    double m_dTotal = 0.0;
-    bool m_bKnown = true;
-};
 
 class FeaturesRun
 {
@@ -81,13 +56,11 @@ private:
 
     bool checkOptions()
     {
-        const WindowOptions& windows = m_options.m_windows;
         if (!hasInputs() && m_options.m_strSaveConfig.empty())
             return refuse("no recording given: name at least one, or a list of them with --list FILE");
-        if (windows.m_uiOverlapMs >= windows.m_uiWindowMs)
-            return refuse("the overlap (--overlap-ms " + std::to_string(windows.m_uiOverlapMs) +
-                          ") must be shorter than the window (--window-ms " + std::to_string(windows.m_uiWindowMs) +
-                          ")");
+        const std::string strFault = faultOf(m_options.m_windows);
+        if (!strFault.empty())
+            return refuse(strFault);
         if (m_options.m_bLabels && !checkLabels())
             return false;
         if (m_features.configure(wantedFeatures(), m_options.m_vFormulas, m_messages))

@@ -8,6 +8,7 @@
 #include "tools/CommandInfo.h"
 #include "tools/CommandLineAnnotations.h"
 #include "tools/CommandLineParts.h"
+#include "tools/CommandLinePlot.h"
 #include "tools/CommandListFeatures.h"
 #include "tools/CommandListFunctions.h"
 #include "tools/ExitCode.h"
@@ -32,6 +33,7 @@ Examples:
   corvana info call.wav                        format, rate, length
   corvana eval 'flatness(spectrum(x))' call.wav  a formula for each window
   corvana list-features                        all features
+  corvana plot call.wav -o call.png            waveform, spectrogram and regions as a picture
   corvana annotations list call.wav            the labelled regions of a recording
   corvana help features                        all options, with examples
 
@@ -113,8 +115,6 @@ Examples:
 Exit codes: 0 done; 1 finished, but some files failed (each is named, the others are complete); 2 wrong usage, or the
 output could not be written.)";
 
-constexpr unsigned long s_uiMaxReadFactor = 1000000;
-
 // With what computes spectra here: the one thing about a machine that support has to ask for.
 std::string version()
 {
@@ -141,6 +141,7 @@ public:
         addInfo();
         addListFeatures();
         addListFunctions();
+        addPlot();
         addAnnotations();
         addHelp();
     }
@@ -283,6 +284,15 @@ private:
         return command;
     }
 
+    void addPlot()
+    {
+        const auto addPlain = [this](const std::string& in_strName, const std::string& in_strHelp,
+                                     const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
+            return add(in_strName, in_strHelp, in_szFooter, std::move(in_run));
+        };
+        addPlotCommand({addPlain, m_data, m_messageStream}, m_terminals);
+    }
+
     void addAnnotations()
     {
         CLI::App& annotations =
@@ -313,13 +323,7 @@ private:
 
     void addProgressOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
     {
-        addText(inout_command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
-                [&out_options](const std::string& in_strText) {
-                    out_options.m_progress = readWord<ProgressMode>("--progress", in_strText,
-                                                                    {{"auto", ProgressMode::AUTO},
-                                                                     {"always", ProgressMode::ALWAYS},
-                                                                     {"never", ProgressMode::NEVER}});
-                });
+        addProgressOption(inout_command, out_options.m_progress);
         addMessageOptions(inout_command, out_options.m_messages);
     }
 
@@ -331,16 +335,9 @@ private:
         command
             .add_option("INPUT", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads, or -")
             ->type_name("");
-        command
-            .add_option("-f,--feature", options.m_vFeatures,
-                        "A feature, or a chain such as 'spectrum|flatness'; repeatable")
-            ->type_name("DESC")
-            ->allow_extra_args(false);
-        command
-            .add_option("--expr", m_vNamedFormulas,
-                        "A column of that name with a formula over x, the window; repeatable")
-            ->type_name("NAME=FORMULA")
-            ->allow_extra_args(false);
+        addFeatureOption(command, options.m_vFeatures);
+        addFormulaOption(command, "A column of that name with a formula over x, the window; repeatable",
+                         m_vNamedFormulas);
         addRowOptions(command, options);
         addText(command, "--config", "FILE", "Features and windows as --save-config kept them",
                 [&options](const std::string& in_strText) { options.m_strConfig = in_strText; });
@@ -376,24 +373,6 @@ private:
         command.add_flag("--json", m_listFunctions.m_bJson, "As a JSON array");
     }
 
-    void addWindowOptions(CLI::App& inout_command, WindowOptions& out_options)
-    {
-        addNumber(inout_command, "--window-ms", "Length of a window in milliseconds (default 16)", 1, s_uiMaxWindowMs,
-                  out_options.m_uiWindowMs);
-        addNumber(inout_command, "--overlap-ms", "What consecutive windows share (default 0)", 0, s_uiMaxWindowMs,
-                  out_options.m_uiOverlapMs);
-        inout_command.add_flag("--suppress-dc", out_options.m_bSuppressDC, "Subtract each window's mean from it");
-        addNumber(inout_command, "--read-factor", "Windows read at a time (default: enough at once); changes no result",
-                  1, s_uiMaxReadFactor, out_options.m_uiReadFactor);
-        addText(inout_command, "--sample-rate", "N|file",
-                "Rate that windows are cut for, in Hz; file (default): each recording's own",
-                [&out_options](const std::string& in_strText) {
-                    out_options.m_uiSampleRate = in_strText == "file" ? 0
-                                                                      : readNumber("--sample-rate", in_strText, 1,
-                                                                                   s_uiMaxSampleRate, ", or file");
-                });
-    }
-
     // What a saved configuration settles cannot be said beside it: nobody could tell which one holds.
     bool isSaidTwice(std::string& out_strOption)
     {
@@ -419,11 +398,9 @@ private:
             return refuse(strOption + " cannot stand beside --config, which settles it");
         if (!m_features.m_strSaveConfig.empty() && !m_vNamedFormulas.empty())
             return refuse("--save-config keeps features, not formulas; leave --expr out");
-        for (const std::string& strText : m_vNamedFormulas) {
-            m_features.m_vFormulas.emplace_back();
-            if (!parseNamedFormula(strText, m_features.m_vFormulas.back()))
-                return refuse("--expr wants NAME=FORMULA, not " + inQuotes(strText));
-        }
+        std::string strFault;
+        if (!parseNamedFormulas(m_vNamedFormulas, m_features.m_vFormulas, strFault))
+            return refuse(strFault);
         return runRows(m_features);
     }
 

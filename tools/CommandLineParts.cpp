@@ -8,6 +8,11 @@
 #include <cstdint>
 
 namespace Corvana::Tools {
+namespace {
+
+constexpr unsigned long s_uiMaxReadFactor = 1000000;
+
+} // namespace
 
 unsigned long readNumber(const std::string& in_strOption, const std::string& in_strText, unsigned long in_uiMin,
                          unsigned long in_uiMax, const char* in_szElse)
@@ -67,6 +72,63 @@ void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
     };
     addText(inout_command, "--log-level", "LEVEL",
             "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
+}
+
+void addWindowOptions(CLI::App& inout_command, WindowOptions& out_options)
+{
+    addNumber(inout_command, "--window-ms", "Length of a window in milliseconds (default 16)", 1, s_uiMaxWindowMs,
+              out_options.m_uiWindowMs);
+    addNumber(inout_command, "--overlap-ms", "What consecutive windows share (default 0)", 0, s_uiMaxWindowMs,
+              out_options.m_uiOverlapMs);
+    inout_command.add_flag("--suppress-dc", out_options.m_bSuppressDC, "Subtract each window's mean from it");
+    addNumber(inout_command, "--read-factor", "Windows read at a time (default: enough at once); changes no result", 1,
+              s_uiMaxReadFactor, out_options.m_uiReadFactor);
+    addText(inout_command, "--sample-rate", "N|file",
+            "Rate that windows are cut for, in Hz; file (default): each recording's own",
+            [&out_options](const std::string& in_strText) {
+                out_options.m_uiSampleRate =
+                    in_strText == "file" ? 0
+                                         : readNumber("--sample-rate", in_strText, 1, s_uiMaxSampleRate, ", or file");
+            });
+}
+
+void addFeatureOption(CLI::App& inout_command, std::vector<std::string>& out_vDescriptions)
+{
+    inout_command
+        .add_option("-f,--feature", out_vDescriptions, "A feature, or a chain such as 'spectrum|flatness'; repeatable")
+        ->type_name("DESC")
+        ->allow_extra_args(false);
+}
+
+void addFormulaOption(CLI::App& inout_command, const std::string& in_strHelp,
+                      std::vector<std::string>& out_vNamedFormulas)
+{
+    inout_command.add_option("--expr", out_vNamedFormulas, in_strHelp)
+        ->type_name("NAME=FORMULA")
+        ->allow_extra_args(false);
+}
+
+bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::vector<NamedFormula>& out_vFormulas,
+                        std::string& out_strFault)
+{
+    for (const std::string& strText : in_vNamedFormulas) {
+        out_vFormulas.emplace_back();
+        if (parseNamedFormula(strText, out_vFormulas.back()))
+            continue;
+        out_strFault = "--expr wants NAME=FORMULA, not " + inQuotes(strText);
+        return false;
+    }
+    return true;
+}
+
+void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode)
+{
+    addText(inout_command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
+            [&out_mode](const std::string& in_strText) {
+                out_mode = readWord<ProgressMode>(
+                    "--progress", in_strText,
+                    {{"auto", ProgressMode::AUTO}, {"always", ProgressMode::ALWAYS}, {"never", ProgressMode::NEVER}});
+            });
 }
 
 void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options)

@@ -3,6 +3,8 @@
 
 #include "tools/AnnotationEdit.h"
 #include "tools/MessageOptions.h"
+#include "tools/Progress.h"
+#include "tools/RecordingAnalysis.h"
 #include "tools/Text.h"
 
 #include <CLI/CLI.hpp>
@@ -48,6 +50,19 @@ void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std:
 void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists);
 /// --quiet, --verbose, --log-level.
 void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options);
+
+/// How recordings are cut into windows: --window-ms, --overlap-ms, --suppress-dc, --read-factor, --sample-rate.
+void addWindowOptions(CLI::App& inout_command, WindowOptions& out_options);
+/// -f, --feature: descriptions.
+void addFeatureOption(CLI::App& inout_command, std::vector<std::string>& out_vDescriptions);
+/// --expr: NAME=FORMULA, as they stand.
+void addFormulaOption(CLI::App& inout_command, const std::string& in_strHelp,
+                      std::vector<std::string>& out_vNamedFormulas);
+/// Splits what addFormulaOption() took. False, with the one at fault in out_strFault: it has no name or no formula.
+bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::vector<NamedFormula>& out_vFormulas,
+                        std::string& out_strFault);
+/// --progress.
+void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode);
 
 /// What all commands share that edit recordings: --list, --dry-run, --interop, --save-notes and those for messages.
 void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options);

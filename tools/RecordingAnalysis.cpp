@@ -34,6 +34,14 @@ bool isMoreThanWarningsShown()
 
 } // namespace
 
+std::string faultOf(const WindowOptions& in_options)
+{
+    if (in_options.m_uiOverlapMs < in_options.m_uiWindowMs)
+        return {};
+    return "the overlap (--overlap-ms " + std::to_string(in_options.m_uiOverlapMs) +
+           ") must be shorter than the window (--window-ms " + std::to_string(in_options.m_uiWindowMs) + ")";
+}
+
 RecordingAnalysis::RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
                                      Messages& out_messages, Progress& out_progress)
     : m_options(in_options)

@@ -28,6 +28,9 @@ struct WindowOptions
     unsigned long m_uiSampleRate = 0; ///< 0: the rate of each recording
 };
 
+/// What is wrong with them, for people; empty when nothing is.
+std::string faultOf(const WindowOptions& in_options);
+
 /// Reads recordings one after another and writes a row for each window. Memory stays the same however long they are.
 /// Order of calls: open() or openSamples(), then writeRows() when it succeeded.
 class RecordingAnalysis

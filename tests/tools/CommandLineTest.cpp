@@ -100,7 +100,7 @@ TEST_F(CommandLineTest, ShowsHelpToThoseWhoAsk)
 
 TEST_F(CommandLineTest, ShowsTheSameHelpOfACommandInBothWays)
 {
-    for (const char* szCommand : {"features", "eval", "info", "list-features", "list-functions", "help"}) {
+    for (const char* szCommand : {"features", "eval", "info", "list-features", "list-functions", "plot", "help"}) {
         EXPECT_EQ(run({"help", szCommand}), EXIT_DONE);
         const std::string strHelp = m_data.str();
         EXPECT_EQ(run({szCommand, "--help"}), EXIT_DONE);
@@ -120,10 +120,10 @@ TEST_F(CommandLineTest, NamesTheNearestCommand)
 {
     expectRefused({"feature", "a.wav"},
                   "corvana: no command 'feature'; did you mean features?\n"
-                  "The commands are features, eval, info, list-features, list-functions, annotations, help.\n");
+                  "The commands are features, eval, info, list-features, list-functions, plot, annotations, help.\n");
     expectRefused({"help", "nosuch"},
                   "corvana: no command 'nosuch'\n"
-                  "The commands are features, eval, info, list-features, list-functions, annotations, help.\n");
+                  "The commands are features, eval, info, list-features, list-functions, plot, annotations, help.\n");
 }
 
 TEST_F(CommandLineTest, NamesTheNearestOption)
@@ -240,8 +240,8 @@ TEST_F(CommandLineTest, IsDocumentedInTheManual)
     const std::string strDocument = contentsOf(CORVANA_SOURCE_DIR "/docs/cli.md");
     std::string strManual = contentsOf(CORVANA_SOURCE_DIR "/tools/corvana.1");
     std::erase(strManual, '\\'); // "\-" is a plain hyphen there
-    std::vector<std::vector<std::string>> vCommands = {
-        {"help", "features"}, {"help", "eval"}, {"help", "info"}, {"help", "list-features"}, {"help", "help"}};
+    std::vector<std::vector<std::string>> vCommands = {{"help", "features"},      {"help", "eval"}, {"help", "info"},
+                                                       {"help", "list-features"}, {"help", "plot"}, {"help", "help"}};
     for (const std::string& strCommand : annotationCommands())
         vCommands.push_back({"help", "annotations", strCommand});
     for (const std::vector<std::string>& vCommand : vCommands) {
