@@ -95,7 +95,8 @@ TEST(TimeAxis, HasNoTicksWithoutTime)
     EXPECT_THAT(timesOf(1.0, 1.0, 300.0), IsEmpty());
 }
 
-// Whatever is shown, and however wide: texts side by side, in the stretch, and some at all where there is room for them.
+// Whatever is shown, and however wide: texts side by side, in the stretch, and some at all where there is room for
+// them.
 RC_GTEST_PROP(TimeAxis, HasTicksThatNeverTouch, ())
 {
     const double dFrom = *rc::gen::inRange(0, 100000000) / 1000.0;

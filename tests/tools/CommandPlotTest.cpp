@@ -65,8 +65,7 @@ protected:
 
     std::string toneFile(const std::string& in_strName = "tone.wav", double in_dHz = 1000.0) const
     {
-        return writeSoundFile(m_dir.file(in_strName), sine(in_dHz, 8000.0, 16000, 0.5), 8000,
-                              Corvana::Test::WAV_PCM16);
+        return writeSoundFile(m_dir.file(in_strName), sine(in_dHz, 8000.0, 16000, 0.5), 8000, Corvana::Test::WAV_PCM16);
     }
 
     // Runs the program as a process of its own, in the folder.
@@ -182,8 +181,8 @@ TEST_F(CommandPlotTest, DrawsACurveForEachFeatureAndFormula)
     const std::string strFile = toneFile();
     const int iPlain = pictureOf({strFile}).height();
     const Picture one = pictureOf({"-f", "spectrum|flatness", strFile});
-    const Picture three = pictureOf({"-f", "spectrum|flatness", "-f", "spectrum500hz", "--expr",
-                                     "level=mean(x*x)", "--window-ms", "32", strFile});
+    const Picture three = pictureOf(
+        {"-f", "spectrum|flatness", "-f", "spectrum500hz", "--expr", "level=mean(x*x)", "--window-ms", "32", strFile});
     EXPECT_GT(one.height(), iPlain + 80);
     EXPECT_GT(three.height(), one.height() + 160);
     // The strip shows all power in one band, and none in the others.
@@ -288,8 +287,8 @@ TEST_F(CommandPlotTest, LeavesTheFormerPictureWhenTheNewOneCannotBeWritten)
 {
     writeSoundFile(m_dir.file("a.wav"), noise(16000), 8000, Corvana::Test::WAV_PCM16);
     m_dir.write("out.png", "former");
-    const std::string strCommand = "cd '" + m_dir.path() + "' && ulimit -f 8 && '" CORVANA_PROGRAM
-                                   "' plot a.wav -o out.png 2>errors";
+    const std::string strCommand =
+        "cd '" + m_dir.path() + "' && ulimit -f 8 && '" CORVANA_PROGRAM "' plot a.wav -o out.png 2>errors";
     EXPECT_EQ(WEXITSTATUS(std::system(strCommand.c_str())), EXIT_UNUSABLE);
     EXPECT_EQ(contentsOf(m_dir.file("errors")), "corvana: cannot write: out.png: File too large\n");
     EXPECT_EQ(contentsOf(m_dir.file("out.png")), "former");
@@ -368,8 +367,7 @@ TEST_F(CommandPlotTest, WarnsAboutRegionsThatCannotBeRead)
 
 TEST_F(CommandPlotTest, ReadsFormatsWithoutRegionsInSilence)
 {
-    EXPECT_EQ(pictureOf({writeSoundFile(m_dir.file("a.au"), noise(800), 8000, Corvana::Test::AU_PCM16)}).width(),
-              1200);
+    EXPECT_EQ(pictureOf({writeSoundFile(m_dir.file("a.au"), noise(800), 8000, Corvana::Test::AU_PCM16)}).width(), 1200);
 }
 
 TEST_F(CommandPlotTest, RefusesWrongUsage)
@@ -383,7 +381,8 @@ TEST_F(CommandPlotTest, RefusesWrongUsage)
                   "corvana: out.gif: its ending tells no format; end it in .png, .svg or .pdf, or give --format\n");
     expectRefused({strFile, "-o", "-"},
                   "corvana: -: its ending tells no format; end it in .png, .svg or .pdf, or give --format\n");
-    expectRefused({strFile, "-o", "out.png", "--from", "2", "--to", "1.5"}, "corvana: --from 2 is not before --to 1.5\n");
+    expectRefused({strFile, "-o", "out.png", "--from", "2", "--to", "1.5"},
+                  "corvana: --from 2 is not before --to 1.5\n");
     expectRefused({strFile, "-o", "out.png", "--from", "1", "--to", "1"}, "corvana: --from 1 is not before --to 1\n");
     expectRefused({strFile, "-o", "out.png", "--from", "soon"},
                   "corvana: plot: --from: wants seconds from the beginning, such as 12.5, not 'soon'" + strTry);
@@ -395,7 +394,8 @@ TEST_F(CommandPlotTest, RefusesWrongUsage)
                   "corvana: plot: --width: wants a whole number from 240 to 16000, not '10'" + strTry);
     expectRefused({strFile, "-o", "out.png", "--format", "gif"},
                   "corvana: plot: --format: is one of png, svg, pdf, not 'gif'" + strTry);
-    expectRefused({strFile, "-o", "out.png", "--expr", "x"}, "corvana: plot: --expr wants NAME=FORMULA, not 'x'" + strTry);
+    expectRefused({strFile, "-o", "out.png", "--expr", "x"},
+                  "corvana: plot: --expr wants NAME=FORMULA, not 'x'" + strTry);
     expectRefused({strFile, "-o", "out.png", "--window-ms", "16", "--overlap-ms", "16"},
                   "corvana: the overlap (--overlap-ms 16) must be shorter than the window (--window-ms 16)\n");
     expectRefused({strFile, "-o", strFile, "--format", "png"},

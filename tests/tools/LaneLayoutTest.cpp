@@ -101,8 +101,9 @@ RC_GTEST_PROP(LaneLayout, NeverLetsTextsOverlap, ())
         const double dRight = std::min(1000.0, dLeft + 2.0 + *rc::gen::inRange(0, 200));
         vBoxes.push_back({dLeft, dRight, std::string(*rc::gen::inRange<std::size_t>(0, 20), 'x')});
     }
-    std::stable_sort(vBoxes.begin(), vBoxes.end(),
-                     [](const LaneBox& in_left, const LaneBox& in_right) { return in_left.m_dLeft < in_right.m_dLeft; });
+    std::stable_sort(vBoxes.begin(), vBoxes.end(), [](const LaneBox& in_left, const LaneBox& in_right) {
+        return in_left.m_dLeft < in_right.m_dLeft;
+    });
     const auto uiMax = *rc::gen::inRange<std::size_t>(1, 12);
 
     const LaneLayout layout = layOut(vBoxes, uiMax);
@@ -137,8 +138,9 @@ RC_GTEST_PROP(LaneLayout, NeverLetsBoxesOverlapWhileThereAreLanes, ())
         const double dLeft = *rc::gen::inRange(0, 990);
         vBoxes.push_back({dLeft, std::min(1000.0, dLeft + 2.0 + *rc::gen::inRange(0, 100)), "text"});
     }
-    std::stable_sort(vBoxes.begin(), vBoxes.end(),
-                     [](const LaneBox& in_left, const LaneBox& in_right) { return in_left.m_dLeft < in_right.m_dLeft; });
+    std::stable_sort(vBoxes.begin(), vBoxes.end(), [](const LaneBox& in_left, const LaneBox& in_right) {
+        return in_left.m_dLeft < in_right.m_dLeft;
+    });
 
     const LaneLayout layout = layOut(vBoxes, 100);
 

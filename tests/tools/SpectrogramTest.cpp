@@ -61,8 +61,8 @@ TEST(Spectrogram, IsInProportionToTheFeatureSpectrum)
         vWindow.push_back(vSamples[uiSample]);
     const DoubleVector vShares = Corvana::Test::valuesOf(feature, vWindow);
     for (std::size_t uiBin = 1; uiBin < vShares.size(); ++uiBin)
-        EXPECT_NEAR(spectrogram.getLevel(0, uiBin) - spectrogram.getLevel(0, 0), 10.0 * std::log10(vShares[uiBin] / vShares[0]),
-                    1e-4)
+        EXPECT_NEAR(spectrogram.getLevel(0, uiBin) - spectrogram.getLevel(0, 0),
+                    10.0 * std::log10(vShares[uiBin] / vShares[0]), 1e-4)
             << uiBin;
 }
 
