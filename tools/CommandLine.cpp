@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandLine.h"
 
+#include "corvana/AudioFeatureDescription.h"
 #include "corvana/MathSimd.h"
 #include "corvana/NumberText.h"
 #include "corvana/Version.h"
+#include "tools/CommandDoctor.h"
 #include "tools/CommandFeatures.h"
 #include "tools/CommandInfo.h"
 #include "tools/CommandLineAnnotations.h"
@@ -13,7 +15,10 @@
 #include "tools/CommandListFunctions.h"
 #include "tools/ExitCode.h"
 #include "tools/LogBridge.h"
+#include "tools/ManualPage.h"
 #include "tools/Messages.h"
+#include "tools/RegionType.h"
+#include "tools/ShellCompletion.h"
 #include "tools/Text.h"
 
 #include <CLI/CLI.hpp>
@@ -36,6 +41,12 @@ Examples:
   corvana plot call.wav -o call.png            waveform, spectrogram and regions as a picture
   corvana annotations list call.wav            the labelled regions of a recording
   corvana help features                        all options, with examples
+  corvana doctor                               versions, and whether all is right
+
+Environment:
+  CORVANA_CPA_DATA  where relative names of lists are looked for when they are not beside the list
+  CORVANA_SIMD      what computes spectra: avx512, avx2, baseline or portable; else the best that the processor has.
+                    All give the same values; they differ in speed. --version shows the one in use.
 
 Exit codes: 0 done; 1 finished, but some inputs failed; 2 wrong usage, or the output could not be written.)";
 
@@ -96,10 +107,31 @@ Examples:
   corvana list-features
   corvana list-features --json)";
 
+constexpr const char* s_szDoctorFooter = R"(
+For reports of bugs, and for a new machine: versions of the libraries in use, instruction sets, what settles the log,
+and a self test of computing, reading and labelling with small recordings in the folder for temporary files.
+
+Examples:
+  corvana doctor
+  corvana doctor --json > doctor.json
+
+Exit codes: 0 all is right; 1 something is not, as the lines with 'WRONG' tell; 2 wrong usage, or the output could not
+be written.)";
+
+constexpr const char* s_szCompletionFooter = R"(
+Packages and 'cmake --install' put these scripts where the shells find them. By hand:
+
+Examples:
+  source <(corvana completion bash)                          for this shell
+  corvana completion bash > ~/.local/share/bash-completion/completions/corvana
+  corvana completion zsh > ~/.zfunc/_corvana                 with ~/.zfunc in $fpath
+  corvana completion fish > ~/.config/fish/completions/corvana.fish)";
+
 constexpr const char* s_szHelpFooter = R"(
 Examples:
   corvana help
   corvana help features
+  corvana help --man features | man -l -
   corvana help annotations add)";
 
 constexpr const char* s_szAnnotationsFooter = R"(
@@ -143,6 +175,8 @@ public:
         addListFunctions();
         addPlot();
         addAnnotations();
+        addDoctor();
+        addCompletion();
         addHelp();
     }
 
@@ -311,11 +345,8 @@ private:
         addLists(inout_command, out_options.m_vLists);
         addFileName(inout_command, "-o,--output", "Write to FILE, which appears when it is complete",
                     out_options.m_strOutput);
-        addText(inout_command, "--format", "FORMAT", "csv (default) or jsonl",
-                [&out_options](const std::string& in_strText) {
-                    out_options.m_format = readWord<RowFormat>("--format", in_strText,
-                                                               {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}});
-                });
+        addWord<RowFormat>(inout_command, "--format", "How rows are written (default: csv)",
+                           {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}}, out_options.m_format);
         inout_command.add_flag("--labels", out_options.m_bLabels,
                                "A column 'labels': the types of the regions that cover each window's middle");
         addWindowOptions(inout_command, out_options.m_windows);
@@ -432,6 +463,7 @@ private:
     {
         CLI::App& command = add("help", "Shows how a command is used", s_szHelpFooter, [this] { return runHelp(); });
         command.add_option("COMMAND", m_vHelpAbout, "The command; without one, all commands are shown")->type_name("");
+        command.add_flag("--man", m_bManual, "As the source of a manual page, for man -l -");
     }
 
     int runHelp()
@@ -445,9 +477,49 @@ private:
                 return refuseCommand(*pCommand, strName);
             pCommand = pNext;
         }
-        m_data << help(pCommand == &m_app ? nullptr : pCommand);
+        if (m_bManual)
+            m_data << manualPage(describe(*pCommand, pCommand == &m_app ? "" : pathOf(*pCommand)));
+        else
+            m_data << help(pCommand == &m_app ? nullptr : pCommand);
         return EXIT_DONE;
     }
+
+    void addCompletion()
+    {
+        CLI::App& command = add("completion", "Writes what makes a shell complete commands, options and names",
+                                s_szCompletionFooter, [this] { return runCompletion(); });
+        command
+            .add_option_function<std::string>(
+                "SHELL",
+                [this](const std::string& in_strText) {
+                    m_makeCompletion = readWord<MakeCompletion>(
+                        "SHELL", in_strText,
+                        {{"bash", bashCompletion}, {"zsh", zshCompletion}, {"fish", fishCompletion}});
+                },
+                "The shell")
+            ->type_name("bash|zsh|fish")
+            ->required();
+    }
+
+    int runCompletion()
+    {
+        CompletionNames names;
+        for (const Audio::FeatureDescription& description : Audio::getFeatureDescriptions())
+            names.m_vFeatures.emplace_back(description.m_szName);
+        names.m_vRegionTypes = namedRegionTypes();
+        m_data << m_makeCompletion(describe(m_app, ""), names);
+        return EXIT_DONE;
+    }
+
+    void addDoctor()
+    {
+        CLI::App& command =
+            add("doctor", "Tells what this program runs with, and tests in a second whether it is right",
+                s_szDoctorFooter, [this] { return CommandDoctor::run(m_doctor, m_data, m_messageStream); });
+        command.add_flag("--json", m_doctor.m_bJson, "As a JSON object");
+    }
+
+    using MakeCompletion = std::string (*)(const CommandDescription&, const CompletionNames&);
 
     Terminals m_terminals;
     std::ostream& m_data;
@@ -462,7 +534,10 @@ private:
     CommandFeatures::Options m_eval;
     std::string m_strFormula;
     std::vector<std::string> m_vNamedFormulas;
+    CommandDoctor::Options m_doctor;
+    MakeCompletion m_makeCompletion = nullptr;
     std::vector<std::string> m_vHelpAbout;
+    bool m_bManual = false;
 };
 
 } // namespace

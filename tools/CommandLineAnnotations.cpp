@@ -101,15 +101,13 @@ void addList(const AnnotationCommandLine& in_commandLine)
                                                            s_szListFooter, pOptions);
     addFiles(command, "FILE", "Recordings", pOptions->m_vFiles);
     addLists(command, pOptions->m_vLists);
-    addText(command, "--format", "FORMAT", "table (default), csv, json, audacity or textgrid",
-            [pOptions](const std::string& in_strText) {
-                pOptions->m_format = readWord<std::optional<RegionFormat>>("--format", in_strText,
-                                                                           {{"table", std::nullopt},
-                                                                            {"csv", RegionFormat::CSV},
-                                                                            {"json", RegionFormat::JSON},
-                                                                            {"audacity", RegionFormat::AUDACITY},
-                                                                            {"textgrid", RegionFormat::TEXTGRID}});
-            });
+    addWord<std::optional<RegionFormat>>(command, "--format", "How regions are written (default: table)",
+                                         {{"table", std::nullopt},
+                                          {"csv", RegionFormat::CSV},
+                                          {"json", RegionFormat::JSON},
+                                          {"audacity", RegionFormat::AUDACITY},
+                                          {"textgrid", RegionFormat::TEXTGRID}},
+                                         pOptions->m_format);
     addMessageOptions(command, pOptions->m_messages);
 }
 

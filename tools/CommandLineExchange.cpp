@@ -89,15 +89,13 @@ CLI::App& addCommand(const AnnotationCommandLine& in_commandLine, const std::str
 
 void addFormat(CLI::App& inout_command, const char* in_szDefault, std::optional<RegionFormat>& out_format)
 {
-    addText(inout_command, "--format", "FORMAT",
-            std::string("csv, json, audacity or textgrid; default: ") + in_szDefault,
-            [&out_format](const std::string& in_strText) {
-                out_format = readWord<RegionFormat>("--format", in_strText,
-                                                    {{"csv", RegionFormat::CSV},
-                                                     {"json", RegionFormat::JSON},
-                                                     {"audacity", RegionFormat::AUDACITY},
-                                                     {"textgrid", RegionFormat::TEXTGRID}});
-            });
+    addWord<RegionFormat>(inout_command, "--format",
+                          std::string("How regions are written (default: ") + in_szDefault + ")",
+                          {{"csv", RegionFormat::CSV},
+                           {"json", RegionFormat::JSON},
+                           {"audacity", RegionFormat::AUDACITY},
+                           {"textgrid", RegionFormat::TEXTGRID}},
+                          out_format);
 }
 
 void addFolder(CLI::App& inout_command, const std::string& in_strHelp, std::string& out_strFolder)
@@ -178,10 +176,8 @@ void addStats(const AnnotationCommandLine& in_commandLine)
         in_commandLine, "stats", "Counts regions and their seconds by type", s_szStatsFooter, pOptions);
     command.add_option("FILE", pOptions->m_vFiles, "Recordings")->type_name("");
     addLists(command, pOptions->m_vLists);
-    addText(command, "--format", "FORMAT", "table (default), csv or json", [pOptions](const std::string& in_strText) {
-        pOptions->m_format = readWord<Format>("--format", in_strText,
-                                              {{"table", Format::TABLE}, {"csv", Format::CSV}, {"json", Format::JSON}});
-    });
+    addWord<Format>(command, "--format", "How the counts are written (default: table)",
+                    {{"table", Format::TABLE}, {"csv", Format::CSV}, {"json", Format::JSON}}, pOptions->m_format);
     addMessageOptions(command, pOptions->m_messages);
 }
 

@@ -70,8 +70,8 @@ void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
             throw CLI::ValidationError("--log-level",
                                        "is one of trace, debug, info, warn, error, off, not " + inQuotes(in_strText));
     };
-    addText(inout_command, "--log-level", "LEVEL",
-            "What to show of the libraries' log: trace, debug, info, warn (default), error, off", setLevel);
+    addText(inout_command, "--log-level", "trace|debug|info|warn|error|off",
+            "What to show of the libraries' log (default: warn)", setLevel);
 }
 
 void addWindowOptions(CLI::App& inout_command, WindowOptions& out_options)
@@ -123,12 +123,10 @@ bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::
 
 void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode)
 {
-    addText(inout_command, "--progress", "WHEN", "auto (default: on a terminal, for long work), always or never",
-            [&out_mode](const std::string& in_strText) {
-                out_mode = readWord<ProgressMode>(
-                    "--progress", in_strText,
-                    {{"auto", ProgressMode::AUTO}, {"always", ProgressMode::ALWAYS}, {"never", ProgressMode::NEVER}});
-            });
+    addWord<ProgressMode>(
+        inout_command, "--progress",
+        "Show how far it is: on a terminal, for long work (auto, the default), also elsewhere, or never",
+        {{"auto", ProgressMode::AUTO}, {"always", ProgressMode::ALWAYS}, {"never", ProgressMode::NEVER}}, out_mode);
 }
 
 void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options)
@@ -165,6 +163,43 @@ std::string PlainFormatter::make_usage(const CLI::App* in_pApp, std::string in_s
 void PlainFormatter::setArguments(const CLI::App& in_command, const std::string& in_strArguments)
 {
     m_arguments[&in_command] = in_strArguments;
+}
+
+namespace {
+
+OptionDescription describe(const CLI::Option& in_option)
+{
+    OptionDescription description;
+    for (const std::string& strName : in_option.get_snames())
+        description.m_vNames.push_back("-" + strName);
+    for (const std::string& strName : in_option.get_lnames())
+        description.m_vNames.push_back("--" + strName);
+    if (description.m_vNames.empty())
+        description.m_vNames.push_back(in_option.get_name());
+    description.m_strValue = in_option.get_type_size() == 0 ? "" : in_option.get_type_name();
+    description.m_strHelp = in_option.get_description();
+    return description;
+}
+
+} // namespace
+
+CommandDescription describe(const CLI::App& in_app, const std::string& in_strPath)
+{
+    CommandDescription description;
+    description.m_strPath = in_strPath;
+    description.m_strHelp = in_app.get_description();
+    description.m_strFooter = in_app.get_footer();
+    const auto* pFormatter = dynamic_cast<const PlainFormatter*>(in_app.get_formatter().get());
+    const std::string strUsage =
+        pFormatter->make_usage(&in_app, in_strPath.empty() ? "corvana" : "corvana " + in_strPath);
+    const std::size_t uiBegin = strUsage.find("corvana");
+    description.m_strUsage = strUsage.substr(uiBegin, strUsage.find_last_not_of("\n ") + 1 - uiBegin);
+    for (const CLI::Option* pOption : in_app.get_options())
+        (pOption->get_positional() ? description.m_vArguments : description.m_vOptions).push_back(describe(*pOption));
+    for (const CLI::App* pCommand : in_app.get_subcommands([](const CLI::App*) { return true; }))
+        description.m_vCommands.push_back(
+            describe(*pCommand, (in_strPath.empty() ? "" : in_strPath + " ") + pCommand->get_name()));
+    return description;
 }
 
 std::vector<std::string> commandNames(const CLI::App& in_app)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/AnnotationEdit.h"
+#include "tools/CommandDescription.h"
 #include "tools/MessageOptions.h"
 #include "tools/Progress.h"
 #include "tools/RecordingAnalysis.h"
@@ -40,6 +41,18 @@ ValueT readWord(const std::string& in_strOption, const std::string& in_strText,
 /// An option with a text, which in_take checks and keeps; in_strType names it in the help.
 CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
                      const std::string& in_strHelp, std::function<void(const std::string&)> in_take);
+/// An option whose value is one of a few words, which are its type in the help: "csv|jsonl".
+template <class ValueT, class TakenT>
+void addWord(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,
+             const std::vector<std::pair<std::string, ValueT>>& in_vWords, TakenT& out_value)
+{
+    std::string strType;
+    for (const auto& [strWord, value] : in_vWords)
+        strType += (strType.empty() ? "" : "|") + strWord;
+    addText(inout_app, in_strName, strType, in_strHelp, [=, &out_value](const std::string& in_strText) {
+        out_value = readWord<ValueT>(in_strName, in_strText, in_vWords);
+    });
+}
 /// An option with a whole number.
 void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,
                unsigned long in_uiMin, unsigned long in_uiMax, unsigned long& out_uiValue);
@@ -82,6 +95,9 @@ public:
 private:
     std::map<const CLI::App*, std::string> m_arguments;
 };
+
+/// A command as its help shows it, with its commands; in_strPath names it: "annotations add", empty for the program.
+CommandDescription describe(const CLI::App& in_app, const std::string& in_strPath);
 
 /// The names of an application's commands, in order.
 std::vector<std::string> commandNames(const CLI::App& in_app);

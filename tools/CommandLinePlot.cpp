@@ -64,12 +64,9 @@ void addPictureOptions(CLI::App& inout_command, CommandPlot::Options& out_option
 {
     addFileName(inout_command, "-o,--output", "Draw into FILE, which appears when it is complete; - with --format",
                 out_options.m_strOutput);
-    addText(inout_command, "--format", "FORMAT", "png, svg or pdf (default: as FILE ends)",
-            [&out_options](const std::string& in_strText) {
-                out_options.m_format = readWord<PictureFormat>(
-                    "--format", in_strText,
-                    {{"png", PictureFormat::PNG}, {"svg", PictureFormat::SVG}, {"pdf", PictureFormat::PDF}});
-            });
+    addWord<PictureFormat>(inout_command, "--format", "How the picture is written (default: as FILE ends)",
+                           {{"png", PictureFormat::PNG}, {"svg", PictureFormat::SVG}, {"pdf", PictureFormat::PDF}},
+                           out_options.m_format);
     addSeconds(inout_command, "--from", "Begin here (default: the beginning)", out_options.m_from);
     addSeconds(inout_command, "--to", "End here (default: the end)", out_options.m_to);
     addNumber(inout_command, "--width", "Width in pixels (default 1200)", CommandPlot::s_uiMinWidth,

@@ -62,6 +62,12 @@ file(REMOVE_RECURSE ${FOLDER}/${STEP})
 if(STEP STREQUAL install)
   file(REMOVE_RECURSE ${prefix})
   run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+  foreach(file IN ITEMS man/man1/corvana.1 man/man1/corvana-annotations-add.1 man/man5/corvana-regions.5
+      bash-completion/completions/corvana zsh/site-functions/_corvana fish/vendor_completions.d/corvana.fish)
+    if(NOT EXISTS ${prefix}/share/${file})
+      message(FATAL_ERROR "share/${file} was not installed")
+    endif()
+  endforeach()
 
 elseif(STEP STREQUAL find-package)
   configure(${CMAKE_CURRENT_LIST_DIR}/consumer ${FOLDER}/${STEP} -DCMAKE_PREFIX_PATH=${prefix}
