@@ -11,6 +11,7 @@
 #include "tools/CommandLineAnnotations.h"
 #include "tools/CommandLineParts.h"
 #include "tools/CommandLinePlot.h"
+#include "tools/CommandLineReport.h"
 #include "tools/CommandListFeatures.h"
 #include "tools/CommandListFunctions.h"
 #include "tools/ExitCode.h"
@@ -39,6 +40,7 @@ Examples:
   corvana eval 'flatness(spectrum(x))' call.wav  a formula for each window
   corvana list-features                        all features
   corvana plot call.wav -o call.png            waveform, spectrogram and regions as a picture
+  corvana report call.wav -o call.html         the same as a page that plays the recording
   corvana annotations list call.wav            the labelled regions of a recording
   corvana help features                        all options, with examples
   corvana doctor                               versions, and whether all is right
@@ -173,7 +175,7 @@ public:
         addInfo();
         addListFeatures();
         addListFunctions();
-        addPlot();
+        addPictures();
         addAnnotations();
         addDoctor();
         addCompletion();
@@ -318,13 +320,14 @@ private:
         return command;
     }
 
-    void addPlot()
+    void addPictures()
     {
         const auto addPlain = [this](const std::string& in_strName, const std::string& in_strHelp,
                                      const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
             return add(in_strName, in_strHelp, in_szFooter, std::move(in_run));
         };
         addPlotCommand({addPlain, m_data, m_messageStream}, m_terminals);
+        addReportCommand({addPlain, m_data, m_messageStream}, m_terminals);
     }
 
     void addAnnotations()

@@ -7,6 +7,7 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <fontconfig/fontconfig.h>
 
 #include <algorithm>
 #include <cstring>
@@ -58,6 +59,21 @@ Surface makeSurface(PictureFormat in_format, unsigned long in_uiWidth, unsigned 
         cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(in_uiWidth), static_cast<int>(in_uiHeight)));
 }
 
+// The fonts that were looked up are kept for the next texts, until the program ends.
+struct FontKeeper
+{
+    ~FontKeeper()
+    {
+        cairo_debug_reset_static_data();
+        FcFini();
+    }
+};
+
+void keepFonts()
+{
+    static const FontKeeper keeper;
+}
+
 std::string drawable(const std::string& in_strText)
 {
     return validText(printable(in_strText));
@@ -72,6 +88,7 @@ struct PlotCanvas::Impl
         , m_pSurface(makeSurface(in_format, in_uiWidth, in_uiHeight, m_strBytes))
         , m_pContext(cairo_create(m_pSurface.get()))
     {
+        keepFonts();
         // Letters take the same room in all formats and at all places.
         const std::unique_ptr<cairo_font_options_t, OptionsDestroyer> pOptions(cairo_font_options_create());
         cairo_font_options_set_hint_metrics(pOptions.get(), CAIRO_HINT_METRICS_OFF);

@@ -34,6 +34,7 @@ public:
 
     const std::vector<Column>& getColumns() const { return m_vColumns; }
     std::uint64_t getNbOfClipped() const { return m_uiNbOfClipped; }
+    double getClippingLevel() const { return m_dClippingLevel; }
     /// The largest amplitude.
     double getPeak() const;
 

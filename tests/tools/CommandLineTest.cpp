@@ -100,7 +100,8 @@ TEST_F(CommandLineTest, ShowsHelpToThoseWhoAsk)
 
 TEST_F(CommandLineTest, ShowsTheSameHelpOfACommandInBothWays)
 {
-    for (const char* szCommand : {"features", "eval", "info", "list-features", "list-functions", "plot", "help"}) {
+    for (const char* szCommand :
+         {"features", "eval", "info", "list-features", "list-functions", "plot", "report", "help"}) {
         EXPECT_EQ(run({"help", szCommand}), EXIT_DONE);
         const std::string strHelp = m_data.str();
         EXPECT_EQ(run({szCommand, "--help"}), EXIT_DONE);
@@ -120,10 +121,10 @@ TEST_F(CommandLineTest, NamesTheNearestCommand)
 {
     expectRefused({"feature", "a.wav"}, "corvana: no command 'feature'; did you mean features?\n"
                                         "The commands are features, eval, info, list-features, list-functions, "
-                                        "plot, annotations, doctor, completion, help.\n");
+                                        "plot, report, annotations, doctor, completion, help.\n");
     expectRefused({"help", "nosuch"}, "corvana: no command 'nosuch'\n"
                                       "The commands are features, eval, info, list-features, list-functions, "
-                                      "plot, annotations, doctor, completion, help.\n");
+                                      "plot, report, annotations, doctor, completion, help.\n");
 }
 
 TEST_F(CommandLineTest, NamesTheNearestOption)
@@ -238,8 +239,9 @@ TEST_F(CommandLineTest, RefusesArgumentsThatACommandHasNoUseFor)
 TEST_F(CommandLineTest, IsDocumented)
 {
     const std::string strDocument = contentsOf(CORVANA_SOURCE_DIR "/docs/cli.md");
-    std::vector<std::vector<std::string>> vCommands = {{"help", "features"},      {"help", "eval"},   {"help", "info"},
-                                                       {"help", "list-features"}, {"help", "doctor"}, {"help", "help"}};
+    std::vector<std::vector<std::string>> vCommands = {{"help", "features"},      {"help", "eval"}, {"help", "info"},
+                                                       {"help", "list-features"}, {"help", "plot"}, {"help", "report"},
+                                                       {"help", "doctor"},        {"help", "help"}};
     for (const std::string& strCommand : annotationCommands())
         vCommands.push_back({"help", "annotations", strCommand});
     for (const std::vector<std::string>& vCommand : vCommands) {
