@@ -117,6 +117,10 @@ class ReportTest(unittest.TestCase):
         self.assertEqual(rows[2], "BEEP heard 0:12.300 0:12.800 0.500 s")
         self.assertEqual(len(rows), 6)
         self.assertFalse(self.element("recordings").is_displayed())
+        # The waveform is 120 high and begins at 1: the beep is there, and the silence behind it is a line in the middle.
+        loud, quiet = ([light < 765 for light in self.column(self.place_of(at))[3:118]] for at in (12.6, 14.3))
+        self.assertGreater(sum(loud), 30)
+        self.assertLess(sum(quiet), 5)
         self.browser.save_screenshot(os.path.join(FOLDER, "report-light.png"))
 
     def test_shows_a_tone_at_its_frequency(self):
@@ -124,8 +128,33 @@ class ReportTest(unittest.TestCase):
         # The spectrogram is 220 high and begins at 129; the beep of 1000 Hz is a quarter from below.
         x = self.place_of(12.55)
         self.wait_until(lambda: sum(self.pixel(x, 129 + 165)) > 300)  # the tiles are decoded
-        brightest = max(range(132, 346), key=lambda y: sum(self.pixel(x, y)))
-        self.assertAlmostEqual(brightest, 129 + 220 * 0.75, delta=3)
+        self.assertAlmostEqual(self.brightest(x), 129 + 220 * 0.75, delta=3)
+
+    def column(self, x):
+        """How light the pixels of a column are, 0 to 765, from above."""
+        return self.browser.execute_script(
+            "const c = document.getElementById('picture'), r = window.devicePixelRatio, sums = [];"
+            "const d = c.getContext('2d').getImageData(Math.round(arguments[0] * r), 0, 1, c.height).data;"
+            "for (let y = 0; y < 400; ++y) { const at = 4 * Math.round(y * r); sums.push(d[at] + d[at + 1] + d[at + 2]); }"
+            "return sums", x)
+
+    def brightest(self, x):
+        column = self.column(x)
+        return max(range(132, 346), key=lambda y: column[y])
+
+    def test_shows_tones_from_the_sound_itself_when_zoomed(self):
+        self.open(self.page)
+        self.button_of_region("BEEP").click()
+        for _ in range(6):
+            self.element("zoom-in").click()
+        low, high = self.view()
+        self.assertTrue(0.2 < high - low < 0.4, (low, high))
+        # Windows of 32 ms: a third of one before the beep it is there, two windows before it is not.
+        self.assertAlmostEqual(self.brightest(self.place_of(12.35)), 129 + 220 * 0.75, delta=3)
+        tone = sum(self.pixel(self.place_of(12.35), 129 + 165))
+        self.assertGreater(tone, 600)
+        self.assertLess(sum(self.pixel(self.place_of(12.27), 129 + 165)), 150)
+        self.browser.save_screenshot(os.path.join(FOLDER, "report-fine.png"))
 
     def test_a_region_of_the_table_moves_the_cursor(self):
         self.open(self.page)

@@ -5,6 +5,7 @@
   const RIGHT = 64;
   const LANE = 18;
   const MAX_LANES = 24;
+  const MAX_ROWS = 5000; // longer tables make browsers slow
   const COLOURS = ["#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00", "#56b4e9"];
   const byId = (id) => document.getElementById(id);
   const recordings = [...document.querySelectorAll("script.recording")].map((node) => JSON.parse(node.textContent));
@@ -178,12 +179,13 @@
       context.stroke();
     } else {
       const clip = current().clip * 32768;
+      const waveColour = colour("wave"), loudnessColour = colour("loudness"), clippedColour = colour("clipped");
+      let lastLow = -Infinity, lastHigh = Infinity;
       for (let x = 0; x < width(); ++x) {
         const begin = timeAt(LEFT + x), end = timeAt(LEFT + x + 1);
-        let low = Infinity, high = -Infinity, rms = 0;
+        let low = Infinity, high = -Infinity, rms = 0, count = 0;
         if (fine) {
           const last = Math.min(samples.length, Math.ceil(end * current().rate) + 1);
-          let count = 0;
           for (let at = Math.max(0, Math.floor(begin * current().rate)); at < last; ++at, ++count) {
             low = Math.min(low, samples[at]); high = Math.max(high, samples[at]); rms += samples[at] * samples[at];
           }
@@ -196,10 +198,14 @@
         }
         if (low > high) continue;
         const clipped = high >= clip - 1 || low <= -clip + 1;
-        context.fillStyle = colour(clipped ? "clipped" : "wave");
-        context.fillRect(LEFT + x, yOf(high) - 0.5, 1, yOf(low) - yOf(high) + 1);
-        if (clipped) continue;
-        context.fillStyle = colour("loudness");
+        // To the neighbour before, as the signal does.
+        const reachLow = Math.min(low, lastHigh), reachHigh = Math.max(high, lastLow);
+        lastLow = low;
+        lastHigh = high;
+        context.fillStyle = clipped ? clippedColour : waveColour;
+        context.fillRect(LEFT + x, yOf(reachHigh) - 0.5, 1, yOf(reachLow) - yOf(reachHigh) + 1);
+        if (clipped || (fine && count < 8)) continue; // the mean of a few samples is none
+        context.fillStyle = loudnessColour;
         context.fillRect(LEFT + x, yOf(Math.min(rms, high)), 1, Math.max(0, yOf(Math.max(-rms, low)) - yOf(Math.min(rms, high))));
       }
     }
@@ -229,8 +235,79 @@
     frame(top, height);
   };
 
+  // From real samples to the powers of size / 2 frequencies, in proportion to that of a full-scale tone.
+  const makeTransform = (size) => {
+    const taper = Float64Array.from({ length: size }, (_, at) => 0.5 - 0.5 * Math.cos((2 * Math.PI * at) / (size - 1)));
+    const full = (taper.reduce((sum, value) => sum + value, 0) / 2) ** 2;
+    const cosines = Float64Array.from({ length: size / 2 }, (_, at) => Math.cos((2 * Math.PI * at) / size));
+    const sines = Float64Array.from({ length: size / 2 }, (_, at) => -Math.sin((2 * Math.PI * at) / size));
+    const bits = Math.log2(size);
+    const reversed = Uint32Array.from({ length: size }, (_, at) => {
+      let turned = 0;
+      for (let bit = 0; bit < bits; ++bit) turned |= ((at >> bit) & 1) << (bits - 1 - bit);
+      return turned;
+    });
+    const real = new Float64Array(size), imaginary = new Float64Array(size), powers = new Float64Array(size / 2);
+    return (samples, first) => {
+      for (let at = 0; at < size; ++at) {
+        const sample = samples[first + at]; // nothing outside the recording
+        real[reversed[at]] = sample === undefined ? 0 : (sample / 32768) * taper[at];
+      }
+      imaginary.fill(0);
+      for (let half = 1; half < size; half *= 2)
+        for (let block = 0; block < size; block += 2 * half)
+          for (let at = 0, step = size / half / 2; at < half; ++at) {
+            const low = block + at, high = low + half, c = cosines[at * step], s = sines[at * step];
+            const r = real[high] * c - imaginary[high] * s, i = real[high] * s + imaginary[high] * c;
+            real[high] = real[low] - r; imaginary[high] = imaginary[low] - i;
+            real[low] += r; imaginary[low] += i;
+          }
+      for (let bin = 0; bin < size / 2; ++bin) powers[bin] = (real[bin] * real[bin] + imaginary[bin] * imaginary[bin]) / full;
+      return powers;
+    };
+  };
+
+  // Where the tiles are too coarse, from the sound itself: a window around the middle of each column of pixels. Shorter
+  // windows for shorter stretches, as the command takes them.
+  const drawFineSpectrogram = (samples, top, height) => {
+    const { low, high, scale } = current().spectrogram;
+    const span = (state.to - state.from) * current().rate;
+    const usual = 2 ** Math.round(Math.log2(0.032 * current().rate));
+    const size = clamp(Math.min(usual, 2 ** Math.floor(Math.log2(Math.max(1, span / 8)))), 16, 8192);
+    const transform = makeTransform(size);
+    const columns = Math.round(width()), rows = size / 2;
+    const image = new ImageData(columns, rows);
+    const colours = scale.map((text) => [1, 3, 5].map((at) => parseInt(text.slice(at, at + 2), 16)));
+    for (let x = 0; x < columns; ++x) {
+      const powers = transform(samples, Math.round((state.from + ((x + 0.5) / columns) * (state.to - state.from)) * current().rate) - size / 2);
+      for (let bin = 0; bin < rows; ++bin) {
+        const share = ((10 * Math.log10(powers[bin] + 1e-30) - low) / (high - low)) * (colours.length - 1);
+        const place = clamp(share, 0, colours.length - 1), below = Math.floor(place), above = Math.min(below + 1, colours.length - 1);
+        const at = ((rows - 1 - bin) * columns + x) * 4;
+        for (let part = 0; part < 3; ++part) image.data[at + part] = colours[below][part] + (colours[above][part] - colours[below][part]) * (place - below);
+        image.data[at + 3] = 255;
+      }
+    }
+    const sheet = document.createElement("canvas");
+    sheet.width = columns;
+    sheet.height = rows;
+    sheet.getContext("2d").putImageData(image, 0, 0);
+    context.save();
+    context.beginPath();
+    context.rect(LEFT, top, width(), height);
+    context.clip();
+    context.fillStyle = scale[0];
+    context.fillRect(LEFT, top, width(), height);
+    context.imageSmoothingEnabled = true;
+    context.drawImage(sheet, LEFT, top + (0.5 / rows) * height, width(), height);
+    context.restore();
+    frame(top, height);
+  };
+
   const drawSpectrogram = (ready, top, height) => {
-    drawTiles(ready.tiles, current().spectrogram.columns, top, height, current().spectrogram.shift, true);
+    const columnsShown = ((state.to - state.from) / current().seconds) * current().spectrogram.columns;
+    if (ready.sound && columnsShown < width() / 2 && current().spectrogram.columns < ready.sound.samples.length) drawFineSpectrogram(ready.sound.samples, top, height);
+    else drawTiles(ready.tiles, current().spectrogram.columns, top, height, current().spectrogram.shift, true);
     valueAxis(top, height, 0, current().rate / 2, roundTicks(0, current().rate / 2, 9), " Hz");
     const { low, high, scale } = current().spectrogram;
     const left = LEFT + width() + 8;
@@ -253,10 +330,15 @@
       source.lanes.forEach((lane, index) => {
         const y = top + index * LANE + 1;
         for (const box of lane.boxes) {
-          context.globalAlpha = box.region.index === state.region ? 0.9 : 0.45;
+          context.globalAlpha = 0.45;
           context.fillStyle = source.colour;
           context.fillRect(box.left, y, box.right - box.left, LANE - 2);
           context.globalAlpha = 1;
+          if (box.region.index === state.region) {
+            context.strokeStyle = colour("ink");
+            context.lineWidth = 2;
+            context.strokeRect(box.left + 1, y + 1, box.right - box.left - 2, LANE - 4);
+          }
           context.fillRect(box.left, y, 2, LANE - 2);
           layout.boxes.push({ left: box.left, right: Math.max(box.right, box.text ? box.textLeft : 0), top: y, bottom: y + LANE - 2, index: box.region.index });
         }
@@ -430,7 +512,9 @@
     const body = byId("regions");
     body.replaceChildren();
     byId("regions-table").hidden = current().regions.length === 0;
-    current().regions.forEach((region, index) => {
+    const more = current().regions.length - MAX_ROWS;
+    byId("more").textContent = more > 0 ? `${more} more regions are in the lanes only` : "";
+    current().regions.slice(0, MAX_ROWS).forEach((region, index) => {
       const row = body.insertRow();
       const button = document.createElement("button");
       const swatch = document.createElement("span");
