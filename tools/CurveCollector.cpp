@@ -54,11 +54,11 @@ bool Curve::getRange(double& out_dMin, double& out_dMax) const
     return bFound;
 }
 
-CurveCollector::CurveCollector(const PlotStretch& in_stretch, double in_dWindowSeconds,
+CurveCollector::CurveCollector(const PlotStretch& in_stretch, const WindowMiddles& in_middles,
                                const std::vector<std::string>& in_vNames,
                                const std::vector<std::size_t>& in_vNbOfValues, std::ostream& out_rows)
     : m_stretch(in_stretch)
-    , m_dHalfWindow(in_dWindowSeconds / 2.0)
+    , m_middles(in_middles)
     , m_rows(out_rows)
     , m_vTimeSums(in_stretch.getNbOfColumns())
     , m_vCounts(in_stretch.getNbOfColumns())
@@ -67,9 +67,9 @@ CurveCollector::CurveCollector(const PlotStretch& in_stretch, double in_dWindowS
         m_vCurves.emplace_back(in_vNames[uiCurve], in_vNbOfValues[uiCurve], m_vCounts.size());
 }
 
-void CurveCollector::beginRow(double in_dTime)
+void CurveCollector::beginRow(double)
 {
-    const double dMiddle = in_dTime - m_dHalfWindow;
+    const double dMiddle = m_middles.m_dFirst + static_cast<double>(m_uiNbOfRows++) * m_middles.m_dApart;
     const double dPlace = (dMiddle - m_stretch.getFrom()) / (m_stretch.getTo() - m_stretch.getFrom());
     m_bInside = dPlace >= 0.0 && dPlace < 1.0;
     if (dPlace >= 1.0)

@@ -57,18 +57,26 @@ private:
     std::vector<Cell> m_vCells;
 };
 
+/// Where the middles of windows lie, one after the other, in seconds of the recording. Their rows tell other times
+/// where a window is no whole number of milliseconds, or is cut for another rate.
+struct WindowMiddles
+{
+    double m_dFirst = 0.0;
+    double m_dApart = 0.0;
+};
+
 /// Takes the rows of one recording and makes curves of them. A window's values stand at its middle.
 class CurveCollector : public RowWriter
 {
 public:
-    /// in_dWindowSeconds: the length of a window. out_rows is made to fail when the stretch is over, so that nobody
-    /// computes rows that are not drawn.
-    CurveCollector(const PlotStretch& in_stretch, double in_dWindowSeconds, const std::vector<std::string>& in_vNames,
-                   const std::vector<std::size_t>& in_vNbOfValues, std::ostream& out_rows);
+    /// out_rows is made to fail when the stretch is over, so that nobody computes rows that are not drawn.
+    CurveCollector(const PlotStretch& in_stretch, const WindowMiddles& in_middles,
+                   const std::vector<std::string>& in_vNames, const std::vector<std::size_t>& in_vNbOfValues,
+                   std::ostream& out_rows);
 
     std::string getHeader() const override { return {}; }
     void beginFile(const std::string&) override {}
-    void beginRow(double in_dTime) override;
+    void beginRow(double) override;
     void setLabels(const std::vector<std::string>&) override {}
     void addFeature(std::size_t in_uiFeature, std::span<const double> in_values) override;
     std::string_view endRow() override;
@@ -79,11 +87,12 @@ public:
 
 private:
     PlotStretch m_stretch;
-    double m_dHalfWindow;
+    WindowMiddles m_middles;
     std::ostream& m_rows;
     std::vector<Curve> m_vCurves;
     std::vector<double> m_vTimeSums;
     std::vector<std::uint32_t> m_vCounts;
+    unsigned long m_uiNbOfRows = 0;
     bool m_bInside = false;
     std::size_t m_uiColumn = 0;
 };

@@ -179,6 +179,15 @@ void PlotReader::readRegions(PlotRecording& inout_recording)
     m_messages.inputWarning(inout_recording.m_strName, "no regions are drawn, since they cannot be read: " + strFault);
 }
 
+// Windows are whole numbers of samples, and lie where these are in the recording.
+WindowMiddles PlotReader::windowMiddles(unsigned long in_uiSampleRate) const
+{
+    const unsigned long uiSize = windowSamples(m_analysis.getWindowRate(), m_options.m_windows.m_uiWindowMs);
+    const unsigned long uiOverlap = m_options.m_windows.m_uiOverlapMs * m_analysis.getWindowRate() / 1000;
+    const auto dRate = static_cast<double>(in_uiSampleRate);
+    return {static_cast<double>(uiSize) / 2.0 / dRate, static_cast<double>(uiSize - uiOverlap) / dRate};
+}
+
 std::string PlotReader::readCurves(PlotRecording& inout_recording, const Share& in_share)
 {
     const std::string strFault = m_analysis.open(inout_recording.m_strName);
@@ -186,11 +195,8 @@ std::string PlotReader::readCurves(PlotRecording& inout_recording, const Share& 
         return "no curves: " + strFault;
     NoBuf buffer;
     std::ostream rows(&buffer);
-    const double dWindowSeconds =
-        static_cast<double>(windowSamples(m_analysis.getWindowRate(), m_options.m_windows.m_uiWindowMs)) /
-        static_cast<double>(m_analysis.getWindowRate());
-    CurveCollector collector(inout_recording.m_stretch, dWindowSeconds, m_features.getColumnNames(),
-                             m_analysis.getNbOfValues(), rows);
+    CurveCollector collector(inout_recording.m_stretch, windowMiddles(inout_recording.m_stretch.m_uiSampleRate),
+                             m_features.getColumnNames(), m_analysis.getNbOfValues(), rows);
     const std::string strRowFault = m_analysis.writeRows(collector, rows, false, in_share.m_dDone, in_share.m_dShare);
     inout_recording.m_vCurves = collector.getCurves();
     inout_recording.m_vCurveTimes = collector.getTimes();

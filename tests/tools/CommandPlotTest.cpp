@@ -212,6 +212,32 @@ TEST_F(CommandPlotTest, DrawsALineAtTheHeightOfItsValues)
     EXPECT_NEAR(iLow - iHigh, 80.0 / 1.12, 3.0);
 }
 
+// Windows of 16 ms are 176.4 samples there, of which 176 are taken: the times of rows drift, and the curve may not.
+TEST_F(CommandPlotTest, DrawsACurveWhereItsWindowsAreAtAnyRate)
+{
+    Math::DoubleVector vSamples(10 * 11025 * 9 / 10, 0.0);
+    for (int iSample = 0; iSample < 11025; ++iSample)
+        vSamples.push_back(0.5);
+    const std::string strFile = writeSoundFile(m_dir.file("step.wav"), vSamples, 11025, Corvana::Test::WAV_PCM16);
+    for (const char* szRate : {"file", "8000"}) {
+        EXPECT_EQ(plot({"--expr", "loud=mean(x) > 0.4", "--sample-rate", szRate, "--from", "8.9", "--to", "9.1", "-q",
+                        strFile, "-o", m_dir.file("out.png")}),
+                  EXIT_DONE);
+        const Picture picture(contentsOf(m_dir.file("out.png")));
+        const Tracks tracks(1200);
+        // The line is low until the middle of the last window that is loud for less than 80 %. That is at most 0.3
+        // windows behind the step at 9 s and at least 0.7 before it; windows of 16 ms are 85 pixels.
+        const int iY = tracks.m_iLanes + 18 + 80 - 5;
+        int iStep = 0;
+        for (int iX = 1; iX < tracks.m_iWidth; ++iX)
+            for (int iRow = iY - 2; iRow <= iY + 2; ++iRow)
+                if (picture.brightness(tracks.m_iLeft + iX, iRow) < 450)
+                    iStep = iX;
+        EXPECT_LE(iStep, tracks.m_iWidth / 2 + 28) << szRate;
+        EXPECT_GE(iStep, tracks.m_iWidth / 2 - 62) << szRate;
+    }
+}
+
 TEST_F(CommandPlotTest, HasTheSizeAskedFor)
 {
     const std::string strFile = makeFile("a.wav", {{"BEEP", 2000, 4000}});
