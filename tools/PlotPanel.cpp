@@ -56,15 +56,27 @@ double amplitudeRange(double in_dPeak)
     return dRange;
 }
 
-// Three digits that count, such as 0.123, 12.3 or 1.23e-05.
-std::string threeDigits(double in_dValue)
+// So many digits that count, such as 0.123, 12.3 or 1.23e-05 for three.
+std::string roundedText(double in_dValue, int in_iNbOfDigits)
 {
     if (in_dValue == 0.0)
         return "0";
-    const int iExponent = static_cast<int>(std::floor(std::log10(std::fabs(in_dValue)))) - 2;
+    const int iExponent = static_cast<int>(std::floor(std::log10(std::fabs(in_dValue)))) - in_iNbOfDigits + 1;
     const double dPower = std::pow(10.0, std::abs(iExponent));
     return toShortestText(iExponent < 0 ? std::round(in_dValue * dPower) / dPower
                                         : std::round(in_dValue / dPower) * dPower);
+}
+
+// Up to three digits, as many as there is room for: a number that is cut would be another one.
+std::string fittingText(double in_dValue, double in_dMaxWidth, const TextWidth& in_widthOf)
+{
+    constexpr int iMaxDigits = 3;
+    for (int iNbOfDigits = iMaxDigits; iNbOfDigits > 1; --iNbOfDigits) {
+        const std::string strText = roundedText(in_dValue, iNbOfDigits);
+        if (in_widthOf(strText) <= in_dMaxWidth)
+            return strText;
+    }
+    return roundedText(in_dValue, 1);
 }
 
 std::string millisecondsText(double in_dSeconds)
@@ -78,7 +90,7 @@ std::string lengthText(double in_dSeconds)
     constexpr double dVeryShort = 0.01;
     return in_dSeconds >= dMinute      ? durationText(in_dSeconds)
            : in_dSeconds >= dVeryShort ? millisecondsText(in_dSeconds) + " s"
-                                       : threeDigits(in_dSeconds) + " s";
+                                       : roundedText(in_dSeconds, 3) + " s";
 }
 
 struct Bar
@@ -198,7 +210,8 @@ void PlotPanel::layOutRegions()
     constexpr double dLeastWidth = 2.0;
     std::map<std::size_t, SourceLanes> sources;
     for (const LabeledRegion& region : m_recording.m_vRegions) {
-        if (region.m_dStart >= axis.getTo() || std::max(region.m_dStart, region.m_dStop) < axis.getFrom())
+        // One that ends where the picture begins is outside, unless it has no length.
+        if (region.m_dStart >= axis.getTo() || (region.m_dStart < axis.getFrom() && region.m_dStop <= axis.getFrom()))
             continue;
         const double dLeft = std::clamp(axis.placeOf(region.m_dStart), 0.0, dWidth - dLeastWidth);
         const double dRight = std::clamp(axis.placeOf(region.m_dStop), dLeft + dLeastWidth, dWidth);
@@ -369,8 +382,10 @@ void PlotPanel::drawValueTicks(PlotCanvas& out_canvas, const PlotBox& in_box, do
         if (in_bLines)
             out_canvas.fill({in_box.m_dLeft, dY, in_box.m_dWidth, 1.0}, s_grid);
         const double dRoom = m_style.m_dLeftMargin - s_dTickLength - 4.0;
+        if (out_canvas.widthOf(tick.m_strText, style) > dRoom)
+            continue; // a number that is cut would be another one
         out_canvas.text({in_box.m_dLeft - s_dTickLength - 3.0, baselineOf(in_box, dY)}, TextPlace::RIGHT,
-                        shortenedEnd(tick.m_strText, dRoom, widthOf(style)), style);
+                        tick.m_strText, style);
     }
 }
 
@@ -516,10 +531,13 @@ void PlotPanel::drawColourScale(PlotCanvas& out_canvas, const PlotBox& in_box, c
         const double dY = std::clamp(std::floor(heightOf(scale, tick.m_dValue, in_dMin, in_dMax)), scale.m_dTop,
                                      scale.getBottom() - 1.0);
         out_canvas.fill({scale.getRight(), dY, 3.0, 1.0}, s_frame);
-        const double dRoom = m_style.m_dRightMargin - s_dScaleGap - s_dScaleWidth - 6.0;
-        out_canvas.text({scale.getRight() + 5.0, baselineOf(scale, dY)}, TextPlace::LEFT,
-                        shortenedEnd(tick.m_strText, dRoom, widthOf(style)), style);
+        out_canvas.text({scale.getRight() + 5.0, baselineOf(scale, dY)}, TextPlace::LEFT, tick.m_strText, style);
     }
+}
+
+double PlotPanel::scaleTextRoom() const
+{
+    return m_style.m_dRightMargin - s_dScaleGap - s_dScaleWidth - 6.0;
 }
 
 std::string PlotPanel::lostTextsNote() const
@@ -700,8 +718,9 @@ void PlotPanel::drawStrip(PlotCanvas& out_canvas, const PlotBox& in_box, const C
     for (AxisTick& tick : vTicks)
         tick.m_strText = "[" + tick.m_strText + "]";
     drawValueTicks(out_canvas, in_box, -0.5, dLast - 0.5, vTicks, false);
+    const auto textOf = [&](double in_dValue) { return fittingText(in_dValue, scaleTextRoom(), widthOf(textStyle())); };
     drawColourScale(out_canvas, in_box, ColourScale::viridis(), dMin, dMin + dSpan,
-                    {{dMin, threeDigits(dMin)}, {dMin + dSpan, threeDigits(dMin + dSpan)}});
+                    {{dMin, textOf(dMin)}, {dMin + dSpan, textOf(dMin + dSpan)}});
 }
 
 void PlotPanel::drawTimeAxis(Cursor& inout_cursor) const

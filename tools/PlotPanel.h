@@ -110,6 +110,7 @@ private:
                         const std::vector<AxisTick>& in_vTicks, bool in_bLines) const;
     void drawColourScale(PlotCanvas& out_canvas, const PlotBox& in_box, const ColourScale& in_scale, double in_dMin,
                          double in_dMax, const std::vector<AxisTick>& in_vTicks) const;
+    double scaleTextRoom() const;
     double baselineOf(const PlotBox& in_box, double in_dY) const;
     PlotBox takeBox(Cursor& inout_cursor, double in_dHeight) const;
     unsigned ticksWithin(double in_dHeight) const;

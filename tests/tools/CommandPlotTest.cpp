@@ -176,6 +176,16 @@ TEST_F(CommandPlotTest, ShowsOnlyThePartAskedFor)
     EXPECT_NE(picture.at(tracks.m_iLeft + tracks.m_iWidth - 3, iY), 0xFFFFFFU);
 }
 
+TEST_F(CommandPlotTest, LeavesOutARegionThatEndsWhereThePartBegins)
+{
+    const std::string strFile = makeFile("a.wav", {{"SILENCE", 0, 4000}, {"BEEP", 4000, 3000}, {"DTMF_5", 4000, 0}});
+    const Picture picture = pictureOf({"--from", "0.5", strFile});
+    const Tracks tracks(1200);
+    // Two lanes with a left edge each: the beep, and the key that has no length.
+    const int iLanes = picture.count(0x0072B2, tracks.m_iLeft, tracks.m_iLanes + 1, 1, 60);
+    EXPECT_EQ(iLanes, 2 * 15);
+}
+
 TEST_F(CommandPlotTest, DrawsACurveForEachFeatureAndFormula)
 {
     const std::string strFile = toneFile();

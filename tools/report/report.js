@@ -107,7 +107,7 @@
   const layOutRegions = () => {
     const sources = new Map();
     const inView = current().regions.map((region, index) => ({ ...region, index }))
-      .filter((region) => region.start < state.to && region.stop >= state.from).sort((a, b) => a.start - b.start);
+      .filter((region) => region.start < state.to && (region.stop > state.from || region.start >= state.from)).sort((a, b) => a.start - b.start);
     for (const region of inView) {
       if (!sources.has(region.rank)) sources.set(region.rank, { name: region.source, colour: region.colour, lanes: [], rank: region.rank });
       const source = sources.get(region.rank);
@@ -354,7 +354,8 @@
 
   const drawCurve = (curve, top, height) => {
     context.font = "bold 12px 'DejaVu Sans', system-ui, sans-serif";
-    label(curve.name + (curve.tiles.length > 0 ? `, ${curve.values} values` : ""), LEFT, top - 4, "left");
+    const range = `, ${curve.values} values from ${Number(curve.min.toPrecision(3))} to ${Number(curve.max.toPrecision(3))}`;
+    label(curve.name + (curve.tiles.length > 0 ? range : ""), LEFT, top - 4, "left");
     let x = LEFT + context.measureText(curve.name).width;
     if (curve.lines.length > 1) curve.lines.forEach((line, index) => {
       context.fillStyle = COLOURS[index];
