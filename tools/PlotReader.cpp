@@ -75,9 +75,9 @@ try {
     strFault = readSignal(out_recording, {in_dDone, dSignalShare});
     readRegions(out_recording);
     out_bDrawable = true;
-    if (bCurves && strFault.empty())
-        strFault = readCurves(out_recording, {in_dDone + dSignalShare, dSignalShare});
-    return strFault;
+    const std::string strCurveFault =
+        bCurves ? readCurves(out_recording, {in_dDone + dSignalShare, dSignalShare}) : std::string();
+    return strFault.empty() ? strCurveFault : strFault;
 } catch (const std::bad_alloc&) {
     out_bDrawable = false;
     return "not enough memory to draw it; a smaller --width needs less";
