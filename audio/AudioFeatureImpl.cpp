@@ -933,7 +933,7 @@ bool SpectralWeightedAreaFeature::compute(const DoubleVector& in_vInput, DoubleV
         !CORVANA_ASSERT_AT(CORVANA_HERE, m_uiIndexMax < uiInputSize, "m_uiIndexMax < uiInputSize"))
         return false;
     // A whole number of Hz: saved classifiers were trained with it.
-    const double dBinHz = static_cast<double>(m_uiSampleRate / (2 * uiInputSize));
+    const double dBinHz = static_cast<double>(m_uiSampleRate / (2 * uiInputSize)); // NOLINT(bugprone-integer-division)
     double dArea = 0.0;
     for (unsigned long uiIndex = m_uiIndexMin; uiIndex <= m_uiIndexMax; ++uiIndex)
         dArea += static_cast<double>(uiIndex) * in_vInput[uiIndex] * dBinHz;

@@ -76,7 +76,7 @@ void LinearAudioWindower::makeMeanFeature()
     std::unique_ptr<Object> pMade(pFactory->getNewFeature("TemporalMean_Mean_Amplitude"));
     auto* pFeature = dynamic_cast<Math::SignalFeature*>(pMade.get());
     if (pFeature != nullptr)
-        pMade.release();
+        static_cast<void>(pMade.release()); // the same object
     m_pFeatureDCOffset = CountedObjPtr<Math::SignalFeature>(pFeature);
 }
 

@@ -69,7 +69,7 @@ bool registerFunction(const char* in_szName)
     auto pAllocator = std::make_unique<Registry::ExpressionAllocatorT<Math::Xpr::UserFunctionImpl<FunctionT>>>();
     if (!Registry::getInstance().registerFunction(in_szName, pAllocator.get()))
         return false;
-    pAllocator.release();
+    static_cast<void>(pAllocator.release()); // the registry has it now
     return true;
 }
 

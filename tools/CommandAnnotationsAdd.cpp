@@ -48,7 +48,7 @@ bool split(const CommandAnnotationsAdd::Options& in_options, AnnotationEditOptio
         out_messages.error("wants FILE... TYPE START STOP, such as: corvana annotations add call.wav VOICE 1.5 3.25");
         return false;
     }
-    out_options = in_options;
+    out_options = static_cast<const AnnotationEditOptions&>(in_options);
     out_options.m_vFiles.insert(out_options.m_vFiles.begin(), vArguments.begin(),
                                 vArguments.end() - s_uiNbOfRegionArguments);
     const std::string strFault = parseRegion(vArguments, out_region);

@@ -26,10 +26,9 @@ unsigned long readNumber(const std::string& in_strOption, const std::string& in_
 }
 
 CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
-                     const std::string& in_strHelp, std::function<void(const std::string&)> in_take)
+                     const std::string& in_strHelp, const std::function<void(const std::string&)>& in_take)
 {
-    return inout_app.add_option_function<std::string>(in_strNames, std::move(in_take), in_strHelp)
-        ->type_name(in_strType);
+    return inout_app.add_option_function<std::string>(in_strNames, in_take, in_strHelp)->type_name(in_strType);
 }
 
 void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,

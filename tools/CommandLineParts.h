@@ -40,7 +40,7 @@ ValueT readWord(const std::string& in_strOption, const std::string& in_strText,
 
 /// An option with a text, which in_take checks and keeps; in_strType names it in the help.
 CLI::Option* addText(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strType,
-                     const std::string& in_strHelp, std::function<void(const std::string&)> in_take);
+                     const std::string& in_strHelp, const std::function<void(const std::string&)>& in_take);
 /// An option whose value is one of a few words, which are its type in the help: "csv|jsonl".
 template <class ValueT, class TakenT>
 void addWord(CLI::App& inout_app, const std::string& in_strName, const std::string& in_strHelp,

@@ -54,6 +54,7 @@ std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, cons
                                  LogBridge& inout_log, Messages& out_messages)
 {
     std::vector<Input> vInputs;
+    vInputs.reserve(in_vPaths.size());
     for (const std::string& strPath : in_vPaths)
         vInputs.push_back({strPath, isFolder(strPath) ? "is a folder, not a recording" : ""});
     for (const std::string& strList : in_vLists)

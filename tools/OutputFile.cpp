@@ -40,7 +40,7 @@ bool resolveLinks(std::string& inout_strPath)
         if (iLength < 0)
             return true; // not a link
         const std::string strTarget(acTarget, static_cast<std::size_t>(iLength));
-        inout_strPath = strTarget.starts_with('/') ? strTarget : folderOf(inout_strPath) + "/" + strTarget;
+        inout_strPath = strTarget.starts_with('/') ? strTarget : folderOf(inout_strPath).append("/").append(strTarget);
     }
     errno = ELOOP;
     return false;

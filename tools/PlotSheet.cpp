@@ -71,7 +71,8 @@ std::string PlotSheet::fitHeight(const std::vector<PlotRecording>& in_vRecording
                                  PanelStyle& out_style) const
 {
     constexpr double dLeastFactor = 0.35;
-    const auto dNbOfRows = static_cast<double>((in_vRecordings.size() + m_uiNbAcross - 1) / m_uiNbAcross);
+    const std::size_t uiNbOfRows = (in_vRecordings.size() + m_uiNbAcross - 1) / m_uiNbAcross;
+    const auto dNbOfRows = static_cast<double>(uiNbOfRows);
     std::size_t uiNbOfCurves = 0;
     for (const PlotRecording& recording : in_vRecordings)
         uiNbOfCurves = std::max(uiNbOfCurves, recording.m_vCurves.size());

@@ -283,7 +283,7 @@ public:
     {
         if (m_uiDepth-- != s_uiRegionDepth)
             return true;
-        if (m_bOfRecording && m_abGiven == decltype(m_abGiven)())
+        if (m_bOfRecording && std::find(m_abGiven.begin(), m_abGiven.end(), true) == m_abGiven.end())
             return m_regions.fail(
                 m_region.m_uiLine,
                 "the regions of several recordings; 'corvana annotations export --format json "

@@ -201,7 +201,8 @@ double Spectrogram::getLevelAt(double in_dColumnPlace, double in_dLowerPlace, do
 {
     const double dColumn = in_dColumnPlace * static_cast<double>(m_uiNbOfColumns) - 0.5;
     // Bin 0 is at 0 Hz, so a bin's place is that of its frequency and not that of its number's middle.
-    const double dBinsOfRow = static_cast<double>(m_uiWindowSize / 2) / static_cast<double>(m_uiNbOfRows);
+    const unsigned long uiNbOfBins = m_uiWindowSize / 2;
+    const double dBinsOfRow = static_cast<double>(uiNbOfBins) / static_cast<double>(m_uiNbOfRows);
     const auto rowAt = [&](double in_dPlace) {
         return in_dPlace * static_cast<double>(m_uiNbOfRows) - (dBinsOfRow - 1.0) / 2.0 / dBinsOfRow;
     };

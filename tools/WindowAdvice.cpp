@@ -20,6 +20,7 @@ double distance(unsigned long in_uiLeftMs, unsigned long in_uiRightMs)
 std::string listed(unsigned long in_uiSampleRate, const std::vector<unsigned long>& in_vWindowsMs)
 {
     std::vector<std::string> vTexts;
+    vTexts.reserve(in_vWindowsMs.size());
     for (const unsigned long uiMs : in_vWindowsMs)
         vTexts.push_back(std::to_string(uiMs) + " ms (" + std::to_string(windowSamples(in_uiSampleRate, uiMs)) + ")");
     return joined(vTexts);

@@ -11,7 +11,7 @@ namespace Corvana {
 // The argument bears the member's name, because the assertion's text is what operators look for.
 void abortOnObjectWithoutCount(const void* m_pObject)
 {
-    assert(m_pObject == 0);
+    assert(m_pObject == 0); // NOLINT(modernize-use-nullptr): part of that text
     std::abort();
 }
 

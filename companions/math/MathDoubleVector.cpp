@@ -135,7 +135,7 @@ void DoubleVector::resize_i(size_type in_uiSize)
     m_pEnd = m_pBegin + in_uiSize;
 }
 
-double* DoubleVector::makeRoom(double* in_pPosition, size_type in_uiNbOfValues)
+double* DoubleVector::makeRoom(const double* in_pPosition, size_type in_uiNbOfValues)
 {
     const size_type uiPosition = static_cast<size_type>(in_pPosition - m_pBegin);
     if (in_uiNbOfValues > capacity() - size())

@@ -109,29 +109,29 @@ void serializeEntry(ArchiveT& io_archive, FeatureGraph::Entry& inout_entry)
 } // namespace
 
 template <>
-void FeatureComputerImpl::serialize(boost::archive::polymorphic_oarchive& out_archive, unsigned int)
+void FeatureComputerImpl::serialize(boost::archive::polymorphic_oarchive& io_archive, unsigned int)
 {
     const unsigned long uiNbOfFeatures = getNbOfFeatures();
-    out_archive << boost::serialization::make_nvp("NbOfFeatures", uiNbOfFeatures);
+    io_archive << boost::serialization::make_nvp("NbOfFeatures", uiNbOfFeatures);
     for (unsigned long uiIndex = 0; uiIndex < uiNbOfFeatures; ++uiIndex) {
         FeatureGraph::Entry entry = m_pGraph->getEntry(uiIndex);
-        serializeEntry(out_archive, entry);
+        serializeEntry(io_archive, entry);
     }
 }
 
 template <>
-void FeatureComputerImpl::serialize(boost::archive::polymorphic_iarchive& in_archive, unsigned int)
+void FeatureComputerImpl::serialize(boost::archive::polymorphic_iarchive& io_archive, unsigned int)
 {
-    computerUnderLoad(in_archive) = this;
+    computerUnderLoad(io_archive) = this;
     unsigned long uiNbOfFeatures = 0;
-    in_archive >> boost::serialization::make_nvp("NbOfFeatures", uiNbOfFeatures);
+    io_archive >> boost::serialization::make_nvp("NbOfFeatures", uiNbOfFeatures);
     if (uiNbOfFeatures > FeatureGraph::s_uiMaxNbOfFeatures)
         throw boost::archive::archive_exception(boost::archive::archive_exception::input_stream_error,
                                                 "too many features");
     m_pGraph->clear();
     for (unsigned long uiIndex = 0; uiIndex < uiNbOfFeatures; ++uiIndex) {
         FeatureGraph::Entry entry;
-        serializeEntry(in_archive, entry);
+        serializeEntry(io_archive, entry);
         if (m_pGraph->addFeature(m_pool, entry))
             continue;
         CORVANA_LOG_ERROR(fileScopeLogger(), "Unknown feature " << entry.m_strDescription << " in archive");

@@ -24,6 +24,7 @@ struct FourierRecurrence
     /// The recurrence that separates the bins of in_uiSize real values; it starts at (1 + m_dWpr, m_dWpi).
     static FourierRecurrence ofRealPart(unsigned long in_uiSize)
     {
+        // Of an even number. NOLINTNEXTLINE(bugprone-integer-division)
         return FourierRecurrence(3.141592653589793 / static_cast<double>(in_uiSize / 2));
     }
 

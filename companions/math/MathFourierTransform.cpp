@@ -83,7 +83,7 @@ void discreteRealFastFourierTransform(T* inout_pData, unsigned long in_uiSize, T
     const bool bForward = in_isign == T(1.0);
     const T c1 = 0.5;
     const T c2 = bForward ? -0.5 : 0.5;
-    T theta = 3.141592653589793 / static_cast<T>(in_uiSize / 2);
+    T theta = 3.141592653589793 / static_cast<T>(in_uiSize / 2); // NOLINT(bugprone-integer-division): of an even number
     if (bForward)
         discreteFastFourierTransform(inout_pData, in_uiSize / 2, T(1.0));
     else

@@ -56,6 +56,7 @@ SignalFeature* SignalFeaturePool::getNewFeature(const char* in_szDescription) co
         if (pChain == nullptr)
             pChain = std::move(pStage);
         else // memory comes first, so both parts still have their owners when there is none
+            // NOLINTNEXTLINE(modernize-make-unique)
             pChain.reset(new SignalFeatureComposed(pChain.release(), pStage.release()));
         if (uiBar == std::string_view::npos)
             return pChain.release();

@@ -182,7 +182,7 @@ void Parser::advance()
             ++uiLength;
     } else {
         const auto isOneOf = [cFirst](std::string_view in_strLetters) {
-            return in_strLetters.find(cFirst) != in_strLetters.npos;
+            return in_strLetters.find(cFirst) != std::string_view::npos;
         };
         m_token.m_kind = isOneOf("()[],=<>!+-*/") ? Token::Kind::SYMBOL : Token::Kind::INVALID;
         uiLength = cSecond == '=' && isOneOf("=<>!") ? 2 : 1;

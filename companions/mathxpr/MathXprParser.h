@@ -44,7 +44,7 @@ struct Syntax
 class Parser
 {
 public:
-    static constexpr std::size_t s_uiMaxLength = 64 * 1024;
+    static constexpr std::size_t s_uiMaxLength = std::size_t{64} * 1024;
     static constexpr unsigned s_uiMaxDepth = 256;
 
     /// False: getError() tells why.

@@ -50,9 +50,10 @@ public:
         , m_pCount(std::exchange(inout_other.m_pCount, nullptr))
     {
     }
-    /// Derived to base; shares the counter.
+    /// Derived to base, as plain pointers convert; shares the counter.
     template <class U>
     requires std::is_convertible_v<U*, T*>
+    // NOLINTNEXTLINE(google-explicit-constructor)
     CountedBuiltInPtr(const CountedBuiltInPtr<U, RefCntClass, DeleteCls>& in_other)
     noexcept
         : CountedBuiltInPtr(in_other.m_pObject, in_other.m_pCount)

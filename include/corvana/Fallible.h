@@ -40,7 +40,7 @@ public:
         : FallibleBase(false)
     {
     }
-    Fallible(T in_value)
+    Fallible(T in_value) // NOLINT(google-explicit-constructor): a value is a result
         : FallibleBase(true)
         , m_value(std::move(in_value))
     {

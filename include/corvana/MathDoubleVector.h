@@ -105,7 +105,7 @@ public:
 private:
     void resize_i(size_type in_uiSize);
     void grow(size_type in_uiNbOfValues);
-    double* makeRoom(double* in_pPosition, size_type in_uiNbOfValues);
+    double* makeRoom(const double* in_pPosition, size_type in_uiNbOfValues);
     void allocate(size_type in_uiCapacity);
     void moveTo(size_type in_uiCapacity);
 

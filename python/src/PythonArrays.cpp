@@ -17,7 +17,7 @@ Array adopt(VectorT&& inout_vValues, std::vector<py::ssize_t> in_vShape)
     auto pVector = std::make_unique<std::decay_t<VectorT>>(std::forward<VectorT>(inout_vValues));
     double* const pValues = pVector->data();
     const py::capsule owner(pVector.get(), [](void* in_p) { delete static_cast<std::decay_t<VectorT>*>(in_p); });
-    pVector.release();
+    static_cast<void>(pVector.release()); // the capsule has it now
     return Array(std::move(in_vShape), pValues, owner);
 }
 

@@ -53,7 +53,7 @@ public:
     {
         std::vector<py::tuple> vSets;
         for (const std::vector<std::string>& vLabels : m_vLabelSets)
-            vSets.push_back(py::tuple(py::cast(vLabels)));
+            vSets.emplace_back(py::cast(vLabels));
         py::list rows;
         for (const std::size_t uiSet : m_vLabelSetOfRow)
             rows.append(vSets[uiSet]);
