@@ -22,8 +22,7 @@ std::size_t nbAcross(std::size_t in_uiNbOfRecordings, double in_dWidth)
     };
     std::size_t uiBest = std::min(uiFit, uiSquare);
     for (const std::size_t uiAcross : {uiSquare + 1, uiSquare - 1})
-        if (uiAcross >= 1 && uiAcross <= std::min(uiFit, in_uiNbOfRecordings) &&
-            emptyPlaces(uiAcross) < emptyPlaces(uiBest))
+        if (uiAcross >= 1 && uiAcross <= uiFit && emptyPlaces(uiAcross) < emptyPlaces(uiBest))
             uiBest = uiAcross;
     return uiBest;
 }

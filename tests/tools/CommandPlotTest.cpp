@@ -279,6 +279,15 @@ TEST_F(CommandPlotTest, DrawsSeveralRecordingsAsASheet)
             ASSERT_EQ(four.at(iX, iY), four.at(iX + 600, iY));
 }
 
+TEST_F(CommandPlotTest, PutsRecordingsSideBySideWithoutGapsWhereTheyFit)
+{
+    const std::string strFile = makeFile("a.wav", {}, 800);
+    const int iRow = pictureOf({"--width", "1200", strFile, strFile}).height();
+    EXPECT_EQ(pictureOf({"--width", "1200", strFile, strFile, strFile}).height(), iRow) << "three in a row";
+    EXPECT_GT(pictureOf({"--width", "660", strFile, strFile, strFile}).height(), iRow + 100) << "two, then one";
+    EXPECT_GT(pictureOf({"--width", "659", strFile, strFile}).height(), iRow + 100) << "one below the other";
+}
+
 TEST_F(CommandPlotTest, RefusesASheetThatNoFormatHolds)
 {
     std::vector<std::string> vArguments(140, makeFile("a.wav"));
