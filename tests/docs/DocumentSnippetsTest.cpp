@@ -14,14 +14,14 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <iterator>
 #include <sstream>
+#include <string>
 #include <vector>
 
 namespace {
 
 using Corvana::Math::DoubleVector;
-using ::testing::DoubleEq;
-using ::testing::ElementsAre;
 
 // A folder with the sample call as call.wav is the current one, as the snippets name files without folders.
 class DocumentSnippets : public ::testing::Test
@@ -47,6 +47,24 @@ DoubleVector firstWindow()
     return vWindow;
 }
 
+std::string contentsOf(const std::string& in_strFile)
+{
+    std::ifstream file(in_strFile, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The first block of a kind in a document.
+std::string blockOf(const std::string& in_strDocument, const std::string& in_strKind)
+{
+    const std::string strText = contentsOf(CORVANA_SOURCE_DIR "/docs/" + in_strDocument);
+    const std::string strOpening = "\n```" + in_strKind + "\n";
+    const std::size_t uiOpening = strText.find(strOpening);
+    if (uiOpening == std::string::npos)
+        return "no such block";
+    const std::size_t uiBegin = uiOpening + strOpening.size();
+    return strText.substr(uiBegin, strText.find("```\n", uiBegin) - uiBegin);
+}
+
 std::vector<double> valuesOf(Corvana::Math::FeatureComputerImpl& inout_computer)
 {
     DoubleVector vValues;
@@ -70,6 +88,7 @@ TEST_F(DocumentSnippets, SaveAComputerAndLoadIt)
     ASSERT_TRUE(bSaved);
     ASSERT_NE(nullptr, pComputer);
     EXPECT_EQ(valuesOf(computer), valuesOf(*pComputer));
+    EXPECT_THAT(contentsOf("features.xml"), ::testing::HasSubstr(blockOf("saved-computers.md", "xml")));
 }
 
 TEST_F(DocumentSnippets, PutAComputerIntoAnArchiveOfOnesOwn)
