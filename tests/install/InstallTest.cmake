@@ -42,6 +42,20 @@ function(check_programs in_folder)
   endif()
 endfunction()
 
+# out_block: the first block of CMake in a document.
+function(get_shown_cmake in_document out_block)
+  file(READ ${in_document} text)
+  string(FIND "${text}" "\n```cmake\n" begin)
+  if(begin EQUAL -1)
+    message(FATAL_ERROR "${in_document} shows no CMake")
+  endif()
+  math(EXPR begin "${begin} + 10")
+  string(SUBSTRING "${text}" ${begin} -1 text)
+  string(FIND "${text}" "```\n" end)
+  string(SUBSTRING "${text}" 0 ${end} text)
+  set(${out_block} "${text}" PARENT_SCOPE)
+endfunction()
+
 # Builds the consumer's programs with the compiler alone, with what pkg-config says.
 function(build_with_pkg_config in_prefix in_build)
   set(ENV{PKG_CONFIG_PATH} ${in_prefix}/${LIBDIR}/pkgconfig)
@@ -74,6 +88,20 @@ elseif(STEP STREQUAL find-package)
     -DEXAMPLE_SOURCE=${example_source})
   run(${CMAKE_COMMAND} --build ${FOLDER}/${STEP})
   check_programs(${FOLDER}/${STEP})
+
+elseif(STEP STREQUAL documents)
+  # The README shows a whole project, the chapter on C++ what joins one that is there.
+  get_shown_cmake(${SOURCE}/README.md project)
+  file(WRITE ${FOLDER}/${STEP}/project/CMakeLists.txt "${project}")
+  file(COPY ${example_source} DESTINATION ${FOLDER}/${STEP}/project)
+  configure(${FOLDER}/${STEP}/project ${FOLDER}/${STEP}/build -DCMAKE_PREFIX_PATH=${prefix})
+  run(${CMAKE_COMMAND} --build ${FOLDER}/${STEP}/build)
+  run(${FOLDER}/${STEP}/build/window-flatness ${recording})
+
+  get_shown_cmake(${SOURCE}/docs/cpp.md part)
+  file(WRITE ${FOLDER}/${STEP}/part/CMakeLists.txt "cmake_minimum_required(VERSION 3.24)\nproject(MyDetector LANGUAGES CXX)\n"
+    "add_executable(my-detector ${example_source})\n${part}")
+  configure(${FOLDER}/${STEP}/part ${FOLDER}/${STEP}/part-build -DCMAKE_PREFIX_PATH=${prefix})
 
 elseif(STEP STREQUAL pkg-config)
   build_with_pkg_config(${prefix} ${FOLDER}/${STEP})
