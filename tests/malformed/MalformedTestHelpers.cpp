@@ -5,6 +5,7 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <ostream>
 
 namespace Corvana::Test {
@@ -17,10 +18,15 @@ struct stat statusOf(const std::string& in_strPath)
     return status;
 }
 
-// To the nearest sample, of which files keep 32 bits.
+// The lower 32 bits of the nearest integer; of what 64 bits cannot hold, those of the nearest that they can.
 std::uint32_t sampleOf(double in_dSamples)
 {
-    return static_cast<std::uint32_t>(static_cast<std::uint64_t>(std::floor(in_dSamples + 0.5)));
+    const double dRounded = std::trunc(in_dSamples + 0.5);
+    if (std::isnan(dRounded))
+        return 0;
+    if (dRounded >= 0x1p63)
+        return std::numeric_limits<std::uint32_t>::max();
+    return dRounded < -0x1p63 ? 0 : static_cast<std::uint32_t>(static_cast<std::int64_t>(dRounded));
 }
 
 } // namespace
