@@ -115,8 +115,8 @@ void writeText(const std::vector<Group>& in_vGroups, const std::vector<TestResul
     for (const Group& group : in_vGroups) {
         out_data << group.m_szHeading << '\n';
         for (const auto& [strName, strValue] : group.m_facts)
-            out_data << "  " + strName + std::string(18 - std::min<std::size_t>(17, strName.size()), ' ') + strValue +
-                            "\n";
+            out_data << "  " << strName << std::string(18 - std::min<std::size_t>(17, strName.size()), ' ') << strValue
+                     << '\n';
     }
     out_data << "Self test\n";
     for (const TestResult& result : in_vResults)
