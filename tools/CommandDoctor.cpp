@@ -11,6 +11,7 @@
 
 #include <CLI/Version.hpp>
 #include <boost/version.hpp>
+#include <cairo.h>
 #include <gnu/libc-version.h>
 #include <log4cplus/version.h>
 #include <nlohmann/json.hpp>
@@ -69,9 +70,15 @@ std::string environment(const char* in_szName)
 
 Facts versions()
 {
-    return {{"corvana", getVersion()},    {"libsndfile", sndfileVersion()}, {"log4cplus", log4cplus::versionStr},
-            {"Boost", boostVersion()},    {"CLI11", CLI11_VERSION},         {"C library", gnu_get_libc_version()},
-            {"compiler", compilerName()}, {"system", kernelName()}};
+    return {{"corvana", getVersion()},
+            {"libsndfile", sndfileVersion()},
+            {"log4cplus", log4cplus::versionStr},
+            {"Boost", boostVersion()},
+            {"Cairo", cairo_version_string()},
+            {"CLI11", CLI11_VERSION},
+            {"C library", gnu_get_libc_version()},
+            {"compiler", compilerName()},
+            {"system", kernelName()}};
 }
 
 Facts computing()

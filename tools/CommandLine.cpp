@@ -76,7 +76,7 @@ Examples:
   corvana features --config peaks.xml call.wav
   corvana features --labels --list labelled.txt -o training.csv
   corvana features -f silenceratio --expr 'tonal=flatness(spectrum(x)) < 0.2' call.wav
-  sox call.mp3 -r 8000 -c 1 -t au - | corvana features -
+  sox stereo.au -r 8000 -c 1 -t au - | corvana features -
 
 Exit codes: 0 done; 1 finished, but some inputs failed (each is named, the others are complete); 2 wrong usage, or
 the output could not be written.)";
