@@ -16,11 +16,11 @@
 #include <cfenv>
 #include <cfloat>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <stdlib.h>
 
 namespace Corvana::Tools {
 namespace {
