@@ -140,10 +140,15 @@ private:
         return true;
     }
 
-    // A table without rows still has its columns; 8000 Hz is what the features are made for.
+    // A table without rows still has its columns; 8000 Hz is what the features are made for. It does not replace a
+    // file: that would cost a good table for a name that was mistyped.
     bool settleWithoutRecording(bool in_bHadInputs)
     {
         constexpr unsigned long uiAssumedRate = 8000;
+        if (in_bHadInputs && !m_options.m_strOutput.empty() && m_options.m_strOutput != "-") {
+            m_messages.note("nothing is written: no recording could be analysed");
+            return false;
+        }
         const FeatureSet::Layout& layout = layoutFor(uiAssumedRate);
         if (!layout.m_strFault.empty()) {
             if (in_bHadInputs)

@@ -25,6 +25,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -54,7 +55,8 @@ Exit codes: 0 done; 1 finished, but some inputs failed; 2 wrong usage, or the ou
 
 constexpr const char* s_szFeaturesFooter = R"(
 Features are named as 'corvana list-features' shows them. Stages joined by | form a chain in which each stage reads
-what the one before it gives. Without -f, spectrum500hz and spectrum|flatness are computed.
+what the one before it gives. Without -f, also beside --expr, spectrum500hz and spectrum|flatness are computed; 'corvana eval' computes a
+formula alone.
 
 CSV has the columns file, time, and one for each value: the description itself when it gives one value, else
 DESC[0], DESC[1] and so on. Fields are quoted as RFC 4180 says; lines end with a line feed alone, as other tools on
@@ -87,7 +89,7 @@ FORMULA[0], FORMULA[1] and so on. Rows are as those of 'corvana features', which
 
 Examples:
   corvana eval 'flatness(spectrum(x)) < 0.2' call.wav
-  corvana eval --window-ms 32 'max(spectralRange(spectrum(x), frequencyHz=450, widthHz=50))' call.wav
+  corvana eval --window-ms 32 'spectralRange(spectrum(x), frequencyHz=450, widthHz=0)[0] > 0.2' call.wav
   corvana features --expr 'level=log(mean(x*x))' call.wav
 
 Exit codes: 0 done; 1 finished, but some inputs failed; 2 wrong usage, or the output could not be written.)";
@@ -242,13 +244,32 @@ private:
         return EXIT_UNUSABLE;
     }
 
+    // For what other programs call a command, and for a recording without one.
+    static std::string hintFor(const std::string& in_strName, const std::vector<std::string>& in_vNames)
+    {
+        static const std::map<std::string, std::string> s_vOtherNames = {{"remove", "clear"},
+                                                                         {"delete", "clear"},
+                                                                         {"rm", "clear"},
+                                                                         {"annotate", "annotations"},
+                                                                         {"version", "--version"}};
+        const auto itName = s_vOtherNames.find(in_strName);
+        const bool bOption = itName != s_vOtherNames.end() && itName->second.starts_with('-');
+        if (itName != s_vOtherNames.end() &&
+            (bOption || std::find(in_vNames.begin(), in_vNames.end(), itName->second) != in_vNames.end()))
+            return didYouMean({itName->second});
+        std::error_code error;
+        if (std::filesystem::is_regular_file(in_strName, error))
+            return "; the command stands before the files, as in 'corvana features FILE'";
+        return didYouMean(nearestNames(in_strName, in_vNames));
+    }
+
     // in_parent is the application, or a command that has commands of its own.
     int refuseCommand(const CLI::App& in_parent, const std::string& in_strName)
     {
         const std::vector<std::string> vNames = commandNames(in_parent);
         const std::string strParent = in_parent.get_parent() == nullptr ? "" : in_parent.get_name();
         m_messages.error((strParent.empty() ? "" : strParent + ": ") + "no command " + inQuotes(in_strName) +
-                         didYouMean(nearestNames(in_strName, vNames)) + "\nThe commands " +
+                         hintFor(in_strName, vNames) + "\nThe commands " +
                          (strParent.empty() ? "" : "of " + strParent + " ") + "are " + joined(vNames) + ".");
         return EXIT_UNUSABLE;
     }

@@ -56,13 +56,15 @@ Examples:
 
 constexpr const char* s_szClearFooter = R"(
 Without --match, all regions are removed. PATTERN is a regular expression in Perl syntax; it matches the whole type, in
-upper or lower case.
+upper or lower case. A single region is removed by exporting, deleting its line, and importing the rest.
 
 Examples:
   corvana annotations clear call.wav
   corvana annotations clear --match 'cpa_.*' *.wav       all that the detector CPA found
   corvana annotations clear --match 'DTMF_[0-9]' call.wav  ten plain keys, but not CPA_DTMF_1
-  corvana annotations clear --dry-run --match '.*HUMAN' --list calls.txt)";
+  corvana annotations clear --dry-run --match '.*HUMAN' --list calls.txt
+  corvana annotations export call.wav -o call.csv          then, with a line of call.csv less:
+  corvana annotations import call.csv call.wav)";
 
 constexpr const char* s_szTypesFooter = R"(
 Examples:

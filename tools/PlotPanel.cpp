@@ -45,6 +45,8 @@ double heightOf(const PlotBox& in_box, double in_dValue, double in_dMin, double 
 double amplitudeRange(double in_dPeak)
 {
     double dRange = 1.0;
+    if (in_dPeak == 0.0)
+        return dRange; // digital silence: nothing to look at more closely
     while (dRange < in_dPeak)
         dRange *= 2.0; // files of floating-point samples may reach beyond 1
     for (int iPower = 0; iPower > -5; --iPower)

@@ -267,6 +267,15 @@ TEST_F(CommandFeaturesTest, WritesTheHeaderWhenNoRecordingOpens)
     EXPECT_EQ(m_data.str(), "file,time,spectrum|flatness\n");
 }
 
+TEST_F(CommandFeaturesTest, LeavesAFormerTableAsItWasWhenNoRecordingOpens)
+{
+    m_options.m_strOutput = m_dir.write("out.csv", "a good table");
+    m_options.m_vInputs = {m_dir.file("mistyped.wav")};
+    EXPECT_EQ(run(), EXIT_SOME_FAILED);
+    EXPECT_EQ(contentsOf(m_options.m_strOutput), "a good table");
+    EXPECT_THAT(m_messages.str(), HasSubstr("corvana: nothing is written: no recording could be analysed\n"));
+}
+
 TEST_F(CommandFeaturesTest, WritesNothingWhenNotEvenTheColumnsAreKnown)
 {
     m_options.m_vInputs = {m_dir.file("none.wav")};

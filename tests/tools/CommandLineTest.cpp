@@ -207,6 +207,21 @@ TEST_F(CommandLineTest, HandsAllOptionsOn)
                       HasSubstr("\"time\":0.048")));
 }
 
+TEST_F(CommandLineTest, KnowsWhatOthersCallACommandAndARecordingWithoutOne)
+{
+    run({"annotations", "remove", "a.wav"});
+    EXPECT_THAT(m_messages.str(), StartsWith("corvana: annotations: no command 'remove'; did you mean clear?\n"));
+    run({"version"});
+    EXPECT_THAT(m_messages.str(), StartsWith("corvana: no command 'version'; did you mean --version?\n"));
+    run({"remove"}); // of annotations only
+    EXPECT_THAT(m_messages.str(), testing::Not(HasSubstr("clear")));
+    const std::string strFile = makeFile();
+    EXPECT_EQ(run({strFile}), EXIT_UNUSABLE);
+    EXPECT_THAT(m_messages.str(),
+                StartsWith("corvana: no command '" + strFile +
+                           "'; the command stands before the files, as in 'corvana features FILE'\n"));
+}
+
 TEST_F(CommandLineTest, TakesTheRateOfTheFileByName)
 {
     EXPECT_EQ(run({"features", "--sample-rate", "8000", "--sample-rate", "file", makeFile()}), EXIT_UNUSABLE);
