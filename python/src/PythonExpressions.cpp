@@ -65,10 +65,11 @@ public:
             const py::gil_scoped_release leavesPython;
             bEvaluated = m_expression.evaluate(pResult);
         }
-        if (!bEvaluated) {
-            const std::string strReason = log.errors();
-            throw Error(strReason.empty() ? "the formula cannot be evaluated for these values" : strReason);
-        }
+        const std::string strReason = log.errors();
+        if (!strReason.empty()) // also without a failure: some features say only there that their values mean nothing
+            throw Error(strReason);
+        if (!bEvaluated)
+            throw Error("the formula cannot be evaluated for these values");
         return toArray(Math::DoubleVector(*pResult));
     }
 

@@ -214,8 +214,10 @@ public:
         const LogScope log;
         m_computer.setWindow(toVector(in_window));
         Math::DoubleVector vValues;
-        if (!m_computer.computeFeatures(vValues))
-            throw Error(log.errors());
+        const bool bComputed = m_computer.computeFeatures(vValues);
+        const std::string strReason = log.errors();
+        if (!bComputed || !strReason.empty()) // some features say only there that their values mean nothing
+            throw Error(strReason);
         return toArray(std::move(vValues));
     }
 

@@ -50,6 +50,13 @@ def test_raises_what_the_library_says_about_values():
         corvana.Expression("x + y")(x=np.zeros(2), y=np.zeros(3))
 
 
+def test_raises_where_only_the_log_tells_that_values_mean_nothing():
+    with pytest.raises(corvana.Error, match="isPowerOfTwo"):
+        corvana.Expression("spectrum(x)")(x=np.zeros(100))
+    with pytest.raises(corvana.Error, match="isPowerOfTwo"):
+        corvana.FeatureComputer(["spectrum"]).compute(np.zeros(100))
+
+
 def test_is_configured_by_parameters(call):
     spectrum = corvana.FeatureComputer(["spectrum"]).compute(next(iter(corvana.windows(call))))
     named = corvana.Expression("spectralRange(s)", {"frequencyHz": 1000, "widthHz": 100})
