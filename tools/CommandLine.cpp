@@ -15,6 +15,7 @@
 #include "tools/CommandListFeatures.h"
 #include "tools/CommandListFunctions.h"
 #include "tools/ExitCode.h"
+#include "tools/InputList.h"
 #include "tools/LogBridge.h"
 #include "tools/ManualPage.h"
 #include "tools/Messages.h"
@@ -25,7 +26,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -257,8 +257,7 @@ private:
         if (itName != s_vOtherNames.end() &&
             (bOption || std::find(in_vNames.begin(), in_vNames.end(), itName->second) != in_vNames.end()))
             return didYouMean({itName->second});
-        std::error_code error;
-        if (std::filesystem::is_regular_file(in_strName, error))
+        if (isRegularFile(in_strName))
             return "; the command stands before the files, as in 'corvana features FILE'";
         return didYouMean(nearestNames(in_strName, in_vNames));
     }

@@ -62,6 +62,12 @@ std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, cons
     return vInputs;
 }
 
+bool isRegularFile(const std::string& in_strPath)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(in_strPath, error);
+}
+
 std::string openingFault(const std::string& in_strPath, LogBridge& inout_log)
 {
     const std::string strReason = inout_log.takeErrors();

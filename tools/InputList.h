@@ -19,6 +19,9 @@ struct Input
 std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
                                  LogBridge& inout_log, Messages& out_messages);
 
+/// Whether it is a file whose length is known, no pipe or device.
+bool isRegularFile(const std::string& in_strPath);
+
 /// Why the library did not open a recording: what it logged, and what the system says about the file, as far as that
 /// tells more.
 std::string openingFault(const std::string& in_strPath, LogBridge& inout_log);

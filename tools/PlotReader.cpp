@@ -18,12 +18,6 @@ namespace {
 
 constexpr unsigned long s_uiFramesOfChunk = 16384;
 
-bool isRegularFile(const std::string& in_strPath)
-{
-    std::error_code error;
-    return std::filesystem::is_regular_file(in_strPath, error);
-}
-
 // Other formats have no regions, which needs no warning.
 bool isWav(const std::string& in_strPath)
 {
@@ -85,7 +79,8 @@ try {
 
 std::string PlotReader::open(const std::string& in_strPath)
 {
-    if (in_strPath == "-" || (std::filesystem::exists(in_strPath) && !isRegularFile(in_strPath)))
+    std::error_code error; // of a folder that may not be entered, say: opening tells it
+    if (in_strPath == "-" || (std::filesystem::exists(in_strPath, error) && !isRegularFile(in_strPath)))
         return "can only be drawn from a file, which is read more than once; write what comes from a pipe to one";
     m_log.beginInput(in_strPath);
     if (!m_reader.setSourceAudioFile(in_strPath.c_str()))

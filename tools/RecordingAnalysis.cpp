@@ -8,7 +8,6 @@
 #include "tools/WindowAdvice.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <new>
 #include <numeric>
@@ -19,12 +18,6 @@ namespace {
 
 // The status line is asked about this often: often enough for the slowest features, and not worth measuring.
 constexpr unsigned long s_uiRowsPerUpdate = 64;
-
-bool isRegularFile(const std::string& in_strPath)
-{
-    std::error_code error;
-    return std::filesystem::is_regular_file(in_strPath, error);
-}
 
 // Then the messages of reading and computing are to come in their order.
 bool isMoreThanWarningsShown()

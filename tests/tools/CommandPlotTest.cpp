@@ -475,6 +475,15 @@ TEST_F(CommandPlotTest, RefusesToWriteAPictureToATerminal)
               "corvana: a picture is nothing for a terminal: name a file with -o, or redirect the output\n");
 }
 
+TEST_F(CommandPlotTest, DrawsTheOthersWhenTheSystemRefusesAName)
+{
+    const std::string strTooLong = m_dir.file(std::string(300, 'a') + ".wav");
+    const std::string strPicture = m_dir.file("out.png");
+    EXPECT_EQ(plot({strTooLong, makeFile("a.wav"), "-o", strPicture}), EXIT_SOME_FAILED);
+    EXPECT_THAT(m_messages.str(), StartsWith("corvana: " + strTooLong + ": failed to open "));
+    EXPECT_TRUE(std::filesystem::exists(strPicture));
+}
+
 TEST_F(CommandPlotTest, RefusesWhatIsNoFile)
 {
     EXPECT_EQ(plot({"-", "-o", m_dir.file("out.png")}), EXIT_SOME_FAILED);
