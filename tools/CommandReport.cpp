@@ -119,10 +119,12 @@ private:
         if (!strPageFault.empty())
             return strPageFault;
         ++m_uiNbOfRecordings;
-        const std::string strAudioFault = m_options.m_bWithoutAudio ? "" : out_page.addAudio(in_strPath, m_log);
-        if (!strAudioFault.empty())
+        bool bTooLong = false;
+        const std::string strAudioFault =
+            m_options.m_bWithoutAudio ? "" : out_page.addAudio(in_strPath, m_log, bTooLong);
+        if (bTooLong)
             m_messages.inputWarning(in_strPath, strAudioFault);
-        return strFault;
+        return strFault.empty() && !bTooLong ? strAudioFault : strFault;
     }
 
     int finish(std::size_t in_uiNbOfInputs)

@@ -19,12 +19,14 @@ namespace {
 constexpr unsigned long s_uiFramesOfChunk = 16384;
 
 // Other formats have no regions, which needs no warning.
-bool isWav(const std::string& in_strPath)
+// Also when the system does not let it find out.
+bool mayBeWav(const std::string& in_strPath)
 {
     char acHeader[12] = {};
     std::ifstream stream(in_strPath, std::ios::binary);
     stream.read(acHeader, sizeof acHeader);
-    return std::string_view(acHeader, 4) == "RIFF" && std::string_view(acHeader + 8, 4) == "WAVE";
+    return !stream.is_open() || stream.bad() ||
+           (std::string_view(acHeader, 4) == "RIFF" && std::string_view(acHeader + 8, 4) == "WAVE");
 }
 
 std::string secondsText(double in_dSeconds)
@@ -67,11 +69,13 @@ try {
     const bool bCurves = !m_features.getColumnNames().empty();
     const double dSignalShare = bCurves && in_dShare > 0.0 ? in_dShare / 2.0 : in_dShare;
     strFault = readSignal(out_recording, {in_dDone, dSignalShare});
-    readRegions(out_recording);
+    for (const std::string& strOther :
+         {readRegions(out_recording),
+          bCurves ? readCurves(out_recording, {in_dDone + dSignalShare, dSignalShare}) : std::string()})
+        if (strFault.empty())
+            strFault = strOther;
     out_bDrawable = true;
-    const std::string strCurveFault =
-        bCurves ? readCurves(out_recording, {in_dDone + dSignalShare, dSignalShare}) : std::string();
-    return strFault.empty() ? strCurveFault : strFault;
+    return strFault;
 } catch (const std::bad_alloc&) {
     out_bDrawable = false;
     return "not enough memory to draw it; a smaller --width needs less";
@@ -158,20 +162,27 @@ void PlotReader::pass(unsigned long in_uiBegin, unsigned long in_uiEnd, PlotReco
     }
 }
 
-void PlotReader::readRegions(PlotRecording& inout_recording)
+// A recording whose regions are damaged is drawn without them, which is worth a warning; one that the system does not
+// let read is not what was asked for.
+std::string PlotReader::readRegions(PlotRecording& inout_recording)
 {
-    if (!isWav(inout_recording.m_strName))
-        return;
+    if (!mayBeWav(inout_recording.m_strName))
+        return {};
     m_log.beginInput(inout_recording.m_strName);
     Audio::AnnotatedFile file;
-    const std::string strFault = readRegionsOf(inout_recording.m_strName, file, m_log);
+    bool bSystemFailed = false;
+    const std::string strFault = readRegionsOf(inout_recording.m_strName, file, m_log, bSystemFailed);
     if (strFault.empty()) {
         m_log.endInput();
         inout_recording.m_vRegions = labeledRegionsOf(file);
-        return;
+        return {};
     }
     m_log.takeErrors();
-    m_messages.inputWarning(inout_recording.m_strName, "no regions are drawn, since they cannot be read: " + strFault);
+    const std::string strWithout = "no regions are drawn, since they cannot be read: " + strFault;
+    if (bSystemFailed)
+        return strWithout;
+    m_messages.inputWarning(inout_recording.m_strName, strWithout);
+    return {};
 }
 
 // Windows are whole numbers of samples, and lie where these are in the recording.

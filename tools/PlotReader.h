@@ -70,7 +70,7 @@ private:
     std::string findStretch(PlotRecording& inout_recording) const;
     std::string readSignal(PlotRecording& inout_recording, const Share& in_share);
     void pass(unsigned long in_uiBegin, unsigned long in_uiEnd, PlotRecording& inout_recording, const Share& in_share);
-    void readRegions(PlotRecording& inout_recording);
+    std::string readRegions(PlotRecording& inout_recording);
     WindowMiddles windowMiddles(unsigned long in_uiSampleRate) const;
     std::string readCurves(PlotRecording& inout_recording, const Share& in_share);
 

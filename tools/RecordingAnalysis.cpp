@@ -160,16 +160,23 @@ void RecordingAnalysis::warnAboutRate()
                            " ms of the recording");
 }
 
-void RecordingAnalysis::readLabels()
+// A recording whose regions are damaged has no labels, which is worth a warning. Where the system does not let them be
+// read, rows without labels would say what is not true.
+std::string RecordingAnalysis::readLabels()
 {
     m_log.beginInput(m_strPath);
-    const std::string strFault = m_labels.read(m_strPath, m_log);
+    bool bSystemFailed = false;
+    const std::string strFault = m_labels.read(m_strPath, m_log, bSystemFailed);
     if (strFault.empty()) {
         m_log.endInput();
-        return;
+        return {};
     }
     m_log.takeErrors();
-    m_messages.inputWarning(m_strPath, "no labels, since its regions cannot be read: " + strFault);
+    const std::string strWithout = "no labels, since its regions cannot be read: " + strFault;
+    if (bSystemFailed)
+        return strWithout;
+    m_messages.inputWarning(m_strPath, strWithout);
+    return {};
 }
 
 // Where the window's samples really lie: its time moves on by whole milliseconds, which at some rates are no whole
@@ -186,8 +193,8 @@ std::string RecordingAnalysis::writeRows(RowWriter& inout_writer, std::ostream& 
                                          double in_dDone, double in_dShare)
 try {
     warnAboutRate();
-    if (m_bLabels)
-        readLabels();
+    if (const std::string strFault = m_bLabels ? readLabels() : std::string(); !strFault.empty())
+        return strFault;
     m_log.beginInput(m_strPath);
     inout_writer.beginFile(m_strPath);
     const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();

@@ -84,7 +84,7 @@ private:
     unsigned long readFactor() const;
     unsigned long windowsAtOnce(bool in_bFlushRows) const;
     void warnAboutRate();
-    void readLabels();
+    std::string readLabels();
     double middleOfWindow(unsigned long in_uiWindow, unsigned long in_uiNbOfSamples) const;
     bool readBlock(Block& inout_block);
     std::string writeRow(RowWriter& inout_writer, const Block& in_block, unsigned long in_uiWindow,

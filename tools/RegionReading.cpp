@@ -33,21 +33,32 @@ std::string channelFault(Audio::AnnotatedFile& inout_file)
 } // namespace
 
 std::string readRegionsOf(const std::string& in_strPath, Audio::AnnotatedFile& out_file, LogBridge& inout_log)
+{
+    bool bSystemFailed = false;
+    return readRegionsOf(in_strPath, out_file, inout_log, bSystemFailed);
+}
+
+std::string readRegionsOf(const std::string& in_strPath, Audio::AnnotatedFile& out_file, LogBridge& inout_log,
+                          bool& out_bSystemFailed)
 try {
+    out_bSystemFailed = false;
     if (in_strPath == "-")
         return "regions are read from files only, not from standard input";
     errno = 0;
     std::ifstream stream(in_strPath, std::ios::binary);
+    out_bSystemFailed = !stream;
     if (!stream)
         return std::string("failed to open, ") + std::strerror(errno);
     if (out_file.readRegionsFromWAV(stream))
         return {};
+    out_bSystemFailed = errno != 0;
     const std::string strReason = inout_log.takeErrors();
     const std::string strChannelFault = channelFault(out_file);
     if (!strChannelFault.empty())
         return strChannelFault;
     return strReason.empty() ? "is no WAV file that regions can be read from" : strReason;
 } catch (const std::bad_alloc&) {
+    out_bSystemFailed = true;
     return "not enough memory for its regions";
 }
 

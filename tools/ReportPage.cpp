@@ -250,17 +250,19 @@ std::string ReportPage::addRecording(const PlotRecording& in_recording)
     return {};
 }
 
-std::string ReportPage::addAudio(const std::string& in_strPath, LogBridge& inout_log)
+std::string ReportPage::addAudio(const std::string& in_strPath, LogBridge& inout_log, bool& out_bTooLong)
 {
     // Bytes in threes, so that each piece is base64 of its own; pieces because browsers limit the length of a text.
     constexpr unsigned long uiFramesOfPiece = 3UL << 18U;
     Audio::AudioFileReader reader;
     reader.setNbOfFramesToRead(uiFramesOfPiece);
     inout_log.beginInput(in_strPath);
+    out_bTooLong = false;
     if (!reader.setSourceAudioFile(in_strPath.c_str()))
         return openingFault(in_strPath, inout_log);
     inout_log.endInput();
-    if (reader.getNbOfFrames() > s_uiMaxAudioBytes / 2)
+    out_bTooLong = reader.getNbOfFrames() > s_uiMaxAudioBytes / 2;
+    if (out_bTooLong)
         return "its sound is left out: it would be more than " + std::to_string(s_uiMaxAudioBytes >> 20U) +
                " megabytes";
     Math::DoubleVector vFrames;
@@ -272,7 +274,10 @@ std::string ReportPage::addAudio(const std::string& in_strPath, LogBridge& inout
         m_stream << "<script type=\"text/plain\" class=\"audio\" data-recording=\"" << m_uiNbOfRecordings - 1 << "\">"
                  << toBase64(strBytes) << "</script>\n";
     }
-    return {};
+    if (!m_stream.good() || reader.getFramePosition() >= reader.getNbOfFrames())
+        return {};
+    return "its sound breaks off: " + std::to_string(reader.getFramePosition()) + " of " +
+           std::to_string(reader.getNbOfFrames()) + " frames could be read";
 }
 
 void ReportPage::end()

@@ -19,8 +19,9 @@ public:
     /// Returns why it could not be shown, empty when it was.
     std::string addRecording(const PlotRecording& in_recording);
     /// The sound of the recording added last, from its file, as 16 bits a sample.
-    /// Returns why there is none or only a part, empty when it is all there.
-    std::string addAudio(const std::string& in_strPath, LogBridge& inout_log);
+    /// Returns why there is none or only a part, empty when it is all there; out_bTooLong: since that would be too
+    /// much.
+    std::string addAudio(const std::string& in_strPath, LogBridge& inout_log, bool& out_bTooLong);
     void end();
 
     /// More sound than this is left out: no browser would take the page.

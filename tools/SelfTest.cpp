@@ -21,6 +21,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <unistd.h>
 
 namespace Corvana::Tools {
 namespace {
@@ -117,13 +118,9 @@ public:
     {
         if (mkdtemp(m_strPath.data()) == nullptr)
             m_iError = errno;
+        m_strRecording = m_strPath + "/recording.wav";
     }
-    ~ScratchFolder()
-    {
-        std::error_code error;
-        if (m_iError == 0)
-            std::filesystem::remove_all(m_strPath, error);
-    }
+    ~ScratchFolder() { remove(); }
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
@@ -131,10 +128,20 @@ public:
     {
         return m_iError == 0 ? "" : "cannot make a folder in " + temporaryFolder() + ": " + std::strerror(m_iError);
     }
-    std::string getRecording() const { return m_strPath + "/recording.wav"; }
+    const std::string& getRecording() const { return m_strRecording; }
+
+    // Returns why it is still there. Needs no memory, which may be what is missing.
+    std::string remove()
+    {
+        if (m_iError != 0 || ((unlink(m_strRecording.c_str()) == 0 || errno == ENOENT) &&
+                              (rmdir(m_strPath.c_str()) == 0 || errno == ENOENT)))
+            return {};
+        return "cannot remove " + m_strRecording + " and its folder: " + std::strerror(errno);
+    }
 
 private:
     std::string m_strPath;
+    std::string m_strRecording;
     int m_iError = 0;
 };
 
@@ -189,12 +196,12 @@ std::string testReading(const std::string& in_strPath)
     const Math::DoubleVector vSamples = readSamples(in_strPath);
     FileWindowSource file;
     if (vSamples.size() != s_uiNbOfSamples || !file.open(in_strPath.c_str()))
-        return "a recording that was just written cannot be read";
+        return "cannot read " + in_strPath + ", which was just written";
     MemoryWindowSource memory;
     memory.open({vSamples.data(), vSamples.size()}, s_uiRate);
     const Math::DoubleVector vValues = valuesOf(memory);
     if (vValues.empty() || !haveSameBits(valuesOf(file), vValues))
-        return "the windows of a recording give other features than its samples do";
+        return "the windows of " + in_strPath + " give other features than its samples do";
     return {};
 }
 
@@ -206,14 +213,14 @@ std::string testLabelling(const std::string& in_strPath)
     Audio::AtomicFileEdit edit(in_strPath.c_str());
     if (!edit.isOpen() || !Audio::AnnotatedFile::addAnnotation(edit.workingFileName(), {Annotation::BEEP, 0.25, 0.5}) ||
         !edit.commit())
-        return edit.getFault().empty() ? "a region could not be added" : edit.getFault();
+        return "cannot add a region to " + in_strPath + (edit.getFault().empty() ? "" : ": " + edit.getFault());
     Audio::AnnotatedFile file;
     std::ifstream stream(in_strPath, std::ios::binary);
     if (!file.readRegionsFromWAV(stream) || file.annotations().size() != 1 ||
         file.annotations()[0].m_type != Annotation::BEEP || file.annotations()[0].m_dStartTime != 0.25 ||
         file.annotations()[0].m_dStopTime != 0.5)
-        return "a region that was added is not there";
-    return haveSameBits(readSamples(in_strPath), vSamples) ? "" : "adding a region changed samples";
+        return "a region that was added to " + in_strPath + " is not there";
+    return haveSameBits(readSamples(in_strPath), vSamples) ? "" : "adding a region changed samples of " + in_strPath;
 }
 
 /// Collects results; what a test makes the libraries log belongs to its fault.
@@ -274,7 +281,7 @@ std::vector<TestResult> selfTest(LogBridge& inout_log)
     for (const Math::Simd simd : supportedSimd())
         tests.add(std::string("spectra, ") + Math::getSimdName(simd) + ": the bits of the plain algorithm",
                   [=] { return testSpectra(simd); });
-    const ScratchFolder folder;
+    ScratchFolder folder;
     const std::string strPath = folder.getRecording();
     const bool bWritten = tests.add("a small recording can be written", [&] {
         return folder.getFault().empty() ? writeRecording(strPath) : folder.getFault();
@@ -283,6 +290,8 @@ std::vector<TestResult> selfTest(LogBridge& inout_log)
         tests.add("features of a recording are those of its samples", [&] { return testReading(strPath); });
         tests.add("a region can be added, and changes no sample", [&] { return testLabelling(strPath); });
     }
+    if (const std::string strLeft = folder.remove(); !strLeft.empty())
+        tests.add("what was written can be removed", [&] { return strLeft; });
     return tests.getResults();
 }
 

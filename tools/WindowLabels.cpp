@@ -11,14 +11,18 @@
 
 namespace Corvana::Tools {
 
-std::string WindowLabels::read(const std::string& in_strPath, LogBridge& inout_log)
+std::string WindowLabels::read(const std::string& in_strPath, LogBridge& inout_log, bool& out_bSystemFailed)
 {
     *this = WindowLabels();
     std::error_code error;
-    if (!std::filesystem::is_regular_file(in_strPath, error))
+    const bool bRegular = std::filesystem::is_regular_file(in_strPath, error);
+    out_bSystemFailed = static_cast<bool>(error);
+    if (out_bSystemFailed)
+        return error.message();
+    if (!bRegular)
         return "is no regular file";
     Audio::AnnotatedFile file;
-    const std::string strFault = readRegionsOf(in_strPath, file, inout_log);
+    const std::string strFault = readRegionsOf(in_strPath, file, inout_log, out_bSystemFailed);
     if (!strFault.empty())
         return strFault;
     for (const Audio::AnnotatedFile::Annotation& region : file.annotations())

@@ -15,8 +15,8 @@ class WindowLabels
 {
 public:
     /// Reads the regions of a recording; returns why there are none to be had, empty for success. A pipe is not opened:
-    /// what it gives is needed for the audio.
-    std::string read(const std::string& in_strPath, LogBridge& inout_log);
+    /// what it gives is needed for the audio. Also tells whether what failed is the system and not the recording.
+    std::string read(const std::string& in_strPath, LogBridge& inout_log, bool& out_bSystemFailed);
 
     /// Goes on to a moment; moments may not go back. True: other regions cover it than the one before.
     bool advanceTo(double in_dSeconds);

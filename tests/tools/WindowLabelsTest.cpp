@@ -51,7 +51,8 @@ protected:
         Messages messages(m_messages, false);
         LogBridge log(messages, s_iLogOff);
         log.beginInput(in_strFile);
-        return m_labels.read(in_strFile, log);
+        bool bSystemFailed = false;
+        return m_labels.read(in_strFile, log, bSystemFailed);
     }
 
     std::vector<std::string> labelsAt(double in_dSeconds)
