@@ -130,13 +130,15 @@ public:
     }
     const std::string& getRecording() const { return m_strRecording; }
 
-    // Returns why it is still there. Needs no memory, which may be what is missing.
+    // Returns why it is still there. Needs no memory, which may be what is missing, unless an edit left something.
     std::string remove()
     {
         if (m_iError != 0 || ((unlink(m_strRecording.c_str()) == 0 || errno == ENOENT) &&
                               (rmdir(m_strPath.c_str()) == 0 || errno == ENOENT)))
             return {};
-        return "cannot remove " + m_strRecording + " and its folder: " + std::strerror(errno);
+        std::error_code error;
+        std::filesystem::remove_all(m_strPath, error);
+        return error ? "cannot remove " + m_strRecording + " and its folder: " + error.message() : "";
     }
 
 private:
