@@ -95,6 +95,7 @@ void OutputFile::closeDescriptor()
 {
     stopWriting();
     m_temporary.discard();
+    m_partial.close();
     if (m_iDescriptor >= 0)
         close(m_iDescriptor);
     m_iDescriptor = -1;
@@ -111,22 +112,86 @@ bool OutputFile::open(const std::string& in_strPath)
     if (!strNumber.empty())
         return openDescriptor(strNumber);
 
-    m_strTarget = in_strPath;
+    bool bDirect = false;
+    unsigned uiMode = 0;
+    if (!findTarget(bDirect, uiMode))
+        return false;
+    if (bDirect)
+        return openDirectly(m_strTarget);
+    if (!m_temporary.make(m_strTarget, uiMode))
+        return discard(errno);
+    startWriting(m_temporary.getDescriptor());
+    return true;
+}
+
+// False, with the fault: it cannot be replaced. What is no file is written directly.
+bool OutputFile::findTarget(bool& out_bDirect, unsigned& out_uiMode)
+{
+    m_strTarget = m_strPath;
     if (!resolveLinks(m_strTarget))
         return discard(errno);
     struct stat status = {};
     const bool bExists = stat(m_strTarget.c_str(), &status) == 0;
     if (bExists && S_ISDIR(status.st_mode))
         return discard(EISDIR);
-    if (bExists && !S_ISREG(status.st_mode))
-        return openDirectly(m_strTarget);
+    out_bDirect = bExists && !S_ISREG(status.st_mode);
+    out_uiMode = bExists ? status.st_mode & 07777U : modeOfNewFiles();
     // Renaming would replace a write-protected file without asking.
-    if (bExists && access(m_strTarget.c_str(), W_OK) != 0)
+    if (bExists && !out_bDirect && access(m_strTarget.c_str(), W_OK) != 0)
         return discard(errno);
-    if (!m_temporary.make(m_strTarget, bExists ? status.st_mode & 07777U : modeOfNewFiles()))
-        return discard(errno);
-    startWriting(m_temporary.getDescriptor());
     return true;
+}
+
+std::string OutputFile::targetOf(const std::string& in_strPath)
+{
+    std::string strTarget = in_strPath;
+    return resolveLinks(strTarget) ? strTarget : in_strPath;
+}
+
+bool OutputFile::openPartial(const std::string& in_strPath)
+{
+    m_strPath = in_strPath;
+    bool bDirect =
+        in_strPath.empty() || in_strPath == "-" || in_strPath == "/dev/stdout" || !descriptorNumber(in_strPath).empty();
+    unsigned uiMode = 0;
+    if (!bDirect && !findTarget(bDirect, uiMode))
+        return false;
+    if (bDirect)
+        return discardWith(printable(in_strPath) + ": is no file, so no other run could go on with it");
+    if (m_partial.open(m_strTarget, uiMode))
+        return true;
+    if (errno == EWOULDBLOCK)
+        return discardWith(printable(m_partial.getName()) + ": another run is writing it");
+    return discardWith(printable(PartialFile::nameFor(m_strTarget)) + ": " + std::strerror(errno));
+}
+
+bool OutputFile::openToResume(const std::string& in_strPath, std::uint64_t in_uiNbOfBytes)
+{
+    std::uint64_t uiSize = 0;
+    if (!openPartial(in_strPath))
+        return false;
+    if (!m_partial.getSize(uiSize))
+        return discard(errno);
+    if (uiSize < in_uiNbOfBytes)
+        return discardWith(printable(m_partial.getName()) + ": holds " + std::to_string(uiSize) + " bytes instead of " +
+                           std::to_string(in_uiNbOfBytes) + ", so somebody else has changed it");
+    if (!m_partial.cutTo(in_uiNbOfBytes))
+        return discard(errno);
+    startWriting(m_partial.getDescriptor());
+    return true;
+}
+
+bool OutputFile::openToFinish(const std::string& in_strPath, std::uint64_t in_uiNbOfBytes)
+{
+    m_strPath = in_strPath;
+    m_strTarget = targetOf(in_strPath);
+    struct stat status = {};
+    if (lstat(PartialFile::nameFor(m_strTarget).c_str(), &status) == 0)
+        return openToResume(in_strPath, in_uiNbOfBytes);
+    m_bFinished = stat(m_strTarget.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+                  static_cast<std::uint64_t>(status.st_size) == in_uiNbOfBytes;
+    return m_bFinished ||
+           discardWith(printable(m_strTarget) + ": is not what the run wrote: somebody has changed or removed it");
 }
 
 bool OutputFile::openDescriptor(const std::string& in_strNumber)
@@ -160,25 +225,64 @@ void OutputFile::startWriting(int in_iDescriptor)
 std::string OutputFile::findAmong(const std::vector<std::string>& in_vPaths) const
 {
     const auto* pBuffer = dynamic_cast<const FileDescriptorBuf*>(m_pStream->rdbuf());
+    struct stat replaced = {};
     struct stat written = {};
-    const int iResult = m_temporary.isOpen() ? stat(m_strTarget.c_str(), &written)
-                        : pBuffer != nullptr ? fstat(pBuffer->getDescriptor(), &written)
-                                             : -1;
-    if (iResult != 0 || !S_ISREG(written.st_mode))
-        return {};
-    for (const std::string& strPath : in_vPaths) {
+    const bool bReplaces = isNamedAtLast() || m_bFinished;
+    const bool bReplaced = bReplaces && stat(m_strTarget.c_str(), &replaced) == 0 && S_ISREG(replaced.st_mode);
+    const bool bWritten = pBuffer != nullptr && !m_temporary.isOpen() &&
+                          fstat(pBuffer->getDescriptor(), &written) == 0 && S_ISREG(written.st_mode);
+    const auto isSame = [](const struct stat& in_left, const struct stat& in_right) {
+        return in_left.st_dev == in_right.st_dev && in_left.st_ino == in_right.st_ino;
+    };
+    for (std::size_t uiPath = 0; uiPath < in_vPaths.size() && (bReplaced || bWritten); ++uiPath) {
         struct stat read = {};
-        if (stat(strPath.c_str(), &read) == 0 && read.st_dev == written.st_dev && read.st_ino == written.st_ino)
-            return strPath;
+        if (stat(in_vPaths[uiPath].c_str(), &read) == 0 &&
+            ((bReplaced && isSame(read, replaced)) || (bWritten && isSame(read, written))))
+            return in_vPaths[uiPath];
     }
     return {};
 }
 
-bool OutputFile::commit()
+// False, with the fault: not all of it.
+bool OutputFile::hasWritten()
 {
     m_pStream->flush();
-    if (!m_pStream->good())
-        return discard(m_pBuffer == nullptr ? 0 : m_pBuffer->getError());
+    return m_pStream->good() || discard(m_pBuffer == nullptr ? 0 : m_pBuffer->getError());
+}
+
+bool OutputFile::sync()
+{
+    if (!hasWritten())
+        return false;
+    return !isNamedAtLast() || fdatasync(m_pBuffer->getDescriptor()) == 0 || discard(errno);
+}
+
+bool OutputFile::rewriteStart(const std::string& in_strBytes)
+{
+    if (!hasWritten())
+        return false;
+    std::size_t uiDone = 0;
+    while (isNamedAtLast() && uiDone < in_strBytes.size()) {
+        const ssize_t iWritten = pwrite(m_pBuffer->getDescriptor(), in_strBytes.data() + uiDone,
+                                        in_strBytes.size() - uiDone, static_cast<off_t>(uiDone));
+        if (iWritten > 0)
+            uiDone += static_cast<std::size_t>(iWritten);
+        else if (iWritten == 0 || errno != EINTR)
+            return discard(iWritten == 0 ? EIO : errno);
+    }
+    return true;
+}
+
+bool OutputFile::commit()
+{
+    if (!hasWritten())
+        return false;
+    if (m_bFinished)
+        return true;
+    if (m_partial.isOpen()) {
+        stopWriting();
+        return (m_partial.replace() && OS::syncFolder(folderOf(m_strTarget).c_str())) || discard(errno);
+    }
     if (m_temporary.isOpen()) {
         stopWriting();
         return (m_temporary.replace() && OS::syncFolder(folderOf(m_strTarget).c_str())) || discard(errno);

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "tools/FileDescriptorBuf.h"
+#include "tools/PartialFile.h"
 #include "tools/TemporaryFile.h"
 
+#include <cstdint>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -27,18 +29,39 @@ public:
     /// Writes to a file instead; "-" and "/dev/stdout" stand for the caller's stream. False, with the reason in
     /// getFault(): it cannot be written.
     bool open(const std::string& in_strPath);
+    /// The same for what another run may go on with: PATH.partial is kept when it is not committed. What it holds
+    /// behind so many bytes is dropped; with fewer it is refused, as is what is no file.
+    bool openToResume(const std::string& in_strPath, std::uint64_t in_uiNbOfBytes);
+    /// For what has all its bytes, and may have got its name, before a run was killed: only commit() remains.
+    bool openToFinish(const std::string& in_strPath, std::uint64_t in_uiNbOfBytes);
+
+    /// The file that would be replaced: behind symbolic links.
+    static std::string targetOf(const std::string& in_strPath);
+    /// Whether it gets its name when it is complete, unlike pipes, devices and standard output.
+    bool isNamedAtLast() const { return m_temporary.isOpen() || m_partial.isOpen(); }
 
     /// The first of the paths that is the very file that would be replaced or written to; empty when none is.
     std::string findAmong(const std::vector<std::string>& in_vPaths) const;
 
     std::ostream& stream() { return *m_pStream; }
+    /// Whether nothing has failed so far.
+    bool isGood() const { return m_strFault.empty() && m_pStream->good(); }
+    /// Brings what was written so far to the disk, where it gets its name at last. False: that failed.
+    bool sync();
+    /// Writes over the first bytes of what gets its name at last. False: that failed.
+    bool rewriteStart(const std::string& in_strBytes);
     /// Hands all rows out and, for a named file, gives it its name. False: something could not be written.
     bool commit();
 
     /// Why writing failed, for people; empty for a reader that has gone, which is no news to anyone.
     std::string getFault() const;
+    /// Removes what another run would have gone on with.
+    void removePartial() { m_partial.remove(); }
 
 private:
+    bool findTarget(bool& out_bDirect, unsigned& out_uiMode);
+    bool openPartial(const std::string& in_strPath);
+    bool hasWritten();
     bool openDirectly(const std::string& in_strPath);
     bool openDescriptor(const std::string& in_strNumber);
     void startWriting(int in_iDescriptor);
@@ -51,8 +74,10 @@ private:
     std::ostream* m_pStream;
     std::string m_strPath;     // as given
     std::string m_strTarget;   // behind symbolic links
-    TemporaryFile m_temporary; // not open: written directly
-    int m_iDescriptor = -1;    // written directly
+    TemporaryFile m_temporary; // when it and the next are not open: written directly
+    PartialFile m_partial;
+    bool m_bFinished = false; // has its name already
+    int m_iDescriptor = -1;   // written directly
     std::unique_ptr<FileDescriptorBuf> m_pBuffer;
     std::unique_ptr<std::ostream> m_pOwnStream;
     std::string m_strFault;

@@ -2,6 +2,7 @@
 #include "tools/RowWriter.h"
 
 #include "corvana/NumberText.h"
+#include "tools/NpyFormat.h"
 
 #include <nlohmann/json.hpp>
 
@@ -207,11 +208,42 @@ private:
     RowText m_row;
 };
 
+class NpyRowWriter : public RowWriter
+{
+public:
+    std::string getHeader() const override { return {}; }
+    void setFileIndex(std::uint64_t in_uiIndex) override { m_uiFile = in_uiIndex; }
+    void beginFile(const std::string&) override {}
+
+    void beginRow(double in_dTime) override
+    {
+        m_strRow.clear();
+        appendNpy(m_strRow, in_dTime);
+        appendNpy(m_strRow, m_uiFile);
+    }
+
+    void setLabels(const std::vector<std::string>&) override {} // which have no place among numbers
+
+    void addFeature(std::size_t, std::span<const double> in_values) override
+    {
+        for (const double dValue : in_values)
+            appendNpy(m_strRow, dValue);
+    }
+
+    std::string_view endRow() override { return m_strRow; }
+
+private:
+    std::uint64_t m_uiFile = 0;
+    std::string m_strRow;
+};
+
 } // namespace
 
 std::unique_ptr<RowWriter> RowWriter::make(RowFormat in_format, const std::vector<std::string>& in_vDescriptions,
                                            const std::vector<std::size_t>& in_vNbOfValues, bool in_bLabels)
 {
+    if (in_format == RowFormat::NPY)
+        return std::make_unique<NpyRowWriter>();
     if (in_format == RowFormat::JSONL)
         return std::make_unique<JsonRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);
     return std::make_unique<CsvRowWriter>(in_vDescriptions, in_vNbOfValues, in_bLabels);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
@@ -13,12 +14,14 @@ namespace Corvana::Tools {
 enum class RowFormat
 {
     CSV,
-    JSONL
+    JSONL,
+    NPY ///< each row a record of numbers, see NpyFormat.h
 };
 
-/// Puts rows into text, in a buffer that is used again for each row.
-/// Order of calls: getHeader(), then for each recording beginFile() and for each window beginRow(), addFeature() for
-/// every feature in order, endRow(). With a column of labels, setLabels() comes before the rows that have them.
+/// Puts rows into text or records, in a buffer that is used again for each row.
+/// Order of calls: getHeader(), then for each recording setFileIndex(), beginFile() and for each window beginRow(),
+/// addFeature() for every feature in order, endRow(). With a column of labels, setLabels() comes before the rows that
+/// have them.
 class RowWriter
 {
 public:
@@ -29,6 +32,8 @@ public:
 
     /// The text before the first row.
     virtual std::string getHeader() const = 0;
+    /// The position of the next recording among all inputs, for rows that tell it in place of the name.
+    virtual void setFileIndex(std::uint64_t) {}
     virtual void beginFile(const std::string& in_strFile) = 0;
     virtual void beginRow(double in_dTime) = 0;
     /// The labels of all rows from here to the end of the file, or the next call; rows have none before. CSV: one

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/TemporaryFile.h"
 
+#include "tools/LockedFile.h"
 #include "tools/Termination.h"
 
 #include <algorithm>
@@ -55,14 +56,6 @@ bool isTemporaryName(std::string_view in_strName)
 {
     return in_strName.size() == s_strPrefix.size() + s_strSuffix.size() && in_strName.starts_with(s_strPrefix) &&
            in_strName.find_first_not_of(s_strLetters, s_strPrefix.size()) == std::string_view::npos;
-}
-
-bool isNameOf(const std::string& in_strPath, int in_iDescriptor)
-{
-    struct stat named = {};
-    struct stat open = {};
-    return lstat(in_strPath.c_str(), &named) == 0 && fstat(in_iDescriptor, &open) == 0 && named.st_dev == open.st_dev &&
-           named.st_ino == open.st_ino;
 }
 
 // Whoever writes to it has locked it.

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/JsonFields.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+namespace Corvana::Tools {
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+std::string put(const std::string& in_strText)
+{
+    ordered_json object = ordered_json::object();
+    putText(object, "file", in_strText);
+    return lineOf(object);
+}
+
+std::string faultOf(const json& in_object, void (*in_read)(JsonFields&))
+{
+    JsonFields fields(in_object);
+    in_read(fields);
+    return fields.getFault();
+}
+
+TEST(JsonFields, KeepsBytesThatAreNoUtf8BesideTheText)
+{
+    EXPECT_EQ(put("caf\xc3\xa9.wav"), "{\"file\":\"caf\xc3\xa9.wav\"}");
+    EXPECT_EQ(put("caf\xe9.wav"), "{\"file\":\"caf\xEF\xBF\xBD.wav\",\"file_hex\":\"636166e92e776176\"}");
+    EXPECT_EQ(put("\xEF\xBF\xBD"), "{\"file\":\"\xEF\xBF\xBD\"}");
+}
+
+RC_GTEST_PROP(JsonFields, ReadsBackEveryText, (const std::string& in_strText))
+{
+    const json object = json::parse(put(in_strText));
+    JsonFields fields(object);
+    RC_ASSERT(fields.getText("file") == in_strText);
+    RC_ASSERT(fields.getFault().empty());
+}
+
+TEST(JsonFields, ReadsNumbersWithinTheirBounds)
+{
+    const json object = {{"a", 7U}, {"b", 1.5}, {"c", true}, {"d", nullptr}};
+    JsonFields fields(object);
+    EXPECT_EQ(fields.getNumber("a", 7), 7U);
+    EXPECT_EQ(fields.getAmount("b"), 1.5);
+    EXPECT_EQ(fields.getAmount("a"), 7.0);
+    EXPECT_TRUE(fields.getFlag("c"));
+    EXPECT_TRUE(fields.isNull("d"));
+    EXPECT_FALSE(fields.isNull("a") || fields.isNull("none") || fields.has("none"));
+    EXPECT_EQ(fields.getFault(), "");
+}
+
+TEST(JsonFields, RefusesNumbersThatAreNone)
+{
+    const auto read = [](JsonFields& inout_fields) { inout_fields.getNumber("n", 9); };
+    for (const char* szValue :
+         {"10", "-1", "1.5", "1e300", "18446744073709551616", "\"1\"", "null", "[]", "{}", "true"})
+        EXPECT_EQ(faultOf({{"n", json::parse(szValue)}}, read), "'n' is no whole number from 0 to 9") << szValue;
+    EXPECT_EQ(faultOf(json::object(), read), "'n' is no whole number from 0 to 9");
+    for (const char* szValue : {"-0.5", "\"1\"", "null"})
+        EXPECT_EQ(faultOf({{"n", json::parse(szValue)}}, [](JsonFields& inout_fields) { inout_fields.getAmount("n"); }),
+                  "'n' is no number from 0 on");
+}
+
+TEST(JsonFields, RefusesWhatIsOfAnotherType)
+{
+    const json object = {{"n", 1}};
+    EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getText("n"); }), "'n' is no text");
+    EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getFlag("n"); }),
+              "'n' is neither true nor false");
+    EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getArray("n"); }), "'n' is no array");
+    EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getObject("n"); }), "'n' is no object");
+    EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getChecksum("n"); }),
+              "'n' is no checksum of 16 hexadecimal digits");
+    EXPECT_EQ(faultOf(json::array(), [](JsonFields& inout_fields) { inout_fields.getText("n"); }), "is no JSON object");
+    EXPECT_EQ(faultOf({{"n", "x"}, {"n_hex", "7"}}, [](JsonFields& inout_fields) { inout_fields.getText("n"); }),
+              "'n_hex' is no text of hexadecimal digits");
+}
+
+TEST(JsonFields, KeepsTheFirstFault)
+{
+    const json object = json::object();
+    JsonFields fields(object);
+    fields.getText("a");
+    fields.getText("b");
+    EXPECT_EQ(fields.getFault(), "'a' is no text");
+}
+
+} // namespace
+} // namespace Corvana::Tools

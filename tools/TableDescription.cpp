@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/TableDescription.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+namespace Corvana::Tools {
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+constexpr std::uint64_t s_uiVersion = 1;
+constexpr std::string_view s_strInputs = ",\"inputs\":[";
+constexpr std::string_view s_strEnd = "]}";
+// No table that anybody makes has so many columns, nor a file so long a name.
+constexpr std::size_t s_uiMaxLine = std::size_t{16} << 20U;
+constexpr std::uint64_t s_uiMaxNumber = std::uint64_t{1} << 62U;
+
+ordered_json headOf(const TableDescription& in_description)
+{
+    ordered_json head = ordered_json::object();
+    head["corvana_table"] = s_uiVersion;
+    in_description.m_settings.put(head);
+    head["sample_rate"] = in_description.m_uiSampleRate;
+    head["rows"] = in_description.m_size.m_uiNbOfRows;
+    head["bytes"] = in_description.m_size.m_uiNbOfBytes;
+    head["checksum"] = Checksum(in_description.m_size.m_uiChecksum).getText();
+    if (in_description.m_settings.m_format == RowFormat::NPY)
+        head["times_checksum"] = Checksum(in_description.m_size.m_uiTimesChecksum).getText();
+    head["columns"] = ordered_json::array();
+    for (const TableColumn& column : in_description.m_vColumns) {
+        ordered_json object = ordered_json::object();
+        putText(object, "name", column.m_strName);
+        object["unit"] = column.m_strUnit.empty() ? ordered_json() : ordered_json(column.m_strUnit);
+        head["columns"].push_back(std::move(object));
+    }
+    return head;
+}
+
+std::vector<TableColumn> readColumns(JsonFields& inout_fields)
+{
+    std::vector<TableColumn> vColumns;
+    for (const json& item : inout_fields.getArray("columns")) {
+        JsonFields column(item);
+        std::string strName = column.getText("name");
+        vColumns.push_back({std::move(strName), column.isNull("unit") ? std::string() : column.getText("unit")});
+        inout_fields.setFault(column.getFault());
+    }
+    return vColumns;
+}
+
+TableDescription readDescription(JsonFields& inout_fields)
+{
+    TableDescription description;
+    if (inout_fields.getNumber("corvana_table", s_uiMaxNumber) != s_uiVersion)
+        inout_fields.setFault("'corvana_table' is not " + std::to_string(s_uiVersion) +
+                              ", so it was written by another version of corvana");
+    description.m_settings = TableSettings::read(inout_fields);
+    description.m_uiSampleRate = inout_fields.getNumber("sample_rate", s_uiMaxNumber);
+    description.m_size.m_uiNbOfRows = inout_fields.getNumber("rows", s_uiMaxNumber);
+    description.m_size.m_uiNbOfBytes = inout_fields.getNumber("bytes", s_uiMaxNumber);
+    description.m_size.m_uiChecksum = inout_fields.getChecksum("checksum");
+    if (description.m_settings.m_format == RowFormat::NPY)
+        description.m_size.m_uiTimesChecksum = inout_fields.getChecksum("times_checksum");
+    description.m_vColumns = readColumns(inout_fields);
+    return description;
+}
+
+} // namespace
+
+std::string descriptionPathOf(const std::string& in_strTable)
+{
+    return in_strTable + ".json";
+}
+
+TableDescriptionWriter::TableDescriptionWriter(std::ostream& out_stream, const TableDescription& in_description)
+    : m_stream(out_stream)
+{
+    std::string strHead = lineOf(headOf(in_description));
+    strHead.pop_back(); // the brace, which stands at the end
+    m_stream << strHead << s_strInputs << '\n';
+}
+
+void TableDescriptionWriter::add(const InputOutcome& in_outcome)
+{
+    ordered_json object = ordered_json::object();
+    putText(object, "file", in_outcome.m_strPath);
+    object["rows"] = in_outcome.m_uiNbOfRows;
+    if (!in_outcome.m_strFault.empty())
+        putText(object, "fault", in_outcome.m_strFault);
+    m_stream << (m_bFirst ? "" : ",\n") << lineOf(object);
+    m_bFirst = false;
+}
+
+void TableDescriptionWriter::finish()
+{
+    m_stream << (m_bFirst ? "" : "\n") << s_strEnd << '\n';
+}
+
+TableDescriptionReader::TableDescriptionReader()
+    : m_lines(m_stream, s_uiMaxLine)
+{
+}
+
+bool TableDescriptionReader::refuse(const std::string& in_strFault)
+{
+    m_strFault = in_strFault;
+    return false;
+}
+
+bool TableDescriptionReader::open(const std::string& in_strPath)
+{
+    std::error_code error;
+    if (std::filesystem::exists(in_strPath, error) && !std::filesystem::is_regular_file(in_strPath, error))
+        return refuse("is no file");
+    errno = 0;
+    m_stream.open(in_strPath, std::ios::binary);
+    if (!m_stream)
+        return refuse(std::string("cannot be opened, ") + std::strerror(errno));
+    std::string strLine;
+    if (!m_lines.next(strLine) || !strLine.ends_with(s_strInputs))
+        return refuse("is no description of a table as 'corvana features' writes it");
+    strLine.replace(strLine.size() - s_strInputs.size(), s_strInputs.size(), "}");
+    return readHead(strLine);
+}
+
+bool TableDescriptionReader::readHead(const std::string& in_strLine)
+{
+    const json head = json::parse(in_strLine, nullptr, false);
+    if (head.is_discarded())
+        return refuse("line 1: is no JSON");
+    JsonFields fields(head);
+    m_description = readDescription(fields);
+    return fields.getFault().empty() || refuse("line 1: " + fields.getFault());
+}
+
+bool TableDescriptionReader::next(InputOutcome& out_outcome)
+{
+    std::string strLine;
+    if (!m_strFault.empty())
+        return false;
+    if (!m_lines.next(strLine))
+        return refuse(m_lines.isTooLong()
+                          ? "line " + std::to_string(m_lines.getNumber()) + ": is longer than any that corvana writes"
+                          : "breaks off");
+    if (strLine == s_strEnd)
+        return checkEnd();
+    return readOutcome(std::move(strLine), out_outcome) ||
+           refuse("line " + std::to_string(m_lines.getNumber()) + ": " + m_strFault);
+}
+
+bool TableDescriptionReader::readOutcome(std::string in_strLine, InputOutcome& out_outcome)
+{
+    if (m_bLast)
+        return refuse("stands behind the last input");
+    m_bLast = !in_strLine.ends_with(',');
+    if (!m_bLast)
+        in_strLine.pop_back();
+    const json object = json::parse(in_strLine, nullptr, false);
+    if (object.is_discarded())
+        return refuse("is no JSON");
+    JsonFields fields(object);
+    out_outcome.m_strPath = fields.getText("file");
+    out_outcome.m_uiNbOfRows = fields.getNumber("rows", s_uiMaxNumber - m_uiNbOfRows);
+    out_outcome.m_strFault = fields.has("fault") ? fields.getText("fault") : std::string();
+    ++m_uiNbOfInputs;
+    m_uiNbOfRows += out_outcome.m_uiNbOfRows;
+    return fields.getFault().empty() || refuse(fields.getFault());
+}
+
+bool TableDescriptionReader::checkEnd()
+{
+    const TableSettings& settings = m_description.m_settings;
+    const std::uint64_t uiExpected = settings.getEndOfInputs() - settings.getFirstInput();
+    std::string strRest;
+    if (m_lines.next(strRest) || m_lines.hasTornEnd() || (m_uiNbOfInputs > 0 && !m_bLast))
+        return refuse("does not end with its last input");
+    if (m_uiNbOfInputs != uiExpected)
+        return refuse("holds " + std::to_string(m_uiNbOfInputs) + " inputs instead of " + std::to_string(uiExpected));
+    if (m_uiNbOfRows != m_description.m_size.m_uiNbOfRows)
+        return refuse("gives its inputs " + std::to_string(m_uiNbOfRows) + " rows and the table " +
+                      std::to_string(m_description.m_size.m_uiNbOfRows));
+    return false;
+}
+
+} // namespace Corvana::Tools
