@@ -109,4 +109,10 @@ void Termination::setStatusLine(bool in_bShown)
     s_bStatusLine = in_bShown;
 }
 
+void Termination::leaveSignalsToOthers()
+{
+    const sigset_t signals = handledSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 } // namespace Corvana::Tools

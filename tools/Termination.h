@@ -33,6 +33,8 @@ public:
     static bool setTemporaryFile(const std::string& in_strPath);
     /// Whether standard error holds a status line to be wiped.
     static void setStatusLine(bool in_bShown);
+    /// From now on the signals come to other threads than this one, so that a Delay in one of those is enough.
+    static void leaveSignalsToOthers();
 };
 
 } // namespace Corvana::Tools

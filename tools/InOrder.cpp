@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/InOrder.h"
+
+#include "tools/Termination.h"
+
+#include <tbb/enumerable_thread_specific.h>
+#include <tbb/global_control.h>
+#include <tbb/info.h>
+#include <tbb/parallel_pipeline.h>
+#include <tbb/task_arena.h>
+#include <tbb/task_scheduler_observer.h>
+
+#include <algorithm>
+
+namespace Corvana::Tools {
+namespace {
+
+// Enough to keep all threads busy while the item in front takes its time.
+constexpr std::size_t s_uiInFlightPerThread = 4;
+
+// Signals are for the thread that made the arena, which is the one that delays them where a file must not be left.
+class SignalShield : public tbb::task_scheduler_observer
+{
+public:
+    explicit SignalShield(tbb::task_arena& inout_arena)
+        : task_scheduler_observer(inout_arena)
+    {
+        observe(true);
+    }
+    ~SignalShield() override { observe(false); }
+    SignalShield(const SignalShield&) = delete;
+    SignalShield& operator=(const SignalShield&) = delete;
+
+    void on_scheduler_entry(bool in_bWorker) override
+    {
+        if (in_bWorker)
+            Termination::leaveSignalsToOthers();
+    }
+};
+
+struct Numbered
+{
+    std::size_t m_uiItem = 0;
+    std::unique_ptr<InOrder::Result> m_pResult;
+};
+
+} // namespace
+
+unsigned long InOrder::defaultNbOfThreads()
+{
+    return static_cast<unsigned long>(std::max(1, tbb::info::default_concurrency()));
+}
+
+std::size_t InOrder::getMaxNbInFlight() const
+{
+    return m_uiNbOfThreads <= 1 ? 1 : s_uiInFlightPerThread * m_uiNbOfThreads;
+}
+
+void InOrder::run(std::size_t in_uiBegin, std::size_t in_uiEnd, const MakeWorker& in_makeWorker, const Take& in_take)
+{
+    m_bStopped = false;
+    if (in_uiBegin >= in_uiEnd)
+        return;
+    if (m_uiNbOfThreads <= 1 || in_uiEnd - in_uiBegin == 1)
+        runInThisThread(in_uiBegin, in_uiEnd, in_makeWorker, in_take);
+    else
+        runInThreads(in_uiBegin, in_uiEnd, in_makeWorker, in_take);
+}
+
+void InOrder::runInThisThread(std::size_t in_uiBegin, std::size_t in_uiEnd, const MakeWorker& in_makeWorker,
+                              const Take& in_take)
+{
+    const std::unique_ptr<Worker> pWorker = in_makeWorker();
+    for (std::size_t uiItem = in_uiBegin; uiItem < in_uiEnd && !m_bStopped; ++uiItem) {
+        const std::unique_ptr<Result> pResult = pWorker->work(uiItem);
+        m_bStopped = !in_take(uiItem, *pResult);
+    }
+}
+
+void InOrder::runInThreads(std::size_t in_uiBegin, std::size_t in_uiEnd, const MakeWorker& in_makeWorker,
+                           const Take& in_take)
+{
+    // Without this nobody gets more threads than there are processors.
+    const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, m_uiNbOfThreads);
+    tbb::task_arena arena(static_cast<int>(m_uiNbOfThreads));
+    const SignalShield shield(arena);
+    tbb::enumerable_thread_specific<std::unique_ptr<Worker>> workers;
+    std::size_t uiNext = in_uiBegin;
+
+    const auto next = [&](tbb::flow_control& inout_control) {
+        if (uiNext >= in_uiEnd || m_bStopped) {
+            inout_control.stop();
+            return in_uiEnd;
+        }
+        return uiNext++;
+    };
+    const auto work = [&](std::size_t in_uiItem) {
+        Numbered numbered{in_uiItem, nullptr};
+        if (m_bStopped)
+            return numbered;
+        std::unique_ptr<Worker>& pWorker = workers.local();
+        if (pWorker == nullptr)
+            pWorker = in_makeWorker();
+        numbered.m_pResult = pWorker->work(in_uiItem);
+        return numbered;
+    };
+    const auto take = [&](const Numbered& in_numbered) {
+        if (!m_bStopped && !in_take(in_numbered.m_uiItem, *in_numbered.m_pResult))
+            m_bStopped = true;
+    };
+    arena.execute([&] {
+        tbb::parallel_pipeline(getMaxNbInFlight(),
+                               tbb::make_filter<void, std::size_t>(tbb::filter_mode::serial_in_order, next) &
+                                   tbb::make_filter<std::size_t, Numbered>(tbb::filter_mode::parallel, work) &
+                                   tbb::make_filter<Numbered, void>(tbb::filter_mode::serial_in_order, take));
+    });
+}
+
+} // namespace Corvana::Tools
