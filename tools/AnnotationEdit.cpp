@@ -158,7 +158,7 @@ bool AnnotationEdit::hasFiles()
 
 std::vector<Input> AnnotationEdit::collectFiles()
 {
-    return collectInputs(m_options.m_vFiles, m_options.m_vLists, m_log, m_messages);
+    return collectInputs(m_options.m_vFiles, m_options.m_vLists, m_options.m_folders, m_log, m_messages);
 }
 
 int AnnotationEdit::run(const std::vector<Input>& in_vFiles, const Change& in_change)

@@ -20,10 +20,11 @@ struct AnnotationEditOptions
 {
     std::vector<std::string> m_vFiles;
     std::vector<std::string> m_vLists; ///< files with one recording a line
-    bool m_bDryRun = false;            ///< tell what would be done, and change nothing
-    bool m_bInterop = false;           ///< all names before all lengths
-    bool m_bClip = false;              ///< cut regions at the end of the audio instead of refusing them
-    std::string m_strSaveNotes;        ///< a file for the notes that get lost; empty: none
+    FolderOptions m_folders;
+    bool m_bDryRun = false;     ///< tell what would be done, and change nothing
+    bool m_bInterop = false;    ///< all names before all lengths
+    bool m_bClip = false;       ///< cut regions at the end of the audio instead of refusing them
+    std::string m_strSaveNotes; ///< a file for the notes that get lost; empty: none
     MessageOptions m_messages;
 };
 

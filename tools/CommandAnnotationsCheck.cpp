@@ -168,7 +168,8 @@ int CommandAnnotationsCheck::run(const Options& in_options, std::ostream& out_da
     }
     Json json = Json::array();
     int iExitCode = EXIT_DONE;
-    for (const Input& input : collectInputs(in_options.m_vFiles, in_options.m_vLists, log, messages)) {
+    for (const Input& input :
+         collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, log, messages)) {
         const Report report = examine(input, in_options, log);
         if (!report.m_strFault.empty())
             messages.inputError(input.m_strPath, report.m_strFault);

@@ -37,7 +37,8 @@ public:
             return refuse("--output and --folder cannot stand together");
         if (!settleFormat())
             return EXIT_UNUSABLE;
-        const std::vector<Input> vInputs = collectInputs(m_options.m_vFiles, m_options.m_vLists, m_log, m_messages);
+        const std::vector<Input> vInputs =
+            collectInputs(m_options.m_vFiles, m_options.m_vLists, m_options.m_folders, m_log, m_messages);
         for (const Input& input : vInputs)
             rememberRead(input.m_strPath);
         for (const std::string& strList : m_options.m_vLists)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 #include "tools/RegionFormat.h"
 
@@ -18,6 +19,7 @@ struct CommandAnnotationsExport
     {
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists;
+        FolderOptions m_folders;
         std::optional<RegionFormat> m_format; ///< none: as the output's ending says, else CSV
         std::string m_strOutput;              ///< empty: out_data
         std::string m_strFolder;              ///< a file for each recording in there; empty: one output

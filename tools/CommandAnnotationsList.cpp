@@ -43,7 +43,8 @@ public:
             m_messages.error("no recording given: name at least one, or a list of them with --list FILE");
             return EXIT_UNUSABLE;
         }
-        const std::vector<Input> vInputs = collectInputs(m_options.m_vFiles, m_options.m_vLists, m_log, m_messages);
+        const std::vector<Input> vInputs =
+            collectInputs(m_options.m_vFiles, m_options.m_vLists, m_options.m_folders, m_log, m_messages);
         m_bSeveral = m_options.m_vFiles.size() != 1 || !m_options.m_vLists.empty();
         if (m_bSeveral && m_options.m_format && isOneFileFormat(*m_options.m_format)) {
             m_messages.error(std::string("--format ") + nameOf(*m_options.m_format) +

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 #include "tools/RegionFormat.h"
 
@@ -17,7 +18,8 @@ struct CommandAnnotationsList
     struct Options
     {
         std::vector<std::string> m_vFiles;
-        std::vector<std::string> m_vLists;    ///< files with one recording a line
+        std::vector<std::string> m_vLists; ///< files with one recording a line
+        FolderOptions m_folders;
         std::optional<RegionFormat> m_format; ///< none: a table for people
         MessageOptions m_messages;
     };

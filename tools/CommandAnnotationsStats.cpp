@@ -152,7 +152,8 @@ int CommandAnnotationsStats::run(const Options& in_options, std::ostream& out_da
     }
     Statistics statistics;
     int iExitCode = EXIT_DONE;
-    for (const Input& input : collectInputs(in_options.m_vFiles, in_options.m_vLists, log, messages)) {
+    for (const Input& input :
+         collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, log, messages)) {
         Audio::AnnotatedFile file;
         log.beginInput(input.m_strPath);
         const std::string strFault =

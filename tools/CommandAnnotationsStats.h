@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 
 #include <ostream>
@@ -23,6 +24,7 @@ struct CommandAnnotationsStats
     {
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists;
+        FolderOptions m_folders;
         Format m_format = Format::TABLE;
         MessageOptions m_messages;
     };

@@ -2,18 +2,34 @@
 #include "tools/CommandFeatures.h"
 
 #include "tools/ExitCode.h"
+#include "tools/FailureTable.h"
 #include "tools/FeatureSet.h"
+#include "tools/InOrder.h"
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
 #include "tools/OutputFile.h"
+#include "tools/RecordingRows.h"
+#include "tools/RunProgress.h"
 #include "tools/RunSettings.h"
 #include "tools/Text.h"
-#include "tools/WorkShares.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 
 namespace Corvana::Tools {
 namespace {
+
+// What rows that wait for their turn may take in memory, all together and each recording's.
+constexpr std::size_t s_uiMaxWaiting = std::size_t{128} << 20U;
+constexpr std::size_t s_uiMinWaiting = std::size_t{1} << 20U;
+
+std::string folderForTemporaryFiles()
+{
+    const char* szFolder = std::getenv("TMPDIR");
+    return szFolder == nullptr || *szFolder == '\0' ? "/tmp" : szFolder;
+}
 
 class FeaturesRun
 {
@@ -23,13 +39,11 @@ public:
         , m_messages(out_messages, in_options.m_messages.m_bQuiet)
         , m_progress(out_messages, in_options.m_messages.m_bQuiet ? ProgressMode::NEVER : in_options.m_progress,
                      in_options.m_bStatusLine)
-        , m_log(m_messages, in_options.m_messages.m_iLogLevel)
+        , m_log(std::in_place, m_messages, in_options.m_messages.m_iLogLevel)
         , m_output(out_data)
-        , m_analysis(in_options.m_windows, m_features, m_log, m_messages, m_progress)
+        , m_inOrder(nbOfThreads())
     {
         m_messages.setProgress(&m_progress);
-        if (in_options.m_bLabels)
-            m_analysis.enableLabels();
     }
 
     int run()
@@ -38,13 +52,17 @@ public:
             return EXIT_UNUSABLE;
         if (!hasInputs())
             return EXIT_DONE;
-        const std::vector<Input> vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_log, m_messages);
-        if (!openOutput(vInputs) || !settleForGivenRate())
+        m_vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_options.m_folders, *m_log, m_messages);
+        chooseShard();
+        if (!openOutput() || !settleForGivenRate())
             return EXIT_UNUSABLE;
-        analyseAll(vInputs);
-        if (m_output.stream().good() && m_pWriter == nullptr && !settleWithoutRecording(!vInputs.empty()))
-            return vInputs.empty() ? EXIT_UNUSABLE : EXIT_SOME_FAILED;
-        return finish(vInputs.size());
+        m_log.reset(); // who makes rows has one
+        RunProgress progress(m_progress, m_vInputs, m_uiBegin, m_uiEnd);
+        makeRows(progress);
+        m_log.emplace(m_messages, m_options.m_messages.m_iLogLevel);
+        if (m_output.stream().good() && !isSettled() && !settleWithoutRecording())
+            return m_vInputs.empty() ? EXIT_UNUSABLE : finishFailures(EXIT_SOME_FAILED);
+        return finish(progress);
     }
 
 private:
@@ -53,6 +71,18 @@ private:
         m_messages.error(in_strText);
         return false;
     }
+
+    // Who wants to see rows or the log of the libraries at once has to see them in their order.
+    unsigned long nbOfThreads() const
+    {
+        if (m_options.m_bFlushRows || m_options.m_messages.m_iLogLevel < LOG_WARN)
+            return 1;
+        return m_options.m_uiNbOfJobs == 0 ? InOrder::defaultNbOfThreads() : m_options.m_uiNbOfJobs;
+    }
+
+    bool isSharded() const { return m_options.m_shard.m_uiNbOfShards > 1; }
+    bool isSettled() const { return m_columns.m_uiSampleRate != 0; }
+    bool isToNamedFile() const { return !m_options.m_strOutput.empty() && m_options.m_strOutput != "-"; }
 
     bool checkOptions()
     {
@@ -63,7 +93,9 @@ private:
             return refuse(strFault);
         if (m_options.m_bLabels && !checkLabels())
             return false;
-        if (m_features.configure(wantedFeatures(), m_options.m_vFormulas, m_messages))
+        if (isSharded() && !checkShard())
+            return false;
+        if (m_features.configure(m_options.m_vFeatures, m_options.m_vFormulas, m_messages))
             return true;
         m_messages.plain(m_options.m_bFormulasOnly
                              ? "'corvana list-functions' shows all functions\n"
@@ -71,15 +103,26 @@ private:
         return false;
     }
 
+    bool readsStandardInput() const
+    {
+        return std::find(m_options.m_vInputs.begin(), m_options.m_vInputs.end(), "-") != m_options.m_vInputs.end();
+    }
+
     bool checkLabels()
     {
-        for (const std::string& strInput : m_options.m_vInputs)
-            if (strInput == "-")
-                return refuse("--labels reads regions from files, which standard input is not");
+        if (readsStandardInput())
+            return refuse("--labels reads regions from files, which standard input is not");
         for (const NamedFormula& formula : m_options.m_vFormulas)
             if (formula.m_strName == "labels")
                 return refuse("the name 'labels' would be that of two columns");
         return true;
+    }
+
+    bool checkShard()
+    {
+        if (readsStandardInput())
+            return refuse("--shard shares files among several runs, which standard input is not");
+        return isToNamedFile() || refuse("--shard makes a part of a table, which needs a file: name it with -o FILE");
     }
 
     bool hasInputs() const { return !m_options.m_vInputs.empty() || !m_options.m_vLists.empty(); }
@@ -95,35 +138,43 @@ private:
         return strFault.empty() || refuse("cannot write: " + strFault);
     }
 
-    std::vector<std::string> wantedFeatures() const
+    // Parts that differ by one input at most, whatever their number is.
+    void chooseShard()
     {
-        if (m_options.m_bFormulasOnly)
-            return {};
-        return m_options.m_vFeatures.empty() ? defaultFeatures() : m_options.m_vFeatures;
+        const auto begin = [this](unsigned long in_uiShard) {
+            const std::size_t uiWhole = m_vInputs.size() / m_options.m_shard.m_uiNbOfShards;
+            const std::size_t uiRest = m_vInputs.size() % m_options.m_shard.m_uiNbOfShards;
+            return in_uiShard * uiWhole + in_uiShard * uiRest / m_options.m_shard.m_uiNbOfShards;
+        };
+        m_uiBegin = begin(m_options.m_shard.m_uiNumber - 1);
+        m_uiEnd = begin(m_options.m_shard.m_uiNumber);
     }
 
-    bool openOutput(const std::vector<Input>& in_vInputs)
+    bool openOutput()
     {
         if (!m_options.m_strOutput.empty() && !m_output.open(m_options.m_strOutput))
             return refuse("cannot write: " + m_output.getFault());
+        if (!m_options.m_strFailures.empty() && !m_failures.open(m_options.m_strFailures))
+            return refuse("cannot write: " + m_failures.getFault());
         std::vector<std::string> vRead = m_options.m_vLists;
         for (const std::string& strFile : {m_options.m_strConfig, m_options.m_strSaveConfig})
             if (!strFile.empty())
                 vRead.push_back(strFile);
-        for (const Input& input : in_vInputs)
+        for (const Input& input : m_vInputs)
             if (input.m_strFault.empty())
                 vRead.push_back(input.m_strPath);
-        const std::string strBoth = m_output.findAmong(vRead);
+        std::string strBoth = m_output.findAmong(vRead);
+        if (strBoth.empty() && m_failures.isOpen())
+            strBoth = m_failures.findAmong(vRead);
         return strBoth.empty() || refuse(printable(strBoth) + ": is both read and written; write to another file");
     }
 
-    void settle(const std::vector<std::size_t>& in_vNbOfValues, unsigned long in_uiSampleRate)
+    void settle(const RowColumns& in_columns)
     {
-        m_vNbOfValues = in_vNbOfValues;
-        m_uiSettledRate = in_uiSampleRate;
-        m_pWriter =
-            RowWriter::make(m_options.m_format, m_features.getColumnNames(), in_vNbOfValues, m_options.m_bLabels);
-        m_output.stream() << m_pWriter->getHeader();
+        m_columns = in_columns;
+        const std::unique_ptr<RowWriter> pWriter = RowWriter::make(m_options.m_format, m_features.getColumnNames(),
+                                                                   in_columns.m_vNbOfValues, m_options.m_bLabels);
+        m_output.stream() << pWriter->getHeader();
         if (m_options.m_bFlushRows)
             m_output.stream().flush();
     }
@@ -136,121 +187,199 @@ private:
         const FeatureSet::Layout& layout = layoutFor(uiRate);
         if (!layout.m_strFault.empty())
             return refuse(layout.m_strFault);
-        settle(layout.m_vNbOfValues, uiRate);
+        settle({layout.m_vNbOfValues, uiRate});
         return true;
     }
 
     // A table without rows still has its columns; 8000 Hz is what the features are made for. It does not replace a
     // file: that would cost a good table for a name that was mistyped.
-    bool settleWithoutRecording(bool in_bHadInputs)
+    bool settleWithoutRecording()
     {
         constexpr unsigned long uiAssumedRate = 8000;
-        if (in_bHadInputs && !m_options.m_strOutput.empty() && m_options.m_strOutput != "-") {
+        const bool bHadInputs = !m_vInputs.empty();
+        if (bHadInputs && isToNamedFile()) {
             m_messages.note("nothing is written: no recording could be analysed");
             return false;
         }
         const FeatureSet::Layout& layout = layoutFor(uiAssumedRate);
         if (!layout.m_strFault.empty()) {
-            if (in_bHadInputs)
+            if (bHadInputs)
                 m_messages.note("nothing is written: no recording could be analysed");
             else
                 m_messages.error(layout.m_strFault);
             return false;
         }
-        settle(layout.m_vNbOfValues, uiAssumedRate);
+        settle({layout.m_vNbOfValues, uiAssumedRate});
         return true;
     }
 
     const FeatureSet::Layout& layoutFor(unsigned long in_uiSampleRate)
     {
-        return m_features.getLayout(in_uiSampleRate, m_options.m_windows.m_uiWindowMs, m_log);
+        return m_features.getLayout(in_uiSampleRate, m_options.m_windows.m_uiWindowMs, *m_log);
     }
 
-    void analyseAll(const std::vector<Input>& in_vInputs)
+    void makeRows(RunProgress& inout_progress)
     {
-        const WorkShares shares(in_vInputs, m_progress.isShown());
-        double dDone = 0.0;
-        for (std::size_t uiInput = 0; uiInput < in_vInputs.size() && m_output.stream().good(); ++uiInput) {
-            const double dShare = m_progress.isShown() ? shares.share(uiInput) : -1.0;
-            const Input& input = in_vInputs[uiInput];
-            const std::string strFault = input.m_strFault.empty() ? analyse(input, dDone, dShare) : input.m_strFault;
-            if (!strFault.empty()) {
-                m_messages.inputError(input.m_strPath, strFault);
-                ++m_uiNbOfFailures;
+        const bool bSeveral = m_inOrder.getMaxNbInFlight() > 1 && m_uiEnd - m_uiBegin > 1;
+        if (!isSettled() && (bSeveral || isSharded()))
+            settleByOpening();
+        std::size_t uiNext = m_uiBegin;
+        if (!bSeveral || !isSettled())
+            uiNext = makeRowsHere(bSeveral, inout_progress);
+        if (uiNext < m_uiEnd && !m_bStopped)
+            makeRowsInThreads(uiNext, inout_progress);
+    }
+
+    // The first recording of all that can be opened settles the columns, also when another shard has it, or another
+    // thread will come to it later. What can be read only once is left alone.
+    void settleByOpening()
+    {
+        std::ostream nowhere(nullptr);
+        Messages toldLater(nowhere, true);
+        Progress progress(nowhere, ProgressMode::NEVER, false);
+        LogBridge log(toldLater, m_options.m_messages.m_iLogLevel);
+        RecordingAnalysis analysis(m_options.m_windows, m_features, log, toldLater, progress);
+        for (const Input& input : m_vInputs) {
+            if (!input.m_strFault.empty())
+                continue;
+            if (!isRegularFile(input.m_strPath) && !isSharded())
+                return;
+            if (isRegularFile(input.m_strPath) && analysis.open(input.m_strPath).empty()) {
+                settle({analysis.getNbOfValues(), analysis.getWindowRate()});
+                return;
             }
-            dDone += dShare;
         }
     }
 
-    std::string analyse(const Input& in_input, double in_dDone, double in_dShare)
+    // Straight to where they belong, one recording after the other. Returns the first input that is left.
+    std::size_t makeRowsHere(bool in_bOnlyUntilSettled, RunProgress& inout_progress)
     {
-        std::string strFault = m_analysis.open(in_input.m_strPath);
-        if (strFault.empty() && m_pWriter == nullptr)
-            settle(m_analysis.getNbOfValues(), m_analysis.getWindowRate());
-        if (strFault.empty())
-            strFault = checkColumns();
-        if (!strFault.empty())
-            return strFault;
-        return m_analysis.writeRows(*m_pWriter, m_output.stream(), m_options.m_bFlushRows, in_dDone, in_dShare);
+        RecordingRows rows(m_options, m_vInputs, m_messages, inout_progress);
+        std::size_t uiInput = m_uiBegin;
+        while (uiInput < m_uiEnd && !m_bStopped && !(in_bOnlyUntilSettled && isSettled())) {
+            std::string strFault = rows.open(uiInput);
+            if (strFault.empty() && !isSettled())
+                settle(rows.getColumns());
+            if (strFault.empty())
+                strFault = rows.write(m_columns, m_output.stream(), m_options.m_bFlushRows);
+            const InputOutcome outcome = rows.end(strFault);
+            m_bStopped = !take(uiInput++, outcome, {}, inout_progress);
+        }
+        return uiInput;
     }
 
-    std::string checkColumns() const
+    void makeRowsInThreads(std::size_t in_uiBegin, RunProgress& inout_progress)
     {
-        if (m_analysis.getNbOfValues() == m_vNbOfValues)
-            return {};
-        return "its " + std::to_string(m_analysis.getWindowRate()) +
-               " Hz give other columns than the recordings before it at " + std::to_string(m_uiSettledRate) +
-               " Hz; analyse it in a run of its own, convert it with 'sox IN -r " + std::to_string(m_uiSettledRate) +
-               " OUT', or cut all windows alike with --sample-rate " + std::to_string(m_uiSettledRate);
+        const std::size_t uiWaiting = std::max(s_uiMinWaiting, s_uiMaxWaiting / m_inOrder.getMaxNbInFlight());
+        const std::string strFolder = folderForTemporaryFiles();
+        const auto makeWorker = [&] {
+            return std::make_unique<RowsWorker>(m_options, m_vInputs, m_columns,
+                                                RowsWorker::Store{uiWaiting, strFolder, m_inOrder.isStopped()},
+                                                inout_progress);
+        };
+        m_inOrder.run(in_uiBegin, m_uiEnd, makeWorker, [&](std::size_t in_uiInput, InOrder::Result& inout_result) {
+            auto& result = static_cast<RowsWorker::Result&>(inout_result);
+            if (!result.m_rows.copyTo(m_output.stream())) {
+                m_strStoreFault = result.m_rows.getFault();
+                return false;
+            }
+            return take(in_uiInput, result.m_outcome, result.m_strMessages, inout_progress);
+        });
     }
 
-    int finish(std::size_t in_uiNbOfInputs)
+    // The rows of an input are written. False: nothing more is to be done.
+    bool take(std::size_t in_uiInput, const InputOutcome& in_outcome, const std::string& in_strMessages,
+              RunProgress& inout_progress)
     {
-        const double dAudioSeconds = m_analysis.getAudioSeconds();
-        const bool bWritten = m_output.stream().good() && m_output.commit();
-        m_progress.finish(dAudioSeconds);
+        const bool bFailed = !in_outcome.m_strFault.empty();
+        inout_progress.take(bFailed);
+        const auto pause = inout_progress.pause();
+        if (!in_strMessages.empty())
+            m_messages.plain(in_strMessages);
+        if (bFailed) {
+            ++m_uiNbOfFailures;
+            m_messages.inputError(m_vInputs[in_uiInput].m_strPath, in_outcome.m_strFault);
+            m_failures.add(m_vInputs[in_uiInput].m_strPath, in_outcome.m_strFault);
+        }
+        m_bGivenUp = bFailed && m_options.m_bFailFast;
+        return !m_bGivenUp && m_output.stream().good();
+    }
+
+    int finish(RunProgress& inout_progress)
+    {
+        const bool bWhole = m_strStoreFault.empty() && !m_bGivenUp;
+        const bool bWritten = bWhole && m_output.stream().good() && m_output.commit();
+        inout_progress.finish();
+        if (m_bGivenUp) {
+            m_messages.note(std::string("stopped at the first input that failed, as --fail-fast asks") +
+                            (isToNamedFile() ? "; nothing is written" : ""));
+            return finishFailures(EXIT_SOME_FAILED);
+        }
         if (!bWritten) {
-            const std::string strFault = m_output.getFault();
+            const std::string strFault = m_strStoreFault.empty() ? m_output.getFault() : m_strStoreFault;
             if (!strFault.empty())
                 m_messages.error("cannot write: " + strFault);
             return EXIT_UNUSABLE;
         }
-        if (m_uiNbOfFailures == 0)
-            return EXIT_DONE;
-        if (in_uiNbOfInputs > 1)
-            m_messages.note(std::to_string(m_uiNbOfFailures) + " of " + counted(in_uiNbOfInputs, "input") + " failed");
-        return EXIT_SOME_FAILED;
+        if (m_uiNbOfFailures > 0 && m_uiEnd - m_uiBegin > 1)
+            m_messages.note(std::to_string(m_uiNbOfFailures) + " of " + counted(m_uiEnd - m_uiBegin, "input") +
+                            " failed");
+        return finishFailures(m_uiNbOfFailures == 0 ? EXIT_DONE : EXIT_SOME_FAILED);
+    }
+
+    int finishFailures(int in_iExitCode)
+    {
+        if (m_failures.commit())
+            return in_iExitCode;
+        const std::string strFault = m_failures.getFault();
+        if (!strFault.empty())
+            m_messages.error("cannot write: " + strFault);
+        return EXIT_UNUSABLE;
     }
 
     const CommandFeatures::Options& m_options;
     Messages m_messages;
     Progress m_progress;
-    LogBridge m_log;
+    std::optional<LogBridge> m_log;
     FeatureSet m_features;
     OutputFile m_output;
-    RecordingAnalysis m_analysis;
-    std::unique_ptr<RowWriter> m_pWriter;
-    std::vector<std::size_t> m_vNbOfValues;
-    unsigned long m_uiSettledRate = 0;
+    FailureTable m_failures;
+    InOrder m_inOrder;
+    std::vector<Input> m_vInputs;
+    std::size_t m_uiBegin = 0; // the inputs of this shard
+    std::size_t m_uiEnd = 0;
+    RowColumns m_columns;
     std::size_t m_uiNbOfFailures = 0;
+    bool m_bStopped = false;
+    bool m_bGivenUp = false;
+    std::string m_strStoreFault;
 };
+
+std::vector<std::string> wantedFeatures(const CommandFeatures::Options& in_options)
+{
+    if (in_options.m_bFormulasOnly)
+        return {};
+    return in_options.m_vFeatures.empty() ? defaultFeatures() : in_options.m_vFeatures;
+}
 
 } // namespace
 
 int CommandFeatures::run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages)
 {
-    if (in_options.m_strConfig.empty())
-        return FeaturesRun(in_options, out_data, out_messages).run();
-
-    RunSettings settings{in_options.m_windows, {}};
-    const std::string strFault = RunSettings::load(in_options.m_strConfig, settings);
     Options options = in_options;
-    options.m_windows = settings.m_windows;
-    options.m_vFeatures = settings.m_vFeatures;
-    if (strFault.empty())
-        return FeaturesRun(options, out_data, out_messages).run();
-    Messages(out_messages, in_options.m_messages.m_bQuiet).error(printable(in_options.m_strConfig) + ": " + strFault);
-    return EXIT_UNUSABLE;
+    if (!in_options.m_strConfig.empty()) {
+        RunSettings settings{in_options.m_windows, {}};
+        const std::string strFault = RunSettings::load(in_options.m_strConfig, settings);
+        if (!strFault.empty()) {
+            Messages(out_messages, in_options.m_messages.m_bQuiet)
+                .error(printable(in_options.m_strConfig) + ": " + strFault);
+            return EXIT_UNUSABLE;
+        }
+        options.m_windows = settings.m_windows;
+        options.m_vFeatures = settings.m_vFeatures;
+    }
+    options.m_vFeatures = wantedFeatures(options);
+    return FeaturesRun(options, out_data, out_messages).run();
 }
 
 } // namespace Corvana::Tools

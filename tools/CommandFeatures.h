@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 #include "tools/Progress.h"
 #include "tools/RecordingAnalysis.h"
@@ -15,10 +16,20 @@ namespace Corvana::Tools {
 /// `corvana features`: reads recordings window by window and writes a row a window.
 struct CommandFeatures
 {
+    /// One of equal parts of all inputs by position, so that several runs can share them.
+    struct Shard
+    {
+        unsigned long m_uiNumber = 1; ///< from 1
+        unsigned long m_uiNbOfShards = 1;
+    };
+
     struct Options
     {
         std::vector<std::string> m_vInputs;
-        std::vector<std::string> m_vLists;     ///< files with one recording a line
+        std::vector<std::string> m_vLists; ///< files with one recording a line
+        FolderOptions m_folders;
+        Shard m_shard;
+        unsigned long m_uiNbOfJobs = 0;        ///< recordings at a time; 0: one for each processor
         std::vector<std::string> m_vFeatures;  ///< descriptions; none: defaultFeatures()
         std::vector<NamedFormula> m_vFormulas; ///< columns behind the features'
         bool m_bFormulasOnly = false;          ///< no features, not even the default ones
@@ -27,7 +38,9 @@ struct CommandFeatures
         WindowOptions m_windows;
         bool m_bLabels = false; ///< a column with the labels of the regions that cover each window's middle
         RowFormat m_format = RowFormat::CSV;
-        std::string m_strOutput; ///< empty: out_data
+        std::string m_strOutput;   ///< empty: out_data
+        std::string m_strFailures; ///< a table of the inputs that failed; empty: none
+        bool m_bFailFast = false;  ///< the first input that fails ends the run
         bool m_bFlushRows = false;
         ProgressMode m_progress = ProgressMode::AUTO;
         bool m_bStatusLine = false; ///< out_messages is a terminal that does not also show the rows

@@ -92,7 +92,7 @@ int CommandInfo::run(const Options& in_options, std::ostream& out_data, std::ost
     Audio::AudioFileReader reader;
     nlohmann::ordered_json json = nlohmann::ordered_json::array();
     int iExitCode = EXIT_DONE;
-    for (const Input& input : collectInputs(in_options.m_vInputs, {}, log, messages)) {
+    for (const Input& input : collectInputs(in_options.m_vInputs, {}, {}, log, messages)) {
         const std::string strFault = open(input, reader, log);
         if (!strFault.empty()) {
             messages.inputError(input.m_strPath, strFault);

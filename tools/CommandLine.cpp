@@ -74,6 +74,8 @@ Examples:
   corvana features -f 'spectrum|flatness' -f spectrum500hz -o calls.csv a.wav b.wav
   corvana features --window-ms 32 --overlap-ms 16 --format jsonl call.wav
   corvana features --list calls.txt -o calls.csv
+  corvana features -r calls --failures failed.csv -o calls.csv
+  corvana features -r calls --shard 2/7 -o part-2.csv
   corvana features -f 'spectrum|peaks' --window-ms 32 --save-config peaks.xml
   corvana features --config peaks.xml call.wav
   corvana features --labels --list labelled.txt -o training.csv
@@ -365,7 +367,7 @@ private:
     // What `features` and `eval` share.
     void addRowOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
     {
-        addLists(inout_command, out_options.m_vLists);
+        addLists(inout_command, out_options.m_vLists, out_options.m_folders);
         addFileName(inout_command, "-o,--output", "Write to FILE, which appears when it is complete",
                     out_options.m_strOutput);
         addWord<RowFormat>(inout_command, "--format", "How rows are written (default: csv)",
@@ -375,9 +377,35 @@ private:
         addWindowOptions(inout_command, out_options.m_windows);
     }
 
+    // What `features` and `eval` share for many recordings.
+    void addRunOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
+    {
+        addJobs(inout_command, out_options.m_uiNbOfJobs);
+        addText(inout_command, "--shard", "I/N",
+                "Only the I-th of N equal parts of all recordings, for 'corvana merge'",
+                [&out_options](const std::string& in_strText) { out_options.m_shard = readShard(in_strText); });
+        addFileName(inout_command, "--failures", "Write the recordings that failed to FILE, with the reasons, as CSV",
+                    out_options.m_strFailures);
+        inout_command.add_flag("--fail-fast", out_options.m_bFailFast, "Stop at the first recording that fails");
+    }
+
+    static CommandFeatures::Shard readShard(const std::string& in_strText)
+    {
+        constexpr unsigned long uiMaxNbOfShards = 1000000000; // its square is a number too
+        const std::size_t uiSlash = in_strText.find('/');
+        CommandFeatures::Shard shard;
+        if (uiSlash == std::string::npos || !parseNumber(in_strText.substr(0, uiSlash), shard.m_uiNumber) ||
+            !parseNumber(in_strText.substr(uiSlash + 1), shard.m_uiNbOfShards) || shard.m_uiNumber == 0 ||
+            shard.m_uiNumber > shard.m_uiNbOfShards || shard.m_uiNbOfShards > uiMaxNbOfShards)
+            throw CLI::ValidationError("--shard", "wants I/N, the number of a part, from 1, and the number of parts, "
+                                                  "such as 2/7, not " +
+                                                      inQuotes(in_strText));
+        return shard;
+    }
+
     void addProgressOptions(CLI::App& inout_command, CommandFeatures::Options& out_options)
     {
-        addProgressOption(inout_command, out_options.m_progress);
+        addProgressOption(inout_command, out_options.m_progress, true);
         addMessageOptions(inout_command, out_options.m_messages);
     }
 
@@ -397,6 +425,7 @@ private:
                 [&options](const std::string& in_strText) { options.m_strConfig = in_strText; });
         addText(command, "--save-config", "FILE", "Keep features and windows in FILE, for --config; needs no INPUT",
                 [&options](const std::string& in_strText) { options.m_strSaveConfig = in_strText; });
+        addRunOptions(command, options);
         addProgressOptions(command, options);
     }
 
@@ -411,6 +440,7 @@ private:
             .add_option("INPUT", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads, or -")
             ->type_name("");
         addRowOptions(command, options);
+        addRunOptions(command, options);
         addProgressOptions(command, options);
     }
 

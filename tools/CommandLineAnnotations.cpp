@@ -102,7 +102,7 @@ void addList(const AnnotationCommandLine& in_commandLine)
     CLI::App& command = addCommand<CommandAnnotationsList>(in_commandLine, "list", "Shows the regions of recordings",
                                                            s_szListFooter, pOptions);
     addFiles(command, "FILE", "Recordings", pOptions->m_vFiles);
-    addLists(command, pOptions->m_vLists);
+    addLists(command, pOptions->m_vLists, pOptions->m_folders);
     addWord<std::optional<RegionFormat>>(command, "--format", "How regions are written (default: table)",
                                          {{"table", std::nullopt},
                                           {"csv", RegionFormat::CSV},

@@ -33,7 +33,7 @@ void addCheckCommand(const AnnotationCommandLine& in_commandLine)
         return CommandAnnotationsCheck::run(*pOptions, in_commandLine.m_data, in_commandLine.m_messages);
     });
     command.add_option("FILE", pOptions->m_vFiles, "Recordings")->type_name("");
-    addLists(command, pOptions->m_vLists);
+    addLists(command, pOptions->m_vLists, pOptions->m_folders);
     command.add_flag("--json", pOptions->m_bJson, "As a JSON array");
     CLI::Option* pFix = command.add_flag("--fix", pOptions->m_bFix, "Mend what can be mended without a loss");
     command.add_flag("-n,--dry-run", pOptions->m_bDryRun, "With --fix: only tell what would be mended")->needs(pFix);

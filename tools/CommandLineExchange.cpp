@@ -119,7 +119,7 @@ void addExport(const AnnotationCommandLine& in_commandLine)
     CLI::App& command = addCommand<CommandAnnotationsExport>(
         in_commandLine, "export", "Writes regions into files for other programs", s_szExportFooter, pOptions);
     command.add_option("FILE", pOptions->m_vFiles, "Recordings; several need --folder")->type_name("");
-    addLists(command, pOptions->m_vLists);
+    addLists(command, pOptions->m_vLists, pOptions->m_folders);
     addFileName(command, "-o,--output", "Write to FILE instead of standard output; for one recording",
                 pOptions->m_strOutput);
     addFolder(command, "Write a file for each recording into DIR, named after it", pOptions->m_strFolder);
@@ -175,7 +175,7 @@ void addStats(const AnnotationCommandLine& in_commandLine)
     CLI::App& command = addCommand<CommandAnnotationsStats>(
         in_commandLine, "stats", "Counts regions and their seconds by type", s_szStatsFooter, pOptions);
     command.add_option("FILE", pOptions->m_vFiles, "Recordings")->type_name("");
-    addLists(command, pOptions->m_vLists);
+    addLists(command, pOptions->m_vLists, pOptions->m_folders);
     addWord<Format>(command, "--format", "How the counts are written (default: table)",
                     {{"table", Format::TABLE}, {"csv", Format::CSV}, {"json", Format::JSON}}, pOptions->m_format);
     addMessageOptions(command, pOptions->m_messages);

@@ -11,6 +11,7 @@ namespace Corvana::Tools {
 namespace {
 
 constexpr unsigned long s_uiMaxReadFactor = 1000000;
+constexpr unsigned long s_uiMaxJobs = 1024;
 
 } // namespace
 
@@ -50,11 +51,24 @@ void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std:
     });
 }
 
-void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists)
+void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists, FolderOptions& out_folders)
 {
     inout_app.add_option("--list", out_vLists, "A file with one recording a line; repeatable")
         ->type_name("FILE")
         ->allow_extra_args(false);
+    inout_app.add_flag("-r,--recursive", out_folders.m_bRecursive,
+                       "Folders stand for the recordings in them and below, sorted by path");
+    inout_app
+        .add_option("--pattern", out_folders.m_vPatterns,
+                    "With --recursive: names of files to take (default: *.wav in any case); repeatable")
+        ->type_name("GLOB")
+        ->allow_extra_args(false);
+}
+
+void addJobs(CLI::App& inout_app, unsigned long& out_uiNbOfJobs)
+{
+    addNumber(inout_app, "--jobs", "Recordings at a time (default: one for each processor); changes no result", 1,
+              s_uiMaxJobs, out_uiNbOfJobs);
 }
 
 void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
@@ -120,17 +134,22 @@ bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::
     return true;
 }
 
-void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode)
+void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode, bool in_bJson)
 {
-    addWord<ProgressMode>(
-        inout_command, "--progress",
-        "Show how far it is: on a terminal, for long work (auto, the default), also elsewhere, or never",
-        {{"auto", ProgressMode::AUTO}, {"always", ProgressMode::ALWAYS}, {"never", ProgressMode::NEVER}}, out_mode);
+    std::vector<std::pair<std::string, ProgressMode>> vModes = {
+        {"auto", ProgressMode::AUTO}, {"always", ProgressMode::ALWAYS}, {"never", ProgressMode::NEVER}};
+    std::string strHelp =
+        "Show how far it is: on a terminal, for long work (auto, the default), also elsewhere, or never";
+    if (in_bJson) {
+        vModes.emplace_back("json", ProgressMode::JSON);
+        strHelp += "; json: a line a second for programs";
+    }
+    addWord<ProgressMode>(inout_command, "--progress", strHelp, vModes, out_mode);
 }
 
 void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options)
 {
-    addLists(inout_command, out_options.m_vLists);
+    addLists(inout_command, out_options.m_vLists, out_options.m_folders);
     inout_command.add_flag("-n,--dry-run", out_options.m_bDryRun, "Tell what would be done, and change nothing");
     inout_command.add_flag("--interop", out_options.m_bInterop,
                            "Store all names before all lengths, for programs that stop at the first length");

@@ -59,8 +59,10 @@ void addNumber(CLI::App& inout_app, const std::string& in_strName, const std::st
 /// An option with the name of a file, which may not be empty.
 void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std::string& in_strHelp,
                  std::string& out_strFile);
-/// --list FILE, repeatable.
-void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists);
+/// Where recordings are: --list FILE, repeatable; --recursive and --pattern for folders.
+void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists, FolderOptions& out_folders);
+/// --jobs N.
+void addJobs(CLI::App& inout_app, unsigned long& out_uiNbOfJobs);
 /// --quiet, --verbose, --log-level.
 void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options);
 
@@ -74,8 +76,8 @@ void addFormulaOption(CLI::App& inout_command, const std::string& in_strHelp,
 /// Splits what addFormulaOption() took. False, with the one at fault in out_strFault: it has no name or no formula.
 bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::vector<NamedFormula>& out_vFormulas,
                         std::string& out_strFault);
-/// --progress.
-void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode);
+/// --progress; for many recordings in_bJson.
+void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode, bool in_bJson = false);
 
 /// What all commands share that edit recordings: --list, --dry-run, --interop, --save-notes and those for messages.
 void addEditOptions(CLI::App& inout_command, AnnotationEditOptions& out_options);

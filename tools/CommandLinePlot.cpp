@@ -101,7 +101,7 @@ void addPlotCommand(const AnnotationCommandLine& in_commandLine, const Terminals
     CommandPlot::Options& options = pLine->m_options;
     command.add_option("FILE", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads")
         ->type_name("");
-    addLists(command, options.m_vLists);
+    addLists(command, options.m_vLists, options.m_folders);
     addPictureOptions(command, options);
     addFeatureOption(command, options.m_vFeatures);
     addFormulaOption(command, "A curve of that name: a formula over x, the window; repeatable",

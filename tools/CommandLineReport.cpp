@@ -56,7 +56,7 @@ void addReportCommand(const AnnotationCommandLine& in_commandLine, const Termina
     CommandReport::Options& options = pLine->m_options;
     command.add_option("FILE", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads")
         ->type_name("");
-    addLists(command, options.m_vLists);
+    addLists(command, options.m_vLists, options.m_folders);
     addFileName(command, "-o,--output", "Write the page to FILE, which appears when it is complete",
                 options.m_strOutput);
     command.add_flag("--no-audio", options.m_bWithoutAudio, "Leave the sound out");

@@ -36,7 +36,8 @@ public:
     {
         if (!checkOptions())
             return EXIT_UNUSABLE;
-        const std::vector<Input> vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_log, m_messages);
+        const std::vector<Input> vInputs =
+            collectInputs(m_options.m_vInputs, m_options.m_vLists, m_options.m_folders, m_log, m_messages);
         if (vInputs.empty()) {
             m_messages.error("nothing to show: no recordings");
             return EXIT_UNUSABLE;

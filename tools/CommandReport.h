@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/FormulaSet.h"
+#include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 #include "tools/Progress.h"
 #include "tools/RecordingAnalysis.h"
@@ -18,7 +19,8 @@ struct CommandReport
     struct Options
     {
         std::vector<std::string> m_vInputs;
-        std::vector<std::string> m_vLists;     ///< files with one recording a line
+        std::vector<std::string> m_vLists; ///< files with one recording a line
+        FolderOptions m_folders;
         std::vector<std::string> m_vFeatures;  ///< curves
         std::vector<NamedFormula> m_vFormulas; ///< curves behind the features'
         WindowOptions m_windows;

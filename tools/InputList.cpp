@@ -4,10 +4,16 @@
 #include "corvana/AudioSetParser.h"
 #include "tools/Text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <filesystem>
+#include <fnmatch.h>
+#include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Corvana::Tools {
 namespace {
@@ -26,6 +32,96 @@ Input resolved(Audio::AudioSetParser& inout_parser, const char* in_szFullPath, L
     if (input.m_strPath.ends_with('\r'))
         input.m_strFault += " (the list has Windows line ends: the carriage return counts as part of the name)";
     return input;
+}
+
+bool matches(const char* in_szName, const std::vector<std::string>& in_vPatterns)
+{
+    if (in_vPatterns.empty())
+        return fnmatch("*.wav", in_szName, FNM_PERIOD | FNM_CASEFOLD) == 0;
+    return std::any_of(in_vPatterns.begin(), in_vPatterns.end(), [in_szName](const std::string& in_strPattern) {
+        return fnmatch(in_strPattern.c_str(), in_szName, FNM_PERIOD) == 0;
+    });
+}
+
+// What is in a folder, and in those that are still to be looked at.
+class FolderSearch
+{
+public:
+    FolderSearch(const FolderOptions& in_options, std::vector<Input>& inout_vFound)
+        : m_options(in_options)
+        , m_vFound(inout_vFound)
+    {
+    }
+
+    void run(const std::string& in_strFolder)
+    {
+        m_vFolders.push_back(in_strFolder);
+        while (!m_vFolders.empty()) {
+            const std::string strFolder = std::exchange(m_vFolders.back(), {});
+            m_vFolders.pop_back();
+            look(strFolder);
+        }
+    }
+
+private:
+    void look(const std::string& in_strFolder)
+    {
+        const std::unique_ptr<DIR, int (*)(DIR*)> pFolder(opendir(in_strFolder.c_str()), closedir);
+        errno = pFolder == nullptr ? errno : 0;
+        while (pFolder != nullptr) {
+            errno = 0;
+            const dirent* pEntry = readdir(pFolder.get());
+            if (pEntry == nullptr)
+                break;
+            if (pEntry->d_name[0] != '.')
+                take(in_strFolder + (in_strFolder.ends_with('/') ? "" : "/") + pEntry->d_name, *pEntry);
+        }
+        if (errno != 0)
+            m_vFound.push_back({in_strFolder, std::string("the folder cannot be read: ") + std::strerror(errno)});
+    }
+
+    // File systems that do not tell what an entry is have to be asked.
+    void take(std::string in_strPath, const dirent& in_entry)
+    {
+        struct stat status = {};
+        const bool bTold = in_entry.d_type != DT_UNKNOWN;
+        if (bTold ? in_entry.d_type == DT_DIR : lstat(in_strPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+            m_vFolders.push_back(std::move(in_strPath));
+            return;
+        }
+        const bool bMayBeLink = !bTold || in_entry.d_type == DT_LNK;
+        if (matches(in_entry.d_name, m_options.m_vPatterns) && !(bMayBeLink && isFolder(in_strPath)))
+            m_vFound.push_back({std::move(in_strPath), {}});
+    }
+
+    const FolderOptions& m_options;
+    std::vector<Input>& m_vFound;
+    std::vector<std::string> m_vFolders;
+};
+
+void appendFolder(const std::string& in_strFolder, const FolderOptions& in_options, Messages& out_messages,
+                  std::vector<Input>& inout_vInputs)
+{
+    if (!in_options.m_bRecursive) {
+        inout_vInputs.push_back({in_strFolder, "is a folder, not a recording; --recursive takes the recordings in it"});
+        return;
+    }
+    const auto iBegin = static_cast<std::ptrdiff_t>(inout_vInputs.size());
+    FolderSearch(in_options, inout_vInputs).run(in_strFolder);
+    if (inout_vInputs.begin() + iBegin == inout_vInputs.end())
+        out_messages.inputWarning(
+            in_strFolder, "the folder has no recordings whose names match " +
+                              (in_options.m_vPatterns.empty() ? std::string("*.wav") : joined(in_options.m_vPatterns)));
+    std::sort(inout_vInputs.begin() + iBegin, inout_vInputs.end(),
+              [](const Input& in_left, const Input& in_right) { return in_left.m_strPath < in_right.m_strPath; });
+}
+
+void append(Input in_input, const FolderOptions& in_folders, Messages& out_messages, std::vector<Input>& inout_vInputs)
+{
+    if (in_input.m_strFault.empty() && isFolder(in_input.m_strPath))
+        appendFolder(in_input.m_strPath, in_folders, out_messages, inout_vInputs);
+    else
+        inout_vInputs.push_back(std::move(in_input));
 }
 
 void appendList(const std::string& in_strList, LogBridge& inout_log, Messages& out_messages,
@@ -51,12 +147,12 @@ void appendList(const std::string& in_strList, LogBridge& inout_log, Messages& o
 } // namespace
 
 std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
-                                 LogBridge& inout_log, Messages& out_messages)
+                                 const FolderOptions& in_folders, LogBridge& inout_log, Messages& out_messages)
 {
     std::vector<Input> vInputs;
     vInputs.reserve(in_vPaths.size());
     for (const std::string& strPath : in_vPaths)
-        vInputs.push_back({strPath, isFolder(strPath) ? "is a folder, not a recording" : ""});
+        append({strPath, {}}, in_folders, out_messages, vInputs);
     for (const std::string& strList : in_vLists)
         appendList(strList, inout_log, out_messages, vInputs);
     return vInputs;

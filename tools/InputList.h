@@ -15,9 +15,17 @@ struct Input
     std::string m_strFault; ///< empty: can be tried
 };
 
-/// The recordings given one by one, then those of the lists, in their order.
+/// What folders among the inputs stand for.
+struct FolderOptions
+{
+    bool m_bRecursive = false;            ///< the recordings in them and the folders below; else a folder is a fault
+    std::vector<std::string> m_vPatterns; ///< for the names of files, as in the shell; none: "*.wav" in any case
+};
+
+/// The recordings given one by one, then those of the lists, in their order. Those of a folder are sorted by the bytes
+/// of their paths; hidden ones and links to folders are left out.
 std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
-                                 LogBridge& inout_log, Messages& out_messages);
+                                 const FolderOptions& in_folders, LogBridge& inout_log, Messages& out_messages);
 
 /// Whether it is a file whose length is known, no pipe or device.
 bool isRegularFile(const std::string& in_strPath);

@@ -36,7 +36,7 @@ std::string faultOf(const WindowOptions& in_options)
 }
 
 RecordingAnalysis::RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
-                                     Messages& out_messages, Progress& out_progress)
+                                     Messages& out_messages, ProgressSink& out_progress)
     : m_options(in_options)
     , m_features(inout_features)
     , m_log(inout_log)
@@ -60,6 +60,7 @@ std::string RecordingAnalysis::outOfMemory() const
 std::string RecordingAnalysis::open(const std::string& in_strPath)
 try {
     m_dSecondsOfFormerFiles += secondsRead();
+    m_uiNbOfRows = 0;
     m_strPath = in_strPath;
     m_bLengthKnown = isRegularFile(in_strPath);
     m_pSource = &m_file;
@@ -78,6 +79,7 @@ std::string RecordingAnalysis::openSamples(std::span<const double> in_samples, u
                                            const std::string& in_strName)
 try {
     m_dSecondsOfFormerFiles += secondsRead();
+    m_uiNbOfRows = 0;
     m_strPath = in_strName;
     m_bLengthKnown = true;
     m_memory.open(in_samples, in_uiSampleRate);
@@ -200,12 +202,11 @@ try {
     const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();
     std::vector<Math::Xpr::Expression> vExpressions = m_features.getFormulas().getFreshExpressions();
     Block block(windowsAtOnce(in_bFlushRows));
-    unsigned long uiNbOfRows = 0;
     while (readBlock(block)) {
         block.m_uiNbComputed =
             pComputer->computeSeveral(block.m_uiNbOfWindows, block.m_vWindows.data(), block.m_vValues.data());
         for (unsigned long uiWindow = 0; uiWindow < block.m_uiNbOfWindows; ++uiWindow) {
-            const std::string strFault = writeRow(inout_writer, block, uiWindow, vExpressions, uiNbOfRows);
+            const std::string strFault = writeRow(inout_writer, block, uiWindow, vExpressions, m_uiNbOfRows);
             if (!strFault.empty())
                 return strFault;
             const std::string_view strRow = inout_writer.endRow();
@@ -213,14 +214,14 @@ try {
                 return {};
             if (in_bFlushRows)
                 out_stream.flush();
-            if (++uiNbOfRows % s_uiRowsPerUpdate == 0 && m_progress.isShown())
+            if (++m_uiNbOfRows % s_uiRowsPerUpdate == 0 && m_progress.isShown())
                 m_progress.update(in_dShare < 0.0 ? -1.0 : in_dDone + in_dShare * fractionRead(), getAudioSeconds(),
                                   m_strPath);
         }
     }
     const std::string strFault = checkEnd();
     m_log.endInput();
-    if (strFault.empty() && uiNbOfRows == 0)
+    if (strFault.empty() && m_uiNbOfRows == 0)
         m_messages.inputWarning(m_strPath, "shorter than one window of " + std::to_string(m_options.m_uiWindowMs) +
                                                " ms: no rows");
     return strFault;

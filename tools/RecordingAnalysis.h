@@ -37,7 +37,7 @@ class RecordingAnalysis
 {
 public:
     RecordingAnalysis(const WindowOptions& in_options, FeatureSet& inout_features, LogBridge& inout_log,
-                      Messages& out_messages, Progress& out_progress);
+                      Messages& out_messages, ProgressSink& out_progress);
 
     /// From now on each row tells the labels of the regions that cover the window's middle; a recording without any
     /// that can be read gets a warning.
@@ -58,6 +58,8 @@ public:
     std::string writeRows(RowWriter& inout_writer, std::ostream& out_stream, bool in_bFlushRows, double in_dDone,
                           double in_dShare);
 
+    /// Rows written of the open recording.
+    unsigned long getNbOfRows() const { return m_uiNbOfRows; }
     /// Seconds of all recordings read so far.
     double getAudioSeconds() const;
 
@@ -101,13 +103,14 @@ private:
     FeatureSet& m_features;
     LogBridge& m_log;
     Messages& m_messages;
-    Progress& m_progress;
+    ProgressSink& m_progress;
     FileWindowSource m_file;
     MemoryWindowSource m_memory;
     WindowSource* m_pSource = &m_file;
     std::string m_strPath;
     bool m_bLengthKnown = false;
     const FeatureSet::Layout* m_pLayout = nullptr;
+    unsigned long m_uiNbOfRows = 0;
     double m_dSecondsOfFormerFiles = 0.0;
     bool m_bLabels = false;
     WindowLabels m_labels;

@@ -103,7 +103,7 @@ TEST_F(AnnotationEditTest, WritesALineOfResultForEachFileAndNamesThoseThatFail)
                                         HasSubstr("corvana: " + m_dir.file("none.wav") +
                                                   ": Could not edit file, No such file or "
                                                   "directory\n"),
-                                        HasSubstr("corvana: " + m_dir.path() + ": is a folder, not a recording\n"),
+                                        HasSubstr("corvana: " + m_dir.path() + ": is a folder, not a recording; "),
                                         HasSubstr("corvana: 4 of 6 files failed\n"), Not(HasSubstr(".corvana-edit-"))));
     EXPECT_EQ(regionsOf(strGood), "0,NOISE,0,0.1\n1,VOICE,0.25,0.5\n");
     EXPECT_EQ(regionsOf(strLast), "0,VOICE,0.25,0.5\n");

@@ -253,7 +253,7 @@ TEST_F(CommandFeaturesTest, NamesEachFailedInputAndCompletesTheOthers)
                                     EndsWith(" (No such file or directory)")));
     EXPECT_THAT(vMessages[2], StartsWith("corvana: " + strText + ": failed to open " + strText + ", "));
     EXPECT_THAT(vMessages[3], StartsWith("corvana: " + strEmpty + ": failed to open " + strEmpty + ", "));
-    EXPECT_EQ(vMessages[4], "corvana: " + m_dir.path() + ": is a folder, not a recording");
+    EXPECT_THAT(vMessages[4], StartsWith("corvana: " + m_dir.path() + ": is a folder, not a recording"));
     EXPECT_EQ(vMessages[5], "corvana: 5 of 6 inputs failed");
 }
 
@@ -507,7 +507,8 @@ TEST_F(CommandFeaturesTest, KeepsQuietWhenAskedTo)
 
     EXPECT_EQ(run(), EXIT_SOME_FAILED);
 
-    EXPECT_EQ(m_messages.str(), "corvana: " + m_dir.path() + ": is a folder, not a recording\n");
+    EXPECT_EQ(m_messages.str(),
+              "corvana: " + m_dir.path() + ": is a folder, not a recording; --recursive takes the recordings in it\n");
 }
 
 TEST_F(CommandFeaturesTest, ShowsTheLibrarysLogAtDebug)
@@ -528,7 +529,7 @@ TEST_F(CommandFeaturesTest, TellsTheSpeedAtTheEndWhenAlwaysAsked)
 
     EXPECT_EQ(run(), EXIT_DONE);
 
-    EXPECT_THAT(m_messages.str(), AllOf(HasSubstr("corvana: 2 s of audio in "), EndsWith(" x real time\n")));
+    EXPECT_THAT(m_messages.str(), AllOf(HasSubstr("corvana: 2 s of audio, 2/2 files in "), EndsWith(" x real time\n")));
 }
 
 TEST_F(CommandFeaturesTest, WritesToANamedFile)

@@ -151,7 +151,7 @@ TEST_F(CommandLineTest, SaysWhatAnOptionWants)
     expectRefused({"features", "--format", "xml", "a.wav"},
                   "corvana: features: --format: is one of csv, jsonl, not 'xml'" + strTry);
     expectRefused({"features", "--progress", "maybe", "a.wav"},
-                  "corvana: features: --progress: is one of auto, always, never, not 'maybe'" + strTry);
+                  "corvana: features: --progress: is one of auto, always, never, json, not 'maybe'" + strTry);
     expectRefused({"features", "--log-level", "loud", "a.wav"},
                   "corvana: features: --log-level: is one of trace, debug, info, warn, error, off, not 'loud'" +
                       strTry);

@@ -6,12 +6,16 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <sstream>
+#include <unistd.h>
 
 namespace Corvana::Tools {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 class InputListTest : public testing::Test
 {
@@ -19,14 +23,82 @@ protected:
     std::vector<Input> collect(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists)
     {
         LogBridge log(m_messages, LOG_WARN);
-        return collectInputs(in_vPaths, in_vLists, log, m_messages);
+        return collectInputs(in_vPaths, in_vLists, m_folders, log, m_messages);
+    }
+
+    // The paths found, behind that of the folder.
+    std::vector<std::string> found()
+    {
+        m_folders.m_bRecursive = true;
+        std::vector<std::string> vPaths;
+        for (const Input& input : collect({m_dir.path()}, {}))
+            vPaths.push_back(input.m_strPath.substr(m_dir.path().size() + 1) + input.m_strFault);
+        return vPaths;
     }
 
     Corvana::Test::ScopedEnvironment m_noDataFolder{"CORVANA_CPA_DATA", nullptr};
     Corvana::Test::TempDir m_dir;
     std::ostringstream m_stream;
     Messages m_messages{m_stream, false};
+    FolderOptions m_folders;
 };
+
+TEST_F(InputListTest, TakesTheRecordingsOfFoldersSortedByPath)
+{
+    std::filesystem::create_directories(m_dir.file("b/inner"));
+    for (const char* szName : {"c.wav", "b/z.wav", "b/a.WAV", "b/inner/y.wav", "a.wav", "b/notes.txt"})
+        m_dir.write(szName, "x");
+
+    EXPECT_THAT(found(), ElementsAre("a.wav", "b/a.WAV", "b/inner/y.wav", "b/z.wav", "c.wav"));
+    EXPECT_EQ(m_stream.str(), "");
+}
+
+TEST_F(InputListTest, TakesTheNamesThatMatchAPattern)
+{
+    for (const char* szName : {"a.wav", "b.au", "c.gsm", "d.AU"})
+        m_dir.write(szName, "x");
+    m_folders.m_vPatterns = {"*.au", "c.*"};
+
+    EXPECT_THAT(found(), ElementsAre("b.au", "c.gsm"));
+}
+
+TEST_F(InputListTest, LeavesHiddenRecordingsAndLinksToFoldersOut)
+{
+    std::filesystem::create_directory(m_dir.file(".hidden"));
+    std::filesystem::create_directory(m_dir.file("folder.wav"));
+    for (const char* szName : {".hidden/a.wav", "._b.wav", "folder.wav/c.wav", "d.wav"})
+        m_dir.write(szName, "x");
+    std::filesystem::create_directory_symlink(m_dir.path(), m_dir.file("loop.wav"));
+    std::filesystem::create_symlink(m_dir.file("d.wav"), m_dir.file("e.wav"));
+
+    EXPECT_THAT(found(), ElementsAre("d.wav", "e.wav", "folder.wav/c.wav"));
+}
+
+TEST_F(InputListTest, TellsThatAFolderHasNoRecordings)
+{
+    EXPECT_THAT(found(), ElementsAre());
+    EXPECT_THAT(m_stream.str(), HasSubstr("the folder has no recordings whose names match *.wav"));
+}
+
+TEST_F(InputListTest, KeepsAFolderThatCannotBeReadAsAFailedInput)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "root may read every folder";
+    m_dir.write("a.wav", "x");
+    std::filesystem::create_directory(m_dir.file("closed"));
+    std::filesystem::permissions(m_dir.file("closed"), std::filesystem::perms::none);
+
+    EXPECT_THAT(found(), ElementsAre("a.wav", "closedthe folder cannot be read: Permission denied"));
+    std::filesystem::permissions(m_dir.file("closed"), std::filesystem::perms::owner_all);
+}
+
+TEST_F(InputListTest, TellsHowTheRecordingsOfAFolderAreTaken)
+{
+    const std::vector<Input> vInputs = collect({m_dir.path()}, {});
+
+    ASSERT_EQ(vInputs.size(), 1U);
+    EXPECT_EQ(vInputs[0].m_strFault, "is a folder, not a recording; --recursive takes the recordings in it");
+}
 
 TEST_F(InputListTest, TakesPathsAsGivenAndThenTheListsEntries)
 {
@@ -88,7 +160,7 @@ TEST_F(InputListTest, RefusesAFolder)
     const std::vector<Input> vInputs = collect({m_dir.path()}, {});
 
     ASSERT_EQ(vInputs.size(), 1U);
-    EXPECT_EQ(vInputs[0].m_strFault, "is a folder, not a recording");
+    EXPECT_THAT(vInputs[0].m_strFault, StartsWith("is a folder, not a recording"));
 }
 
 } // namespace
