@@ -6,7 +6,11 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <mutex>
 #include <ostream>
+#include <shared_mutex>
+#include <string_view>
+#include <sys/stat.h>
 #include <utility>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.AudioFileReader")
@@ -42,6 +46,42 @@ std::string lastOpenError()
     char acError[s_uiMaxErrorLength] = {};
     sf_error_str(nullptr, acError, sizeof acError);
     return acError;
+}
+
+// libsndfile keeps the reason of a failed opening in one place for all threads, and each opening clears it: nothing may
+// be opened between a failure and the question for its reason.
+std::shared_mutex& openings()
+{
+    static std::shared_mutex s_openings;
+    return s_openings;
+}
+
+SNDFILE* openToRead(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
+{
+    out_info = {};
+    SNDFILE* const pFile = sf_open(in_szFileName, SFM_READ, &out_info);
+    if (pFile == nullptr)
+        out_strError = lastOpenError();
+    return pFile;
+}
+
+// Many files at a time, and one that fails once more, alone. What can be read only once, or keeps its reader waiting,
+// is opened once and keeps nobody else waiting; its reason may be another's.
+SNDFILE* openAmongOthers(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
+{
+    struct stat status = {};
+    const bool bOnce =
+        in_szFileName == std::string_view("-") || (stat(in_szFileName, &status) == 0 && !S_ISREG(status.st_mode));
+    if (bOnce)
+        return openToRead(in_szFileName, out_info, out_strError);
+    {
+        const std::shared_lock<std::shared_mutex> lock(openings());
+        SNDFILE* const pFile = openToRead(in_szFileName, out_info, out_strError);
+        if (pFile != nullptr)
+            return pFile;
+    }
+    const std::unique_lock<std::shared_mutex> lock(openings());
+    return openToRead(in_szFileName, out_info, out_strError);
 }
 
 // What libsndfile says, without the full stop that it puts behind the system's words.
@@ -152,10 +192,10 @@ bool AudioFileReader::setSourceAudioFile(const char* in_szFileName)
 
     SF_INFO info = {};
     // Becomes ours at the end, so that neither a failure nor an exception leaves a file open.
-    std::unique_ptr<void, SoundFileCloser> pFile(sf_open(in_szFileName, SFM_READ, &info));
+    std::string strError;
+    std::unique_ptr<void, SoundFileCloser> pFile(openAmongOthers(in_szFileName, info, strError));
     if (pFile == nullptr) {
-        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(),
-                             "failed to open " << in_szFileName << ", " << lastOpenError());
+        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(), "failed to open " << in_szFileName << ", " << strError);
         return false;
     }
     // Where the system fails in the middle of a header, libsndfile goes on with zeros.

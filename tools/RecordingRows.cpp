@@ -22,6 +22,7 @@ RecordingRows::RecordingRows(const CommandFeatures::Options& in_options, const s
 
 std::string RecordingRows::open(std::size_t in_uiInput)
 {
+    m_uiInput = in_uiInput;
     m_dSecondsBefore = m_analysis.getAudioSeconds();
     m_progress.begin(in_uiInput);
     const Input& input = m_vInputs[in_uiInput];
@@ -43,7 +44,7 @@ InputOutcome RecordingRows::end(const std::string& in_strFault)
 {
     const double dSeconds = m_analysis.getAudioSeconds();
     m_progress.end(dSeconds);
-    return {m_analysis.getNbOfRows(), dSeconds - m_dSecondsBefore, in_strFault};
+    return {m_vInputs[m_uiInput].m_strPath, m_analysis.getNbOfRows(), dSeconds - m_dSecondsBefore, in_strFault};
 }
 
 std::string RecordingRows::checkColumns(const RowColumns& in_wanted, const RowColumns& in_found)

@@ -4,6 +4,7 @@
 #include "tools/CommandFeatures.h"
 #include "tools/FeatureSet.h"
 #include "tools/InOrder.h"
+#include "tools/InputOutcome.h"
 #include "tools/LogBridge.h"
 #include "tools/Messages.h"
 #include "tools/RecordingAnalysis.h"
@@ -24,14 +25,6 @@ struct RowColumns
 {
     std::vector<std::size_t> m_vNbOfValues; ///< of each feature, then of each formula, in order
     unsigned long m_uiSampleRate = 0;       ///< that windows are cut for; 0: not settled
-};
-
-/// What became of a recording.
-struct InputOutcome
-{
-    unsigned long m_uiNbOfRows = 0;
-    double m_dSeconds = 0.0; ///< of audio read
-    std::string m_strFault;  ///< why it failed; empty: it did not
 };
 
 /// What a thread needs to turn recordings of a run into rows: a reader, features and buffers of its own.
@@ -60,6 +53,7 @@ private:
     FeatureSet m_features;
     RecordingAnalysis m_analysis;
     std::unique_ptr<RowWriter> m_pWriter;
+    std::size_t m_uiInput = 0;
     double m_dSecondsBefore = 0.0; // of audio, when the recording at hand began
 };
 

@@ -23,10 +23,12 @@
 #include <fstream>
 #include <limits>
 #include <locale>
+#include <map>
 #include <new>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -321,6 +323,28 @@ TEST_F(AudioFileReaderTest, ClosesTheFormerFileWhenItCannotOpenTheNext)
 
     EXPECT_EQ(0u, m_reader.getSampleRate());
     EXPECT_TRUE(next().empty());
+}
+
+TEST_F(AudioFileReaderTest, TellsEachThreadItsOwnReason)
+{
+    const std::string strText = m_dir.write("text.wav", "this is no sound");
+    const std::string strGood = Corvana::Test::writeSoundFile(m_dir.file("good.wav"), Corvana::Test::noise(10));
+    const std::string strMissing = m_dir.file("missing.wav");
+    const LogCapture log("kestrivon.audio.AudioFileReader", LOG_ERROR);
+    {
+        std::vector<std::jthread> vThreads;
+        for (const std::string* const pPath : {&strText, &strGood, &strMissing, &strGood})
+            vThreads.emplace_back([pPath] {
+                for (unsigned uiTrial = 0; uiTrial < 300; ++uiTrial)
+                    AudioFileReader().setSourceAudioFile(pPath->c_str());
+            });
+    }
+    std::map<std::string, unsigned> reasons;
+    for (const std::string& strReason : log.texts())
+        ++reasons[strReason];
+    const std::map<std::string, unsigned> expected = {{"failed to open " + strText + ", Format not recognised.", 300},
+                                                      {"failed to open " + strMissing + ", System error.", 300}};
+    EXPECT_EQ(reasons, expected);
 }
 
 TEST_F(AudioFileReaderTest, IsNotAtTheEndAfterAFailedOpen)
