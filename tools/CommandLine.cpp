@@ -9,6 +9,7 @@
 #include "tools/CommandFeatures.h"
 #include "tools/CommandInfo.h"
 #include "tools/CommandLineAnnotations.h"
+#include "tools/CommandLineMerge.h"
 #include "tools/CommandLineParts.h"
 #include "tools/CommandLinePlot.h"
 #include "tools/CommandLineReport.h"
@@ -179,6 +180,7 @@ public:
         addInfo();
         addListFeatures();
         addListFunctions();
+        addMerge();
         addPictures();
         addAnnotations();
         addDoctor();
@@ -340,6 +342,15 @@ private:
         command.allow_extras(); // collected, so that the nearest option can be named
         m_runs.emplace(&command, std::move(in_run));
         return command;
+    }
+
+    void addMerge()
+    {
+        const auto addPlain = [this](const std::string& in_strName, const std::string& in_strHelp,
+                                     const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
+            return add(in_strName, in_strHelp, in_szFooter, std::move(in_run));
+        };
+        addMergeCommand({addPlain, m_data, m_messageStream});
     }
 
     void addPictures()

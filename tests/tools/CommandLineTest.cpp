@@ -121,10 +121,10 @@ TEST_F(CommandLineTest, NamesTheNearestCommand)
 {
     expectRefused({"feature", "a.wav"}, "corvana: no command 'feature'; did you mean features?\n"
                                         "The commands are features, eval, info, list-features, list-functions, "
-                                        "plot, report, annotations, doctor, completion, help.\n");
+                                        "merge, plot, report, annotations, doctor, completion, help.\n");
     expectRefused({"help", "nosuch"}, "corvana: no command 'nosuch'\n"
                                       "The commands are features, eval, info, list-features, list-functions, "
-                                      "plot, report, annotations, doctor, completion, help.\n");
+                                      "merge, plot, report, annotations, doctor, completion, help.\n");
 }
 
 TEST_F(CommandLineTest, NamesTheNearestOption)
@@ -256,7 +256,7 @@ TEST_F(CommandLineTest, IsDocumented)
     const std::string strDocument = contentsOf(CORVANA_SOURCE_DIR "/docs/cli.md");
     std::vector<std::vector<std::string>> vCommands = {{"help", "features"},      {"help", "eval"}, {"help", "info"},
                                                        {"help", "list-features"}, {"help", "plot"}, {"help", "report"},
-                                                       {"help", "doctor"},        {"help", "help"}};
+                                                       {"help", "doctor"},        {"help", "help"}, {"help", "merge"}};
     for (const std::string& strCommand : annotationCommands())
         vCommands.push_back({"help", "annotations", strCommand});
     for (const std::vector<std::string>& vCommand : vCommands) {
