@@ -3,12 +3,15 @@
 
 #include "tools/AnnotationChecker.h"
 #include "tools/ExitCode.h"
+#include "tools/FilesInOrder.h"
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
 #include "tools/RecordingMender.h"
 #include "tools/Text.h"
 
 #include <nlohmann/json.hpp>
+
+#include <sstream>
 
 namespace Corvana::Tools {
 namespace {
@@ -156,34 +159,73 @@ Report examine(const Input& in_input, const CommandAnnotationsCheck::Options& in
     return report;
 }
 
+// An array of any length, written while it grows.
+class JsonArray
+{
+public:
+    explicit JsonArray(std::ostream& out_data)
+        : m_data(out_data)
+    {
+    }
+
+    void add(const Json& in_element)
+    {
+        m_data << (m_bEmpty ? "[\n" : ",\n");
+        m_bEmpty = false;
+        std::istringstream lines(in_element.dump(2, ' ', false, Json::error_handler_t::replace));
+        lines.exceptions(std::ios_base::badbit);
+        const char* szBefore = "  ";
+        for (std::string strLine; std::getline(lines, strLine); szBefore = "\n  ")
+            m_data << szBefore << strLine;
+    }
+
+    void end() { m_data << (m_bEmpty ? "[]\n" : "\n]\n"); }
+
+private:
+    std::ostream& m_data;
+    bool m_bEmpty = true;
+};
+
+// Files are mended one at a time: what is left of an edit that a signal ends has one place to be removed from.
+unsigned long nbOfJobs(const CommandAnnotationsCheck::Options& in_options)
+{
+    return in_options.m_bFix ? 1 : in_options.m_uiNbOfJobs;
+}
+
 } // namespace
 
 int CommandAnnotationsCheck::run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages)
 {
     Messages messages(out_messages, in_options.m_messages.m_bQuiet);
-    LogBridge log(messages, levelOf(in_options.m_messages));
+    const MessageOptions messageOptions{in_options.m_messages.m_bQuiet, levelOf(in_options.m_messages)};
     if (in_options.m_vFiles.empty() && in_options.m_vLists.empty()) {
         messages.error("no recording given: name at least one, or a list of them with --list FILE");
         return EXIT_UNUSABLE;
     }
-    Json json = Json::array();
+    JsonArray json(out_data);
     int iExitCode = EXIT_DONE;
-    for (const Input& input :
-         collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, log, messages)) {
-        const Report report = examine(input, in_options, log);
-        if (!report.m_strFault.empty())
-            messages.inputError(input.m_strPath, report.m_strFault);
+    const auto take = [&](const Input& in_input, const Report& in_report) {
+        if (!in_report.m_strFault.empty())
+            messages.inputError(in_input.m_strPath, in_report.m_strFault);
         else if (in_options.m_bJson)
-            json.push_back(toJson(report, in_options));
+            json.add(toJson(in_report, in_options));
         else
-            writeText(report, in_options.m_bDryRun, out_data);
-        if (!report.m_strMendingFault.empty())
-            messages.inputError(input.m_strPath, "not mended: " + report.m_strMendingFault);
-        if (!report.m_strFault.empty() || isFaulty(report.m_checker))
+            writeText(in_report, in_options.m_bDryRun, out_data);
+        if (!in_report.m_strMendingFault.empty())
+            messages.inputError(in_input.m_strPath, "not mended: " + in_report.m_strMendingFault);
+        if (!in_report.m_strFault.empty() || isFaulty(in_report.m_checker))
             iExitCode = EXIT_SOME_FAILED;
-    }
+        return true;
+    };
+    const std::vector<Input> vInputs =
+        collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, messageOptions, messages);
+    FilesInOrder<Report>(messageOptions, nbOfJobs(in_options), messages)
+        .run(
+            vInputs,
+            [&](const Input& in_input, LogBridge& inout_log) { return examine(in_input, in_options, inout_log); },
+            take);
     if (in_options.m_bJson)
-        out_data << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+        json.end();
     return iExitCode;
 }
 

@@ -19,6 +19,7 @@ struct CommandAnnotationsCheck
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists; ///< files with one recording a line
         FolderOptions m_folders;
+        unsigned long m_uiNbOfJobs = 0; ///< files at a time; 0: one for each processor
         bool m_bJson = false;
         bool m_bFix = false;    ///< mend what can be, before telling what is left
         bool m_bDryRun = false; ///< only tell what would be mended

@@ -2,6 +2,7 @@
 #include "tools/CommandAnnotationsList.h"
 
 #include "tools/ExitCode.h"
+#include "tools/FilesInOrder.h"
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
 #include "tools/RegionReading.h"
@@ -33,7 +34,6 @@ public:
         : m_options(in_options)
         , m_data(out_data)
         , m_messages(out_messages, in_options.m_messages.m_bQuiet)
-        , m_log(m_messages, in_options.m_messages.m_iLogLevel)
     {
     }
 
@@ -43,9 +43,9 @@ public:
             m_messages.error("no recording given: name at least one, or a list of them with --list FILE");
             return EXIT_UNUSABLE;
         }
-        const std::vector<Input> vInputs =
-            collectInputs(m_options.m_vFiles, m_options.m_vLists, m_options.m_folders, m_log, m_messages);
-        m_bSeveral = m_options.m_vFiles.size() != 1 || !m_options.m_vLists.empty();
+        const std::vector<Input> vInputs = collectInputs(m_options.m_vFiles, m_options.m_vLists, m_options.m_folders,
+                                                         m_options.m_messages, m_messages);
+        m_bSeveral = m_options.m_vFiles.size() != 1 || !m_options.m_vLists.empty() || m_options.m_folders.m_bRecursive;
         if (m_bSeveral && m_options.m_format && isOneFileFormat(*m_options.m_format)) {
             m_messages.error(std::string("--format ") + nameOf(*m_options.m_format) +
                              " holds the regions of one file; 'corvana annotations export' makes one for each");
@@ -63,24 +63,37 @@ private:
         return in_format == RegionFormat::AUDACITY || in_format == RegionFormat::TEXTGRID;
     }
 
+    // The regions of a recording, or why there are none.
+    struct Found
+    {
+        Audio::AnnotatedFile m_file;
+        std::string m_strFault;
+    };
+
+    static Found examine(const Input& in_input, LogBridge& inout_log)
+    {
+        Found found;
+        found.m_strFault = in_input.m_strFault.empty() ? readRegionsOf(in_input.m_strPath, found.m_file, inout_log)
+                                                       : in_input.m_strFault;
+        if (found.m_strFault.empty())
+            inout_log.endInput();
+        else
+            inout_log.takeErrors();
+        return found;
+    }
+
     void listAll(const std::vector<Input>& in_vInputs)
     {
-        for (const Input& input : in_vInputs) {
-            if (!m_data.good())
-                return;
-            Audio::AnnotatedFile file;
-            m_log.beginInput(input.m_strPath);
-            const std::string strFault =
-                input.m_strFault.empty() ? readRegionsOf(input.m_strPath, file, m_log) : input.m_strFault;
-            if (strFault.empty()) {
-                m_log.endInput();
-                write(input.m_strPath, file);
-                continue;
-            }
-            m_log.takeErrors();
-            m_messages.inputError(input.m_strPath, strFault);
-            ++m_uiNbOfFailures;
-        }
+        FilesInOrder<Found>(m_options.m_messages, m_options.m_uiNbOfJobs, m_messages)
+            .run(in_vInputs, examine, [this](const Input& in_input, const Found& in_found) {
+                if (in_found.m_strFault.empty()) {
+                    write(in_input.m_strPath, in_found.m_file);
+                } else {
+                    m_messages.inputError(in_input.m_strPath, in_found.m_strFault);
+                    ++m_uiNbOfFailures;
+                }
+                return m_data.good();
+            });
         if (m_uiNbOfFailures > 0 && in_vInputs.size() > 1)
             m_messages.note(std::to_string(m_uiNbOfFailures) + " of " + counted(in_vInputs.size(), "file") + " failed");
     }
@@ -163,7 +176,6 @@ private:
     const CommandAnnotationsList::Options& m_options;
     std::ostream& m_data;
     Messages m_messages;
-    LogBridge m_log;
     bool m_bSeveral = false;
     std::size_t m_uiNbOfWritten = 0;
     std::size_t m_uiNbOfFailures = 0;

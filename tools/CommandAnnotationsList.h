@@ -20,6 +20,7 @@ struct CommandAnnotationsList
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists; ///< files with one recording a line
         FolderOptions m_folders;
+        unsigned long m_uiNbOfJobs = 0;       ///< files at a time; 0: one for each processor
         std::optional<RegionFormat> m_format; ///< none: a table for people
         MessageOptions m_messages;
     };

@@ -3,6 +3,7 @@
 
 #include "corvana/NumberText.h"
 #include "tools/ExitCode.h"
+#include "tools/FilesInOrder.h"
 #include "tools/InputList.h"
 #include "tools/RegionReading.h"
 #include "tools/RegionType.h"
@@ -140,32 +141,45 @@ private:
     SampleSum m_audio;
 };
 
+// The regions of a recording, or why there are none.
+struct Found
+{
+    Audio::AnnotatedFile m_file;
+    std::string m_strFault;
+};
+
+Found examine(const Input& in_input, LogBridge& inout_log)
+{
+    Found found;
+    found.m_strFault =
+        in_input.m_strFault.empty() ? readRegionsOf(in_input.m_strPath, found.m_file, inout_log) : in_input.m_strFault;
+    inout_log.endInput();
+    return found;
+}
+
 } // namespace
 
 int CommandAnnotationsStats::run(const Options& in_options, std::ostream& out_data, std::ostream& out_messages)
 {
     Messages messages(out_messages, in_options.m_messages.m_bQuiet);
-    LogBridge log(messages, in_options.m_messages.m_iLogLevel);
     if (in_options.m_vFiles.empty() && in_options.m_vLists.empty()) {
         messages.error("no recording given: name at least one, or a list of them with --list FILE");
         return EXIT_UNUSABLE;
     }
     Statistics statistics;
     int iExitCode = EXIT_DONE;
-    for (const Input& input :
-         collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, log, messages)) {
-        Audio::AnnotatedFile file;
-        log.beginInput(input.m_strPath);
-        const std::string strFault =
-            input.m_strFault.empty() ? readRegionsOf(input.m_strPath, file, log) : input.m_strFault;
-        log.endInput();
-        if (strFault.empty()) {
-            statistics.addFile(file);
+    const auto take = [&](const Input& in_input, const Found& in_found) {
+        if (in_found.m_strFault.empty()) {
+            statistics.addFile(in_found.m_file);
         } else {
-            messages.inputError(input.m_strPath, strFault);
+            messages.inputError(in_input.m_strPath, in_found.m_strFault);
             iExitCode = EXIT_SOME_FAILED;
         }
-    }
+        return true;
+    };
+    const std::vector<Input> vInputs =
+        collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, in_options.m_messages, messages);
+    FilesInOrder<Found>(in_options.m_messages, in_options.m_uiNbOfJobs, messages).run(vInputs, examine, take);
     if (in_options.m_format == Format::CSV)
         statistics.writeCsv(out_data);
     else if (in_options.m_format == Format::JSON)

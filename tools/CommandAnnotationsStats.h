@@ -25,6 +25,7 @@ struct CommandAnnotationsStats
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists;
         FolderOptions m_folders;
+        unsigned long m_uiNbOfJobs = 0; ///< files at a time; 0: one for each processor
         Format m_format = Format::TABLE;
         MessageOptions m_messages;
     };

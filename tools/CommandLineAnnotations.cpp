@@ -103,6 +103,7 @@ void addList(const AnnotationCommandLine& in_commandLine)
                                                            s_szListFooter, pOptions);
     addFiles(command, "FILE", "Recordings", pOptions->m_vFiles);
     addLists(command, pOptions->m_vLists, pOptions->m_folders);
+    addJobs(command, pOptions->m_uiNbOfJobs);
     addWord<std::optional<RegionFormat>>(command, "--format", "How regions are written (default: table)",
                                          {{"table", std::nullopt},
                                           {"csv", RegionFormat::CSV},

@@ -158,6 +158,14 @@ std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, cons
     return vInputs;
 }
 
+std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
+                                 const FolderOptions& in_folders, const MessageOptions& in_options,
+                                 Messages& out_messages)
+{
+    LogBridge log(out_messages, in_options.m_iLogLevel);
+    return collectInputs(in_vPaths, in_vLists, in_folders, log, out_messages);
+}
+
 bool isRegularFile(const std::string& in_strPath)
 {
     std::error_code error;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/LogBridge.h"
+#include "tools/MessageOptions.h"
 
 #include <string>
 #include <vector>
@@ -26,6 +27,11 @@ struct FolderOptions
 /// of their paths; hidden ones and links to folders are left out.
 std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
                                  const FolderOptions& in_folders, LogBridge& inout_log, Messages& out_messages);
+
+/// The same for callers without a LogBridge.
+std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
+                                 const FolderOptions& in_folders, const MessageOptions& in_options,
+                                 Messages& out_messages);
 
 /// Whether it is a file whose length is known, no pipe or device.
 bool isRegularFile(const std::string& in_strPath);
