@@ -272,9 +272,10 @@ private:
     {
         const std::size_t uiWaiting = std::max(s_uiMinWaiting, s_uiMaxWaiting / m_inOrder.getMaxNbInFlight());
         const std::string strFolder = folderForTemporaryFiles();
+        RowMemory memory;
         const auto makeWorker = [&] {
             return std::make_unique<RowsWorker>(m_options, m_vInputs, m_columns,
-                                                RowsWorker::Store{uiWaiting, strFolder, m_inOrder.isStopped()},
+                                                RowsWorker::Store{uiWaiting, strFolder, memory, m_inOrder.isStopped()},
                                                 inout_progress);
         };
         m_inOrder.run(in_uiBegin, m_uiEnd, makeWorker, [&](std::size_t in_uiInput, InOrder::Result& inout_result) {

@@ -69,7 +69,7 @@ RowsWorker::RowsWorker(const CommandFeatures::Options& in_options, const std::ve
 
 std::unique_ptr<InOrder::Result> RowsWorker::work(std::size_t in_uiInput)
 {
-    auto pResult = std::make_unique<Result>(m_store.m_uiMaxInMemory, m_store.m_strFolder, m_store.m_bStopped);
+    auto pResult = std::make_unique<Result>(m_store);
     std::ostream stream(&pResult->m_rows);
     std::string strFault = m_rows.open(in_uiInput);
     if (strFault.empty())

@@ -61,25 +61,25 @@ private:
 class RowsWorker : public InOrder::Worker
 {
 public:
+    /// Where rows are kept that wait for their turn.
+    struct Store
+    {
+        std::size_t m_uiMaxInMemory; ///< bytes a recording; beyond it in a file
+        std::string m_strFolder;     ///< of such files
+        RowMemory& m_memory;
+        const std::atomic<bool>& m_bStopped;
+    };
+
     struct Result : public InOrder::Result
     {
-        explicit Result(std::size_t in_uiMaxInMemory, const std::string& in_strFolder,
-                        const std::atomic<bool>& in_bStopped)
-            : m_rows(in_uiMaxInMemory, in_strFolder, in_bStopped)
+        explicit Result(const Store& in_store)
+            : m_rows(in_store.m_uiMaxInMemory, in_store.m_strFolder, in_store.m_memory, in_store.m_bStopped)
         {
         }
 
         std::string m_strMessages;
         InputOutcome m_outcome;
         RowBuffer m_rows;
-    };
-
-    /// Where rows are kept that wait for their turn.
-    struct Store
-    {
-        std::size_t m_uiMaxInMemory; ///< bytes a recording; beyond it in a file
-        std::string m_strFolder;     ///< of such files
-        const std::atomic<bool>& m_bStopped;
     };
 
     RowsWorker(const CommandFeatures::Options& in_options, const std::vector<Input>& in_vInputs,

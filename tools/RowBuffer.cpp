@@ -19,15 +19,41 @@ constexpr std::size_t s_uiMinCapacity = 4096;
 
 } // namespace
 
-RowBuffer::RowBuffer(std::size_t in_uiMaxInMemory, std::string in_strFolder, const std::atomic<bool>& in_bStopped)
+RowMemory::Block RowMemory::take()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_vBlocks.empty())
+        return {};
+    Block block = std::move(m_vBlocks.back());
+    m_vBlocks.pop_back();
+    return block;
+}
+
+void RowMemory::giveBack(Block in_block)
+{
+    if (in_block.m_pText == nullptr)
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    try {
+        m_vBlocks.push_back(std::move(in_block));
+    } catch (const std::bad_alloc&) {
+        // then it goes back to the system
+    }
+}
+
+RowBuffer::RowBuffer(std::size_t in_uiMaxInMemory, std::string in_strFolder, RowMemory& inout_memory,
+                     const std::atomic<bool>& in_bStopped)
     : m_uiMaxInMemory(in_uiMaxInMemory)
     , m_strFolder(std::move(in_strFolder))
+    , m_memory(inout_memory)
     , m_bStopped(in_bStopped)
+    , m_block(m_memory.take())
 {
 }
 
 RowBuffer::~RowBuffer()
 {
+    m_memory.giveBack(std::move(m_block));
     if (m_iFile >= 0)
         close(m_iFile);
 }
@@ -45,9 +71,9 @@ try {
     const auto uiLength = static_cast<std::size_t>(in_iLength);
     if (m_bStopped || m_iError != 0 || !makeRoom(uiLength))
         return 0;
-    if (uiLength > m_uiCapacity - m_uiSize)
+    if (uiLength > m_block.m_uiSize - m_uiSize)
         return writeOut(in_pBegin, uiLength) ? in_iLength : 0;
-    std::memcpy(m_pText.get() + m_uiSize, in_pBegin, uiLength);
+    std::memcpy(m_block.m_pText.get() + m_uiSize, in_pBegin, uiLength);
     m_uiSize += uiLength;
     return in_iLength;
 } catch (const std::bad_alloc&) {
@@ -58,21 +84,20 @@ try {
 // Afterwards there is room, or none is needed since what comes is more than memory may hold.
 bool RowBuffer::makeRoom(std::size_t in_uiNbOfBytes)
 {
-    if (in_uiNbOfBytes <= m_uiCapacity - m_uiSize)
+    if (in_uiNbOfBytes <= m_block.m_uiSize - m_uiSize)
         return true;
     if (in_uiNbOfBytes <= m_uiMaxInMemory - m_uiSize) {
-        grow(std::min(m_uiMaxInMemory, std::max({s_uiMinCapacity, 2 * m_uiCapacity, m_uiSize + in_uiNbOfBytes})));
+        grow(std::min(m_uiMaxInMemory, std::max({s_uiMinCapacity, 2 * m_block.m_uiSize, m_uiSize + in_uiNbOfBytes})));
         return true;
     }
-    return writeOut(m_pText.get(), std::exchange(m_uiSize, 0));
+    return writeOut(m_block.m_pText.get(), std::exchange(m_uiSize, 0));
 }
 
 void RowBuffer::grow(std::size_t in_uiCapacity)
 {
     auto pText = std::make_unique_for_overwrite<char[]>(in_uiCapacity);
-    std::copy_n(m_pText.get(), m_uiSize, pText.get());
-    m_pText = std::move(pText);
-    m_uiCapacity = in_uiCapacity;
+    std::copy_n(m_block.m_pText.get(), m_uiSize, pText.get());
+    m_block = {std::move(pText), in_uiCapacity};
 }
 
 bool RowBuffer::openFile()
@@ -111,7 +136,7 @@ bool RowBuffer::copyTo(std::ostream& out_stream)
 {
     if (m_iError != 0 || (m_iFile >= 0 && !copyFile(out_stream)))
         return false;
-    out_stream.write(m_pText.get(), static_cast<std::streamsize>(m_uiSize));
+    out_stream.write(m_block.m_pText.get(), static_cast<std::streamsize>(m_uiSize));
     return true;
 }
 

@@ -23,6 +23,7 @@ protected:
     }
 
     Corvana::Test::TempDir m_dir;
+    RowMemory m_memory;
     std::atomic<bool> m_bStopped = false;
 };
 
@@ -30,7 +31,7 @@ TEST_F(RowBufferTest, GivesBackWhatWasWrittenWhateverItsSize)
 {
     std::mt19937 random(17); // NOLINT: the same pieces each time
     for (const std::size_t uiLimit : {0U, 1U, 100U, 5000U, 1U << 20U}) {
-        RowBuffer buffer(uiLimit, m_dir.path(), m_bStopped);
+        RowBuffer buffer(uiLimit, m_dir.path(), m_memory, m_bStopped);
         std::ostream stream(&buffer);
         std::string strWritten;
         for (unsigned uiPiece = 0; uiPiece < 200; ++uiPiece) {
@@ -48,7 +49,7 @@ TEST_F(RowBufferTest, GivesBackWhatWasWrittenWhateverItsSize)
 
 TEST_F(RowBufferTest, IsEmptyWithoutAFileToBeginWith)
 {
-    RowBuffer buffer(0, "/none", m_bStopped);
+    RowBuffer buffer(0, "/none", m_memory, m_bStopped);
 
     EXPECT_EQ(copyOf(buffer), "");
     EXPECT_EQ(buffer.getFault(), "");
@@ -56,7 +57,7 @@ TEST_F(RowBufferTest, IsEmptyWithoutAFileToBeginWith)
 
 TEST_F(RowBufferTest, LeavesNoNameInItsFolder)
 {
-    RowBuffer buffer(10, m_dir.path(), m_bStopped);
+    RowBuffer buffer(10, m_dir.path(), m_memory, m_bStopped);
     std::ostream stream(&buffer);
 
     stream << std::string(1000, 'x') << std::flush;
@@ -66,7 +67,7 @@ TEST_F(RowBufferTest, LeavesNoNameInItsFolder)
 
 TEST_F(RowBufferTest, TellsWhyItsFileCannotBeMade)
 {
-    RowBuffer buffer(10, "/none", m_bStopped);
+    RowBuffer buffer(10, "/none", m_memory, m_bStopped);
     std::ostream stream(&buffer);
 
     stream << std::string(1000, 'x');
@@ -77,9 +78,22 @@ TEST_F(RowBufferTest, TellsWhyItsFileCannotBeMade)
     EXPECT_EQ(buffer.getFault(), "rows that wait for their turn, in /none: No such file or directory");
 }
 
+TEST_F(RowBufferTest, HandsItsMemoryToTheNext)
+{
+    for (unsigned uiBuffer = 0; uiBuffer < 2; ++uiBuffer) {
+        RowBuffer buffer(1000, m_dir.path(), m_memory, m_bStopped);
+        std::ostream(&buffer) << std::string(900, static_cast<char>('a' + uiBuffer));
+        EXPECT_EQ(copyOf(buffer), std::string(900, static_cast<char>('a' + uiBuffer)));
+    }
+    const RowMemory::Block block = m_memory.take();
+    EXPECT_NE(block.m_pText, nullptr);
+    EXPECT_EQ(m_memory.take().m_pText, nullptr);
+    EXPECT_EQ(block.m_uiSize, 1000U);
+}
+
 TEST_F(RowBufferTest, TakesNothingMoreOnceStopped)
 {
-    RowBuffer buffer(100, m_dir.path(), m_bStopped);
+    RowBuffer buffer(100, m_dir.path(), m_memory, m_bStopped);
     std::ostream stream(&buffer);
     stream << "before";
     m_bStopped = true;
