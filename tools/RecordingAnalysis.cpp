@@ -142,8 +142,9 @@ void RecordingAnalysis::warnAboutRate()
 {
     constexpr unsigned long uiAssumedRate = 8000;
     const unsigned long uiRate = m_pSource->getRate();
-    const std::vector<std::string> vNames = m_features.getNamesAssuming8000Hz();
-    if (uiRate != uiAssumedRate && !vNames.empty()) {
+    const std::vector<std::string> vNames =
+        uiRate == uiAssumedRate ? std::vector<std::string>() : m_features.getNamesAssuming8000Hz();
+    if (!vNames.empty()) {
         const double dFactor = static_cast<double>(uiRate) / static_cast<double>(uiAssumedRate);
         m_messages.inputWarning(m_strPath, "recorded at " + std::to_string(uiRate) + " Hz, but " + joined(vNames) +
                                                (vNames.size() == 1 ? " assumes" : " assume") +
