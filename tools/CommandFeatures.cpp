@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandFeatures.h"
 
+#include "corvana/Version.h"
 #include "tools/ExitCode.h"
 #include "tools/FailureTable.h"
 #include "tools/FeatureSet.h"
+#include "tools/FeaturesTable.h"
 #include "tools/InOrder.h"
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
-#include "tools/OutputFile.h"
 #include "tools/RecordingRows.h"
 #include "tools/RunProgress.h"
 #include "tools/RunSettings.h"
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 namespace Corvana::Tools {
 namespace {
@@ -40,7 +42,7 @@ public:
         , m_progress(out_messages, in_options.m_messages.m_bQuiet ? ProgressMode::NEVER : in_options.m_progress,
                      in_options.m_bStatusLine)
         , m_log(std::in_place, m_messages, in_options.m_messages.m_iLogLevel)
-        , m_output(out_data)
+        , m_table(tableOptions(), out_data)
         , m_inOrder(nbOfThreads())
     {
         m_messages.setProgress(&m_progress);
@@ -54,14 +56,18 @@ public:
             return EXIT_DONE;
         m_vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_options.m_folders, *m_log, m_messages);
         chooseShard();
-        if (!openOutput() || !settleForGivenRate())
+        if (!openOutput() || !goOn() || !settleForGivenRate()) {
+            m_table.abandonUnlessBegun();
             return EXIT_UNUSABLE;
+        }
         m_log.reset(); // who makes rows has one
-        RunProgress progress(m_progress, m_vInputs, m_uiBegin, m_uiEnd);
+        RunProgress progress(m_progress, m_vInputs, m_uiNext, m_uiEnd);
         makeRows(progress);
         m_log.emplace(m_messages, m_options.m_messages.m_iLogLevel);
-        if (m_output.stream().good() && !isSettled() && !settleWithoutRecording())
+        if (m_table.isGood() && !isSettled() && !settleWithoutRecording()) {
+            m_table.abandon();
             return m_vInputs.empty() ? EXIT_UNUSABLE : finishFailures(EXIT_SOME_FAILED);
+        }
         return finish(progress);
     }
 
@@ -80,7 +86,14 @@ private:
         return m_options.m_uiNbOfJobs == 0 ? InOrder::defaultNbOfThreads() : m_options.m_uiNbOfJobs;
     }
 
-    bool isSharded() const { return m_options.m_shard.m_uiNbOfShards > 1; }
+    FeaturesTable::Options tableOptions() const
+    {
+        const bool bDescription = m_options.m_bDescription || isSharded() || m_options.m_format == RowFormat::NPY;
+        return {m_options.m_format, m_options.m_strOutput, bDescription, m_options.m_bResume,
+                m_options.m_uiMsBetweenSyncs};
+    }
+
+    bool isSharded() const { return m_options.m_shard.m_bGiven || m_options.m_shard.m_uiNbOfShards > 1; }
     bool isSettled() const { return m_columns.m_uiSampleRate != 0; }
     bool isToNamedFile() const { return !m_options.m_strOutput.empty() && m_options.m_strOutput != "-"; }
 
@@ -94,6 +107,8 @@ private:
         if (m_options.m_bLabels && !checkLabels())
             return false;
         if (isSharded() && !checkShard())
+            return false;
+        if (!checkTable())
             return false;
         if (m_features.configure(m_options.m_vFeatures, m_options.m_vFormulas, m_messages))
             return true;
@@ -125,6 +140,22 @@ private:
         return isToNamedFile() || refuse("--shard makes a part of a table, which needs a file: name it with -o FILE");
     }
 
+    bool checkTable()
+    {
+        const bool bNpy = m_options.m_format == RowFormat::NPY;
+        if (bNpy && m_options.m_bLabels)
+            return refuse("--labels gives words, and --format npy holds numbers: write csv or jsonl, or leave one out");
+        if (m_options.m_bResume && readsStandardInput())
+            return refuse("--resume goes on with files, which standard input is not");
+        if (isToNamedFile() || !hasInputs())
+            return true;
+        if (bNpy)
+            return refuse("--format npy writes more than one file: name the first with -o FILE.npy");
+        if (m_options.m_bResume)
+            return refuse("--resume goes on with a file: name it with -o FILE");
+        return !m_options.m_bDescription || refuse("--sidecar stands beside a file: name that with -o FILE");
+    }
+
     bool hasInputs() const { return !m_options.m_vInputs.empty() || !m_options.m_vLists.empty(); }
 
     bool saveConfig()
@@ -146,14 +177,38 @@ private:
             const std::size_t uiRest = m_vInputs.size() % m_options.m_shard.m_uiNbOfShards;
             return in_uiShard * uiWhole + in_uiShard * uiRest / m_options.m_shard.m_uiNbOfShards;
         };
-        m_uiBegin = begin(m_options.m_shard.m_uiNumber - 1);
+        m_uiBegin = m_uiNext = begin(m_options.m_shard.m_uiNumber - 1);
         m_uiEnd = begin(m_options.m_shard.m_uiNumber);
+    }
+
+    TableSettings settings() const
+    {
+        TableSettings settings;
+        settings.m_strVersion = getVersion();
+        settings.m_format = m_options.m_format;
+        settings.m_uiWindowMs = m_options.m_windows.m_uiWindowMs;
+        settings.m_uiOverlapMs = m_options.m_windows.m_uiOverlapMs;
+        settings.m_bSuppressDC = m_options.m_windows.m_bSuppressDC;
+        settings.m_uiSampleRate = m_options.m_windows.m_uiSampleRate;
+        settings.m_bLabels = m_options.m_bLabels;
+        settings.m_vFeatures = m_features.getDescriptions();
+        settings.m_vFormulas = m_options.m_vFormulas;
+        settings.m_uiShard = isSharded() ? m_options.m_shard.m_uiNumber : 0;
+        settings.m_uiNbOfShards = isSharded() ? m_options.m_shard.m_uiNbOfShards : 0;
+        settings.m_uiNbOfInputs = m_vInputs.size();
+        Checksum digest;
+        for (const Input& input : m_vInputs) {
+            digest.add(input.m_strPath);
+            digest.add(std::string_view("", 1));
+        }
+        settings.m_uiInputsDigest = digest.getValue();
+        return settings;
     }
 
     bool openOutput()
     {
-        if (!m_options.m_strOutput.empty() && !m_output.open(m_options.m_strOutput))
-            return refuse("cannot write: " + m_output.getFault());
+        if (!m_table.open(m_table.needsSettings() ? settings() : TableSettings()))
+            return refuse("cannot write: " + m_table.getFault());
         if (!m_options.m_strFailures.empty() && !m_failures.open(m_options.m_strFailures))
             return refuse("cannot write: " + m_failures.getFault());
         std::vector<std::string> vRead = m_options.m_vLists;
@@ -163,10 +218,48 @@ private:
         for (const Input& input : m_vInputs)
             if (input.m_strFault.empty())
                 vRead.push_back(input.m_strPath);
-        std::string strBoth = m_output.findAmong(vRead);
+        std::string strBoth = m_table.findAmong(vRead);
         if (strBoth.empty() && m_failures.isOpen())
             strBoth = m_failures.findAmong(vRead);
         return strBoth.empty() || refuse(printable(strBoth) + ": is both read and written; write to another file");
+    }
+
+    // What a former run finished counts as if this one had.
+    bool goOn()
+    {
+        const RunJournal::Former& former = m_table.getFormer();
+        m_uiNext += former.m_outcomes.size();
+        m_uiNbOfFailures = former.m_outcomes.getNbOfFailures();
+        for (const auto& [uiInput, strFault] : former.m_outcomes.getFaults())
+            m_failures.add(m_vInputs[m_uiBegin + uiInput].m_strPath, strFault);
+        if (former.m_outcomes.size() > 0)
+            m_messages.note("goes on with " + printable(m_options.m_strOutput) + ": of " +
+                            counted(m_uiEnd - m_uiBegin, "input") + ", " + std::to_string(former.m_outcomes.size()) +
+                            (former.m_outcomes.size() == 1 ? " is" : " are") + " finished, " +
+                            std::to_string(m_uiNbOfFailures) + " of them failed");
+        m_bStopped = m_bGivenUp = m_options.m_bFailFast && m_uiNbOfFailures > 0;
+        if (m_bGivenUp) {
+            const auto& [uiInput, strFault] = *former.m_outcomes.getFaults().begin();
+            m_messages.inputError(m_vInputs[m_uiBegin + uiInput].m_strPath, strFault);
+        }
+        if (former.m_uiSampleRate == 0)
+            return true;
+        const FeatureSet::Layout& layout = layoutFor(former.m_uiSampleRate);
+        if (!layout.m_strFault.empty())
+            return refuse(layout.m_strFault);
+        settle({layout.m_vNbOfValues, former.m_uiSampleRate});
+        return true;
+    }
+
+    std::vector<TableColumn> describedColumns() const
+    {
+        const std::vector<std::string> vNames = columnNames(m_features.getColumnNames(), m_columns.m_vNbOfValues);
+        const std::vector<std::string> vUnits = m_features.getUnits();
+        std::vector<TableColumn> vColumns;
+        for (std::size_t uiFeature = 0; uiFeature < vUnits.size(); ++uiFeature)
+            for (std::size_t uiValue = 0; uiValue < m_columns.m_vNbOfValues[uiFeature]; ++uiValue)
+                vColumns.push_back({vNames[vColumns.size()], vUnits[uiFeature]});
+        return vColumns;
     }
 
     void settle(const RowColumns& in_columns)
@@ -174,15 +267,15 @@ private:
         m_columns = in_columns;
         const std::unique_ptr<RowWriter> pWriter = RowWriter::make(m_options.m_format, m_features.getColumnNames(),
                                                                    in_columns.m_vNbOfValues, m_options.m_bLabels);
-        m_output.stream() << pWriter->getHeader();
+        m_table.begin(pWriter->getHeader(), describedColumns(), in_columns.m_uiSampleRate);
         if (m_options.m_bFlushRows)
-            m_output.stream().flush();
+            m_table.stream().flush();
     }
 
     bool settleForGivenRate()
     {
         const unsigned long uiRate = m_options.m_windows.m_uiSampleRate;
-        if (uiRate == 0)
+        if (uiRate == 0 || isSettled())
             return true;
         const FeatureSet::Layout& layout = layoutFor(uiRate);
         if (!layout.m_strFault.empty())
@@ -220,10 +313,10 @@ private:
 
     void makeRows(RunProgress& inout_progress)
     {
-        const bool bSeveral = m_inOrder.getMaxNbInFlight() > 1 && m_uiEnd - m_uiBegin > 1;
+        const bool bSeveral = m_inOrder.getMaxNbInFlight() > 1 && m_uiEnd - m_uiNext > 1;
         if (!isSettled() && (bSeveral || isSharded()))
             settleByOpening();
-        std::size_t uiNext = m_uiBegin;
+        std::size_t uiNext = m_uiNext;
         if (!bSeveral || !isSettled())
             uiNext = makeRowsHere(bSeveral, inout_progress);
         if (uiNext < m_uiEnd && !m_bStopped)
@@ -255,13 +348,13 @@ private:
     std::size_t makeRowsHere(bool in_bOnlyUntilSettled, RunProgress& inout_progress)
     {
         RecordingRows rows(m_options, m_vInputs, m_messages, inout_progress);
-        std::size_t uiInput = m_uiBegin;
+        std::size_t uiInput = m_uiNext;
         while (uiInput < m_uiEnd && !m_bStopped && !(in_bOnlyUntilSettled && isSettled())) {
             std::string strFault = rows.open(uiInput);
             if (strFault.empty() && !isSettled())
                 settle(rows.getColumns());
             if (strFault.empty())
-                strFault = rows.write(m_columns, m_output.stream(), m_options.m_bFlushRows);
+                strFault = rows.write(m_columns, m_table.stream(), m_options.m_bFlushRows);
             const InputOutcome outcome = rows.end(strFault);
             m_bStopped = !take(uiInput++, outcome, {}, inout_progress);
         }
@@ -280,7 +373,7 @@ private:
         };
         m_inOrder.run(in_uiBegin, m_uiEnd, makeWorker, [&](std::size_t in_uiInput, InOrder::Result& inout_result) {
             auto& result = static_cast<RowsWorker::Result&>(inout_result);
-            if (!result.m_rows.copyTo(m_output.stream())) {
+            if (!result.m_rows.copyTo(m_table.stream())) {
                 m_strStoreFault = result.m_rows.getFault();
                 return false;
             }
@@ -303,21 +396,24 @@ private:
             m_failures.add(m_vInputs[in_uiInput].m_strPath, in_outcome.m_strFault);
         }
         m_bGivenUp = bFailed && m_options.m_bFailFast;
-        return !m_bGivenUp && m_output.stream().good();
+        return !m_bGivenUp && m_table.end(in_outcome);
     }
 
     int finish(RunProgress& inout_progress)
     {
         const bool bWhole = m_strStoreFault.empty() && !m_bGivenUp;
-        const bool bWritten = bWhole && m_output.stream().good() && m_output.commit();
+        const bool bWritten = bWhole && m_table.isGood() && m_table.commit([this](std::size_t in_uiInput) {
+            return m_vInputs[in_uiInput].m_strPath;
+        });
         inout_progress.finish();
-        if (m_bGivenUp) {
+        if (m_bGivenUp && m_table.keep()) {
             m_messages.note(std::string("stopped at the first input that failed, as --fail-fast asks") +
-                            (isToNamedFile() ? "; nothing is written" : ""));
+                            (isToNamedFile() ? "; nothing is written" : "") +
+                            (m_options.m_bResume ? " before --resume goes on there" : ""));
             return finishFailures(EXIT_SOME_FAILED);
         }
         if (!bWritten) {
-            const std::string strFault = m_strStoreFault.empty() ? m_output.getFault() : m_strStoreFault;
+            const std::string strFault = m_strStoreFault.empty() ? m_table.getFault() : m_strStoreFault;
             if (!strFault.empty())
                 m_messages.error("cannot write: " + strFault);
             return EXIT_UNUSABLE;
@@ -343,12 +439,13 @@ private:
     Progress m_progress;
     std::optional<LogBridge> m_log;
     FeatureSet m_features;
-    OutputFile m_output;
+    FeaturesTable m_table;
     FailureTable m_failures;
     InOrder m_inOrder;
     std::vector<Input> m_vInputs;
     std::size_t m_uiBegin = 0; // the inputs of this shard
     std::size_t m_uiEnd = 0;
+    std::size_t m_uiNext = 0; // the first that no former run finished
     RowColumns m_columns;
     std::size_t m_uiNbOfFailures = 0;
     bool m_bStopped = false;

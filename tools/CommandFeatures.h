@@ -21,6 +21,7 @@ struct CommandFeatures
     {
         unsigned long m_uiNumber = 1; ///< from 1
         unsigned long m_uiNbOfShards = 1;
+        bool m_bGiven = false; ///< also one part of one is a part
     };
 
     struct Options
@@ -38,9 +39,12 @@ struct CommandFeatures
         WindowOptions m_windows;
         bool m_bLabels = false; ///< a column with the labels of the regions that cover each window's middle
         RowFormat m_format = RowFormat::CSV;
-        std::string m_strOutput;   ///< empty: out_data
-        std::string m_strFailures; ///< a table of the inputs that failed; empty: none
-        bool m_bFailFast = false;  ///< the first input that fails ends the run
+        std::string m_strOutput;     ///< empty: out_data
+        bool m_bDescription = false; ///< a description beside the output, which parts and numbers have in any case
+        bool m_bResume = false;      ///< go on where a former run stopped, and let another one do so
+        unsigned long m_uiMsBetweenSyncs = 1000; ///< of such a run
+        std::string m_strFailures;               ///< a table of the inputs that failed; empty: none
+        bool m_bFailFast = false;                ///< the first input that fails ends the run
         bool m_bFlushRows = false;
         ProgressMode m_progress = ProgressMode::AUTO;
         bool m_bStatusLine = false; ///< out_messages is a terminal that does not also show the rows

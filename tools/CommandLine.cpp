@@ -64,7 +64,11 @@ DESC[0], DESC[1] and so on. Fields are quoted as RFC 4180 says; lines end with a
 this system expect. Numbers are the shortest text that reads back to the same double; what is not a number is nan.
 JSON lines hold an object a window: "file", "time", and for each description its number, or an array of its numbers
 when it gives several. There, not-a-number is null and infinities are 1e999 and -1e999.
+npy writes files for NumPy: the values into OUT.npy, the times and the positions of the inputs into OUT.times.npy.
 The time is that of the end of the window, in seconds.
+
+With --resume, OUT.partial and OUT.journal are kept beside OUT until it is complete, and the same command goes on after
+a kill; it takes as long as what is left, and gives the same bytes.
 
 With --labels, a column labels behind the time holds the types of the regions (see 'corvana annotations') that cover the
 middle of the window, with ; between them in the order of the file; in JSON an array. It is empty where there are none,
@@ -77,6 +81,7 @@ Examples:
   corvana features --list calls.txt -o calls.csv
   corvana features -r calls --failures failed.csv -o calls.csv
   corvana features -r calls --shard 2/7 -o part-2.csv
+  corvana features -r calls --resume --format npy -o calls.npy
   corvana features -f 'spectrum|peaks' --window-ms 32 --save-config peaks.xml
   corvana features --config peaks.xml call.wav
   corvana features --labels --list labelled.txt -o training.csv
@@ -382,7 +387,8 @@ private:
         addFileName(inout_command, "-o,--output", "Write to FILE, which appears when it is complete",
                     out_options.m_strOutput);
         addWord<RowFormat>(inout_command, "--format", "How rows are written (default: csv)",
-                           {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}}, out_options.m_format);
+                           {{"csv", RowFormat::CSV}, {"jsonl", RowFormat::JSONL}, {"npy", RowFormat::NPY}},
+                           out_options.m_format);
         inout_command.add_flag("--labels", out_options.m_bLabels,
                                "A column 'labels': the types of the regions that cover each window's middle");
         addWindowOptions(inout_command, out_options.m_windows);
@@ -397,6 +403,10 @@ private:
                 [&out_options](const std::string& in_strText) { out_options.m_shard = readShard(in_strText); });
         addFileName(inout_command, "--failures", "Write the recordings that failed to FILE, with the reasons, as CSV",
                     out_options.m_strFailures);
+        inout_command.add_flag("--sidecar", out_options.m_bDescription,
+                               "Describe the table in OUT.json beside it: configuration, columns, inputs");
+        inout_command.add_flag("--resume", out_options.m_bResume,
+                               "Go on where a run of the same command was stopped or killed; from the first run on");
         inout_command.add_flag("--fail-fast", out_options.m_bFailFast, "Stop at the first recording that fails");
     }
 
@@ -405,6 +415,7 @@ private:
         constexpr unsigned long uiMaxNbOfShards = 1000000000; // its square is a number too
         const std::size_t uiSlash = in_strText.find('/');
         CommandFeatures::Shard shard;
+        shard.m_bGiven = true;
         if (uiSlash == std::string::npos || !parseNumber(in_strText.substr(0, uiSlash), shard.m_uiNumber) ||
             !parseNumber(in_strText.substr(uiSlash + 1), shard.m_uiNbOfShards) || shard.m_uiNumber == 0 ||
             shard.m_uiNumber > shard.m_uiNbOfShards || shard.m_uiNbOfShards > uiMaxNbOfShards)

@@ -113,24 +113,22 @@ private:
             return in_left.getShard() < in_right.getShard();
         });
         const std::uint64_t uiNbOfShards = m_whole.m_settings.m_uiNbOfShards;
+        constexpr std::size_t uiMaxShown = 10;
         std::vector<std::string> vMissing;
-        std::uint64_t uiNbMissing = 0;
-        std::size_t uiPart = 0;
-        for (std::uint64_t uiShard = 1; uiShard <= uiNbOfShards; ++uiShard) {
-            const std::size_t uiFirst = uiPart;
-            while (uiPart < m_vParts.size() && m_vParts[uiPart].getShard() == uiShard)
-                ++uiPart;
-            if (uiPart > uiFirst + 1)
-                return refuse(printable(m_vParts[uiFirst].getPath()) + " and " +
-                              printable(m_vParts[uiFirst + 1].getPath()) + " are both part " +
+        std::uint64_t uiNext = 1;
+        for (std::size_t uiPart = 0; uiPart <= m_vParts.size(); ++uiPart) {
+            const std::uint64_t uiShard = uiPart < m_vParts.size() ? m_vParts[uiPart].getShard() : uiNbOfShards + 1;
+            if (uiShard < uiNext)
+                return refuse(printable(m_vParts[uiPart - 1].getPath()) + " and " +
+                              printable(m_vParts[uiPart].getPath()) + " are both part " +
                               shardText(uiShard, uiNbOfShards) + "; name one of them");
-            constexpr std::size_t uiMaxShown = 10;
-            uiNbMissing += uiPart == uiFirst ? 1 : 0;
-            if (uiPart == uiFirst && vMissing.size() < uiMaxShown)
-                vMissing.push_back(shardText(uiShard, uiNbOfShards));
+            for (; uiNext < uiShard && vMissing.size() < uiMaxShown; ++uiNext)
+                vMissing.push_back(shardText(uiNext, uiNbOfShards));
+            uiNext = uiShard + 1;
         }
+        const std::uint64_t uiNbMissing = uiNbOfShards - m_vParts.size();
         if (uiNbMissing > vMissing.size())
-            vMissing.push_back("...");
+            vMissing.emplace_back("...");
         return uiNbMissing == 0 || refuse(counted(uiNbMissing, "part") + " of " + std::to_string(uiNbOfShards) +
                                           (uiNbMissing == 1 ? " is missing: " : " are missing: ") + joined(vMissing));
     }

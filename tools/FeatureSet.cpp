@@ -102,6 +102,20 @@ std::vector<std::string> FeatureSet::getColumnNames() const
     return vNames;
 }
 
+std::vector<std::string> FeatureSet::getUnits() const
+{
+    std::vector<std::string> vUnits;
+    for (const Stages& vStages : m_vStages) {
+        std::string strUnit;
+        for (const DescriptionStage& stage : vStages)
+            if (std::string_view(stage.m_pDescription->m_szUnit) != "as the input" || strUnit.empty())
+                strUnit = stage.m_pDescription->m_szUnit;
+        vUnits.push_back(strUnit);
+    }
+    vUnits.resize(vUnits.size() + m_formulas.size());
+    return vUnits;
+}
+
 std::unique_ptr<Math::FeatureComputerImpl> FeatureSet::getFreshComputer() const
 {
     auto pComputer = std::make_unique<Audio::FeatureComputerImpl>();

@@ -44,6 +44,8 @@ public:
     const std::vector<std::string>& getDescriptions() const { return m_vDescriptions; }
     /// What columns are named by: the descriptions, then the formulas' names.
     std::vector<std::string> getColumnNames() const;
+    /// In what the values of each are, in the same order; empty for formulas.
+    std::vector<std::string> getUnits() const;
     const FormulaSet& getFormulas() const { return m_formulas; }
     /// A computer of all features, in order, that has seen nothing yet.
     std::unique_ptr<Math::FeatureComputerImpl> getFreshComputer() const;

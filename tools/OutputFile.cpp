@@ -148,16 +148,27 @@ std::string OutputFile::targetOf(const std::string& in_strPath)
     return resolveLinks(strTarget) ? strTarget : in_strPath;
 }
 
-bool OutputFile::openPartial(const std::string& in_strPath)
+bool OutputFile::findResumable(const std::string& in_strPath, unsigned& out_uiMode)
 {
     m_strPath = in_strPath;
     bool bDirect =
         in_strPath.empty() || in_strPath == "-" || in_strPath == "/dev/stdout" || !descriptorNumber(in_strPath).empty();
-    unsigned uiMode = 0;
-    if (!bDirect && !findTarget(bDirect, uiMode))
+    if (!bDirect && !findTarget(bDirect, out_uiMode))
         return false;
-    if (bDirect)
-        return discardWith(printable(in_strPath) + ": is no file, so no other run could go on with it");
+    return !bDirect || discardWith(printable(in_strPath) + ": is no file, so no other run could go on with it");
+}
+
+bool OutputFile::canBeResumed(const std::string& in_strPath)
+{
+    unsigned uiMode = 0;
+    return findResumable(in_strPath, uiMode);
+}
+
+bool OutputFile::openPartial(const std::string& in_strPath)
+{
+    unsigned uiMode = 0;
+    if (!findResumable(in_strPath, uiMode))
+        return false;
     if (m_partial.open(m_strTarget, uiMode))
         return true;
     if (errno == EWOULDBLOCK)

@@ -32,6 +32,8 @@ public:
     /// The same for what another run may go on with: PATH.partial is kept when it is not committed. What it holds
     /// behind so many bytes is dropped; with fewer it is refused, as is what is no file.
     bool openToResume(const std::string& in_strPath, std::uint64_t in_uiNbOfBytes);
+    /// Whether it would be refused whatever PATH.partial holds, before anything is written. False, with the fault.
+    bool canBeResumed(const std::string& in_strPath);
     /// For what has all its bytes, and may have got its name, before a run was killed: only commit() remains.
     bool openToFinish(const std::string& in_strPath, std::uint64_t in_uiNbOfBytes);
 
@@ -60,6 +62,7 @@ public:
 
 private:
     bool findTarget(bool& out_bDirect, unsigned& out_uiMode);
+    bool findResumable(const std::string& in_strPath, unsigned& out_uiMode);
     bool openPartial(const std::string& in_strPath);
     bool hasWritten();
     bool openDirectly(const std::string& in_strPath);

@@ -37,6 +37,7 @@ std::string RecordingRows::write(const RowColumns& in_columns, std::ostream& out
     if (m_pWriter == nullptr)
         m_pWriter = RowWriter::make(m_options.m_format, m_features.getColumnNames(), in_columns.m_vNbOfValues,
                                     m_options.m_bLabels);
+    m_pWriter->setFileIndex(m_uiInput);
     return m_analysis.writeRows(*m_pWriter, out_stream, in_bFlushRows, 0.0, 1.0);
 }
 
@@ -44,7 +45,10 @@ InputOutcome RecordingRows::end(const std::string& in_strFault)
 {
     const double dSeconds = m_analysis.getAudioSeconds();
     m_progress.end(dSeconds);
-    return {m_vInputs[m_uiInput].m_strPath, m_analysis.getNbOfRows(), dSeconds - m_dSecondsBefore, in_strFault};
+    const Input& input = m_vInputs[m_uiInput];
+    // What was never opened has not even the rows of the recording before it.
+    const unsigned long uiNbOfRows = input.m_strFault.empty() ? m_analysis.getNbOfRows() : 0;
+    return {input.m_strPath, uiNbOfRows, dSeconds - m_dSecondsBefore, in_strFault};
 }
 
 std::string RecordingRows::checkColumns(const RowColumns& in_wanted, const RowColumns& in_found)

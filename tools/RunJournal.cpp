@@ -23,8 +23,7 @@ constexpr std::uint64_t s_uiVersion = 1;
 constexpr unsigned s_uiMode = 0666; // without what the user's mask takes away
 constexpr std::size_t s_uiMaxLine = std::size_t{16} << 20U;
 constexpr std::uint64_t s_uiMaxNumber = std::uint64_t{1} << 62U;
-// What is done again at most after a kill, and what the disk is asked for at most.
-constexpr auto s_timeBetweenSyncs = std::chrono::seconds(1);
+// That the disk is asked for at once.
 constexpr std::uint64_t s_uiBytesBetweenSyncs = std::uint64_t{64} << 20U;
 constexpr std::string_view s_strCheck = ",\"check\":\"";
 constexpr std::size_t s_uiCheckLength = s_strCheck.size() + 16 + 2;
@@ -91,7 +90,10 @@ bool RunJournal::open(const std::string& in_strTable, const TableSettings& in_se
         return errno == EWOULDBLOCK ? refuse("another run is writing " + printable(in_strTable) + "; wait for its end")
                                     : refuse(errno);
     m_lastSync = std::chrono::steady_clock::now();
-    return load(in_settings);
+    if (load(in_settings))
+        return true;
+    close();
+    return false;
 }
 
 bool RunJournal::load(const TableSettings& in_settings)
@@ -216,7 +218,7 @@ void RunJournal::add(const InputOutcome& in_outcome, const TablePosition& in_pos
 bool RunJournal::isSyncDue() const
 {
     return m_uiPendingBytes - m_uiSyncedBytes >= s_uiBytesBetweenSyncs ||
-           std::chrono::steady_clock::now() - m_lastSync >= s_timeBetweenSyncs;
+           std::chrono::steady_clock::now() - m_lastSync >= m_timeBetweenSyncs;
 }
 
 bool RunJournal::sync()
@@ -254,6 +256,8 @@ bool RunJournal::complete(const TablePosition& in_position)
 
 bool RunJournal::remove()
 {
+    if (m_iDescriptor < 0)
+        return true;
     const bool bRemoved = unlink(m_strName.c_str()) == 0;
     const int iError = errno;
     close();

@@ -25,7 +25,11 @@ public:
         bool m_bComplete = false;         ///< all of the table was on the disk
     };
 
-    RunJournal() = default;
+    /// in_uiMsBetweenSyncs: what may have to be done again after a kill.
+    explicit RunJournal(unsigned long in_uiMsBetweenSyncs = 1000)
+        : m_timeBetweenSyncs(in_uiMsBetweenSyncs)
+    {
+    }
     ~RunJournal() { close(); }
     RunJournal(const RunJournal&) = delete;
     RunJournal& operator=(const RunJournal&) = delete;
@@ -49,7 +53,8 @@ public:
     bool sync();
     /// All of the table is on the disk, this long; what remains is giving names. False, with the fault.
     bool complete(const TablePosition& in_position);
-    /// The table has its name. False, with the fault.
+    /// The table has its name, or is not to be gone on with. Nothing happens to one that could not be opened. False,
+    /// with the fault.
     bool remove();
 
     /// For people; empty for none.
@@ -68,6 +73,7 @@ private:
     bool write(const std::string& in_strLines);
     void close();
 
+    const std::chrono::milliseconds m_timeBetweenSyncs;
     std::string m_strName;
     int m_iDescriptor = -1;
     Former m_former;

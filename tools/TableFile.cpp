@@ -4,6 +4,7 @@
 #include "tools/NpyFormat.h"
 #include "tools/Text.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace Corvana::Tools {
@@ -25,6 +26,7 @@ public:
     }
 
     bool open(const std::string& in_strPath) override { return m_file.open(in_strPath); }
+    bool canBeResumed(const std::string& in_strPath) override { return m_file.canBeResumed(in_strPath); }
 
     bool openToResume(const std::string& in_strPath, const TablePosition& in_position) override
     {
@@ -46,12 +48,12 @@ public:
         m_position.m_uiNbOfBytes = in_strHeader.size();
     }
 
-    void write(std::string_view in_strRows, std::uint64_t in_uiNbOfRows) override
+    void write(std::string_view in_strBytes) override
     {
-        m_file.stream().write(in_strRows.data(), static_cast<std::streamsize>(in_strRows.size()));
-        m_position.m_uiNbOfRows += in_uiNbOfRows;
-        m_position.m_uiNbOfBytes += in_strRows.size();
-        m_position.m_uiChecksum = checksumAfter(m_position.m_uiChecksum, in_strRows);
+        m_file.stream().write(in_strBytes.data(), static_cast<std::streamsize>(in_strBytes.size()));
+        m_position.m_uiNbOfBytes += in_strBytes.size();
+        if (m_bChecksums)
+            m_position.m_uiChecksum = checksumAfter(m_position.m_uiChecksum, in_strBytes);
     }
 
     void flush() override { m_file.stream().flush(); }
@@ -85,6 +87,11 @@ public:
                isFile(m_times, npyTimesPathOf(in_strPath));
     }
 
+    bool canBeResumed(const std::string& in_strPath) override
+    {
+        return m_values.canBeResumed(in_strPath) && m_times.canBeResumed(npyTimesPathOf(in_strPath));
+    }
+
     bool openToResume(const std::string& in_strPath, const TablePosition& in_position) override
     {
         m_position = in_position;
@@ -110,16 +117,20 @@ public:
         m_position.m_uiNbOfBytes = strHeader.size();
     }
 
-    void write(std::string_view in_strRows, std::uint64_t in_uiNbOfRows) override
+    void write(std::string_view in_strBytes) override
     {
-        const std::size_t uiValueBytes = m_uiNbOfColumns * s_uiNpyValueBytes;
-        m_position.m_uiNbOfRows += in_uiNbOfRows;
-        m_position.m_uiNbOfBytes += in_uiNbOfRows * uiValueBytes;
-        for (; in_strRows.size() >= s_uiNpyTimeBytes + uiValueBytes;
-             in_strRows.remove_prefix(s_uiNpyTimeBytes + uiValueBytes)) {
-            writeTo(m_times, in_strRows.substr(0, s_uiNpyTimeBytes), m_position.m_uiTimesChecksum);
-            writeTo(m_values, in_strRows.substr(s_uiNpyTimeBytes, uiValueBytes), m_position.m_uiChecksum);
+        if (!m_strBegun.empty()) {
+            const std::size_t uiMissing = std::min(in_strBytes.size(), getRecordBytes() - m_strBegun.size());
+            m_strBegun += in_strBytes.substr(0, uiMissing);
+            in_strBytes.remove_prefix(uiMissing);
+            if (m_strBegun.size() < getRecordBytes())
+                return;
+            writeRecord(m_strBegun);
+            m_strBegun.clear();
         }
+        for (; in_strBytes.size() >= getRecordBytes(); in_strBytes.remove_prefix(getRecordBytes()))
+            writeRecord(in_strBytes.substr(0, getRecordBytes()));
+        m_strBegun = in_strBytes;
     }
 
     void flush() override {}
@@ -168,16 +179,27 @@ private:
                                              : npyHeaderOfTimes(0).size() + m_position.m_uiNbOfRows * s_uiNpyTimeBytes;
     }
 
-    static void writeTo(OutputFile& inout_file, std::string_view in_strBytes, std::uint64_t& inout_uiChecksum)
+    std::size_t getRecordBytes() const { return s_uiNpyTimeBytes + m_uiNbOfColumns * s_uiNpyValueBytes; }
+
+    void writeRecord(std::string_view in_strRecord)
+    {
+        writeTo(m_times, in_strRecord.substr(0, s_uiNpyTimeBytes), m_position.m_uiTimesChecksum);
+        writeTo(m_values, in_strRecord.substr(s_uiNpyTimeBytes), m_position.m_uiChecksum);
+        m_position.m_uiNbOfBytes += in_strRecord.size() - s_uiNpyTimeBytes;
+    }
+
+    void writeTo(OutputFile& inout_file, std::string_view in_strBytes, std::uint64_t& inout_uiChecksum) const
     {
         inout_file.stream().write(in_strBytes.data(), static_cast<std::streamsize>(in_strBytes.size()));
-        inout_uiChecksum = checksumAfter(inout_uiChecksum, in_strBytes);
+        if (m_bChecksums)
+            inout_uiChecksum = checksumAfter(inout_uiChecksum, in_strBytes);
     }
 
     std::ostringstream m_unused;
     OutputFile m_values;
     OutputFile m_times;
     std::size_t m_uiNbOfColumns = 0;
+    std::string m_strBegun; // a record that has not come to its end
     std::string m_strFault;
 };
 

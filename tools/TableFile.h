@@ -13,8 +13,8 @@
 
 namespace Corvana::Tools {
 
-/// The file, or the files, that a table of features is written to. Order of calls: one that opens, begin(), write() for
-/// each whole recording, prepare(), commit().
+/// The file, or the files, that a table of features is written to. Order of calls: one that opens, begin(), for each
+/// recording write() and endRows(), then prepare() and commit().
 class TableFile
 {
 public:
@@ -28,13 +28,16 @@ public:
 
     /// Each of these as OutputFile's; false, with the fault.
     virtual bool open(const std::string& in_strPath) = 0;
+    virtual bool canBeResumed(const std::string& in_strPath) = 0;
     virtual bool openToResume(const std::string& in_strPath, const TablePosition& in_position) = 0;
     virtual bool openToFinish(const std::string& in_strPath, const TablePosition& in_position) = 0;
 
     /// What stands before the rows; nothing is written when a former run has done it.
     virtual void begin(const std::string& in_strHeader, std::size_t in_uiNbOfColumns) = 0;
-    /// Rows as the RowWriter of the format makes them.
-    virtual void write(std::string_view in_strRows, std::uint64_t in_uiNbOfRows) = 0;
+    /// Rows as the RowWriter of the format makes them, in pieces of any length.
+    virtual void write(std::string_view in_strBytes) = 0;
+    /// So many whole rows have been written since the last call.
+    void endRows(std::uint64_t in_uiNbOfRows) { m_position.m_uiNbOfRows += in_uiNbOfRows; }
     /// Hands out what was written; a text that a terminal shows.
     virtual void flush() = 0;
     /// Whether all that was written so far went well.
@@ -51,10 +54,13 @@ public:
     virtual std::string findAmong(const std::vector<std::string>& in_vPaths) const = 0;
     /// Why something failed, for people; empty for a reader that has gone.
     virtual std::string getFault() const = 0;
+    /// Behind the rows that were written; its checksums count only where they are wanted.
     const TablePosition& getPosition() const { return m_position; }
+    void wantChecksums() { m_bChecksums = true; }
 
 protected:
     TablePosition m_position;
+    bool m_bChecksums = false;
 };
 
 /// What stands before the first row of a table in its file.

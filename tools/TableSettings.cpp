@@ -19,7 +19,8 @@ constexpr RowFormat s_aFormats[] = {RowFormat::CSV, RowFormat::JSONL, RowFormat:
 // The first input of a shard, counted from 0; of the one behind the last, all inputs.
 std::uint64_t beginOfShard(std::uint64_t in_uiShard, std::uint64_t in_uiNbOfShards, std::uint64_t in_uiNbOfInputs)
 {
-    return in_uiShard * in_uiNbOfInputs / in_uiNbOfShards;
+    return in_uiShard * (in_uiNbOfInputs / in_uiNbOfShards) +
+           in_uiShard * (in_uiNbOfInputs % in_uiNbOfShards) / in_uiNbOfShards;
 }
 
 ordered_json configurationOf(const TableSettings& in_settings)

@@ -12,7 +12,7 @@
 namespace Corvana::Tools {
 
 /// Within this, positions of inputs are computed without overflow.
-constexpr std::uint64_t s_uiMaxNbOfShards = 1000000;
+constexpr std::uint64_t s_uiMaxNbOfShards = 1000000000;
 constexpr std::uint64_t s_uiMaxNbOfInputs = 1000000000000;
 
 /// What settles each byte of a table of features, but for the recordings themselves: a run goes on with a table, and

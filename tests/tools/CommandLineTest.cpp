@@ -149,7 +149,7 @@ TEST_F(CommandLineTest, SaysWhatAnOptionWants)
                   "corvana: features: --sample-rate: wants a whole number from 1 to 10000000, or file, not '8k'" +
                       strTry);
     expectRefused({"features", "--format", "xml", "a.wav"},
-                  "corvana: features: --format: is one of csv, jsonl, not 'xml'" + strTry);
+                  "corvana: features: --format: is one of csv, jsonl, npy, not 'xml'" + strTry);
     expectRefused({"features", "--progress", "maybe", "a.wav"},
                   "corvana: features: --progress: is one of auto, always, never, json, not 'maybe'" + strTry);
     expectRefused({"features", "--log-level", "loud", "a.wav"},

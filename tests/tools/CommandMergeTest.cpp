@@ -79,6 +79,7 @@ protected:
         description.m_settings.m_uiNbOfShards = in_uiNbOfShards;
         std::ostringstream unused;
         const auto pTable = TableFile::make(in_format, unused);
+        pTable->wantChecksums();
         const auto pWriter = RowWriter::make(in_format, {"a", "b\xff"}, {2, 1});
         EXPECT_TRUE(pTable->open(m_dir.file(in_strName))) << pTable->getFault();
         pTable->begin(pWriter->getHeader(), 3);
@@ -86,7 +87,8 @@ protected:
         for (std::size_t uiInput = description.m_settings.getFirstInput();
              uiInput < description.m_settings.getEndOfInputs(); ++uiInput) {
             const int iNbOfRows = std::max(0, m_vNbOfRows[uiInput]);
-            pTable->write(rowsOf(*pWriter, uiInput, iNbOfRows), static_cast<std::uint64_t>(iNbOfRows));
+            pTable->write(rowsOf(*pWriter, uiInput, iNbOfRows));
+            pTable->endRows(static_cast<std::uint64_t>(iNbOfRows));
             vOutcomes.push_back({nameOf(uiInput), static_cast<std::uint64_t>(iNbOfRows), 0.0,
                                  m_vNbOfRows[uiInput] < 0 ? "cannot be opened" : ""});
         }

@@ -121,7 +121,7 @@ TEST_F(ShellCompletionTest, OffersCommandsInBash)
 TEST_F(ShellCompletionTest, OffersOptionsAndTheirValuesInBash)
 {
     EXPECT_THAT(inBash({"corvana", "features", "--fo"}), ElementsAre("--format"));
-    EXPECT_THAT(inBash({"corvana", "features", "--format", ""}), UnorderedElementsAre("csv", "jsonl"));
+    EXPECT_THAT(inBash({"corvana", "features", "--format", ""}), UnorderedElementsAre("csv", "jsonl", "npy"));
     EXPECT_THAT(inBash({"corvana", "features", "--format", "=", "j"}), ElementsAre("jsonl"));
     EXPECT_THAT(inBash({"corvana", "annotations", "list", "--format", "t"}), UnorderedElementsAre("table", "textgrid"));
     EXPECT_THAT(inBash({"corvana", "features", "--sample-rate", ""}), ElementsAre("file"));
@@ -150,7 +150,7 @@ TEST_F(ShellCompletionTest, OffersTheSameInFish)
     EXPECT_THAT(inFish("corvana help annotations ex"), ElementsAre("export"));
     EXPECT_THAT(inFish("corvana completion "), UnorderedElementsAre("bash", "fish", "zsh"));
     EXPECT_THAT(inFish("corvana features --fo"), ElementsAre("--format"));
-    EXPECT_THAT(inFish("corvana features --format "), UnorderedElementsAre("csv", "jsonl"));
+    EXPECT_THAT(inFish("corvana features --format "), UnorderedElementsAre("csv", "jsonl", "npy"));
     EXPECT_THAT(inFish("corvana features -f spectralr"), ElementsAre("spectralrange"));
     EXPECT_THAT(inFish("corvana features -f 'spectrum|fl"), ElementsAre("spectrum|flatness"));
     EXPECT_THAT(inFish("corvana annotations add a.wav BEE"), ElementsAre("BEEP"));

@@ -82,9 +82,11 @@ protected:
     {
         std::ostringstream unused;
         const auto pTable = TableFile::make(RowFormat::NPY, unused);
+        pTable->wantChecksums();
         ASSERT_TRUE(pTable->open(m_dir.file(in_strName))) << pTable->getFault();
         pTable->begin("", in_uiNbOfColumns);
-        pTable->write(npyRows(0, in_uiNbOfRows, in_uiNbOfColumns, 7), in_uiNbOfRows);
+        pTable->write(npyRows(0, in_uiNbOfRows, in_uiNbOfColumns, 7));
+        pTable->endRows(in_uiNbOfRows);
         ASSERT_TRUE(pTable->prepare() && pTable->commit()) << pTable->getFault();
     }
 
@@ -95,10 +97,13 @@ protected:
 TEST_F(TableFileTest, WritesATextWithItsHeader)
 {
     const auto pTable = TableFile::make(RowFormat::CSV, m_stream);
+    pTable->wantChecksums();
     ASSERT_TRUE(pTable->open(m_dir.file("t.csv")));
     pTable->begin("file,time\n", 0);
-    pTable->write("a,1\na,2\n", 2);
-    pTable->write("", 0);
+    pTable->write("a,1\na,2\n");
+    pTable->endRows(2);
+    pTable->write("");
+    pTable->endRows(0);
     EXPECT_EQ(pTable->getPosition().m_uiNbOfRows, 2U);
     EXPECT_EQ(pTable->getPosition().m_uiNbOfBytes, 18U);
     Checksum checksum;
@@ -113,8 +118,10 @@ TEST_F(TableFileTest, WritesATextWithItsHeader)
 TEST_F(TableFileTest, WritesATextToTheStreamAtFirst)
 {
     const auto pTable = TableFile::make(RowFormat::JSONL, m_stream);
+    pTable->wantChecksums();
     pTable->begin("", 0);
-    pTable->write("{}\n", 1);
+    pTable->write("{}\n");
+    pTable->endRows(1);
     pTable->flush();
     EXPECT_TRUE(pTable->isGood() && pTable->prepare() && pTable->commit());
     EXPECT_EQ(m_stream.str(), "{}\n");
@@ -125,17 +132,22 @@ TEST_F(TableFileTest, GoesOnWithATextWithoutItsHeader)
     TablePosition position;
     {
         const auto pTable = TableFile::make(RowFormat::CSV, m_stream);
+        pTable->wantChecksums();
         ASSERT_TRUE(pTable->openToResume(m_dir.file("t.csv"), position));
         pTable->begin("file,time\n", 0);
-        pTable->write("a,1\n", 1);
+        pTable->write("a,1\n");
+        pTable->endRows(1);
         position = pTable->getPosition();
-        pTable->write("b,1\n", 1);
+        pTable->write("b,1\n");
+        pTable->endRows(1);
         EXPECT_TRUE(pTable->sync());
     }
     const auto pTable = TableFile::make(RowFormat::CSV, m_stream);
+    pTable->wantChecksums();
     ASSERT_TRUE(pTable->openToResume(m_dir.file("t.csv"), position));
     pTable->begin("file,time\n", 0);
-    pTable->write("c,1\n", 1);
+    pTable->write("c,1\n");
+    pTable->endRows(1);
     EXPECT_TRUE(pTable->prepare() && pTable->commit());
     EXPECT_EQ(contentsOf(m_dir.file("t.csv")), "file,time\na,1\nc,1\n");
     Checksum checksum;
@@ -168,16 +180,20 @@ TEST_F(TableFileTest, GoesOnWithValuesAndTimes)
     TablePosition position;
     for (std::size_t uiRow = 0; uiRow < 5; ++uiRow) {
         const auto pTable = TableFile::make(RowFormat::NPY, m_stream);
+        pTable->wantChecksums();
         ASSERT_TRUE(pTable->openToResume(m_dir.file("t.npy"), position)) << pTable->getFault();
         pTable->begin("", 3);
-        pTable->write(npyRows(uiRow, 1, 3, 7), 1);
+        pTable->write(npyRows(uiRow, 1, 3, 7));
+        pTable->endRows(1);
         position = pTable->getPosition();
-        pTable->write(npyRows(99, 2, 3, 8), 2); // what nobody recorded
+        pTable->write(npyRows(99, 2, 3, 8));
+        pTable->endRows(2); // what nobody recorded
         EXPECT_TRUE(pTable->prepare());
         EXPECT_THAT(namesIn(m_dir.path()),
                     UnorderedElementsAre("whole.npy", "whole.times.npy", "t.npy.partial", "t.times.npy.partial"));
     }
     const auto pTable = TableFile::make(RowFormat::NPY, m_stream);
+    pTable->wantChecksums();
     ASSERT_TRUE(pTable->openToResume(m_dir.file("t.npy"), position));
     pTable->begin("", 3);
     EXPECT_TRUE(pTable->prepare() && pTable->commit());
@@ -190,15 +206,18 @@ TEST_F(TableFileTest, FinishesFilesThatHaveTheirNamesOrHaveNot)
     TablePosition position;
     {
         const auto pTable = TableFile::make(RowFormat::NPY, m_stream);
+        pTable->wantChecksums();
         ASSERT_TRUE(pTable->openToResume(m_dir.file("t.npy"), position));
         pTable->begin("", 1);
-        pTable->write(npyRows(0, 2, 1, 7), 2);
+        pTable->write(npyRows(0, 2, 1, 7));
+        pTable->endRows(2);
         EXPECT_TRUE(pTable->prepare());
         position = pTable->getPosition();
     }
     std::filesystem::rename(m_dir.file("t.times.npy.partial"), m_dir.file("t.times.npy"));
     for (int iRun = 0; iRun < 2; ++iRun) {
         const auto pTable = TableFile::make(RowFormat::NPY, m_stream);
+        pTable->wantChecksums();
         ASSERT_TRUE(pTable->openToFinish(m_dir.file("t.npy"), position)) << pTable->getFault();
         EXPECT_TRUE(pTable->commit());
         EXPECT_THAT(namesIn(m_dir.path()), UnorderedElementsAre("t.npy", "t.times.npy"));
@@ -210,6 +229,7 @@ TEST_F(TableFileTest, RefusesNumbersIntoWhatIsNoFile)
 {
     for (const char* szPath : {"-", "/dev/null"}) {
         const auto pTable = TableFile::make(RowFormat::NPY, m_stream);
+        pTable->wantChecksums();
         EXPECT_FALSE(pTable->open(szPath));
         EXPECT_EQ(pTable->getFault(), std::string(szPath) + ": is no file, which the format npy needs");
     }
@@ -219,6 +239,7 @@ TEST_F(TableFileTest, FindsEachOfItsFilesAmongThoseThatAreRead)
 {
     writeNpy(1, 1);
     const auto pTable = TableFile::make(RowFormat::NPY, m_stream);
+    pTable->wantChecksums();
     ASSERT_TRUE(pTable->open(m_dir.file("t.npy")));
     EXPECT_EQ(pTable->findAmong({m_dir.file("a.wav"), m_dir.file("t.times.npy")}), m_dir.file("t.times.npy"));
     EXPECT_EQ(pTable->findAmong({m_dir.file("t.npy")}), m_dir.file("t.npy"));

@@ -158,7 +158,7 @@ TEST(TableSettings, AreRefusedWithEachFieldDamaged)
     EXPECT_EQ(with("/shard", 1), "'shard' is no object");
     EXPECT_EQ(with("/shard/index", 8U), "'index' is no whole number from 0 to 7");
     EXPECT_EQ(with("/shard/index", 0U), "'index' of 'shard' is 0");
-    EXPECT_EQ(with("/shard/of", 1000001U), "'of' is no whole number from 0 to 1000000");
+    EXPECT_EQ(with("/shard/of", 1000000001U), "'of' is no whole number from 0 to 1000000000");
     EXPECT_EQ(with("/shard/of", 0U), "'index' is no whole number from 0 to 0");
     EXPECT_EQ(with("/inputs_total", -1), "'inputs_total' is no whole number from 0 to 1000000000000");
     EXPECT_EQ(with("/inputs_before", 143U), "'inputs_before' is not where the inputs of the shard begin");
