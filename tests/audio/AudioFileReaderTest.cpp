@@ -325,7 +325,7 @@ TEST_F(AudioFileReaderTest, ClosesTheFormerFileWhenItCannotOpenTheNext)
     EXPECT_TRUE(next().empty());
 }
 
-TEST_F(AudioFileReaderTest, TellsEachThreadItsOwnReason)
+TEST_F(AudioFileReaderTest, TellsEachOfSeveralThreadsItsOwnReason)
 {
     const std::string strText = m_dir.write("text.wav", "this is no sound");
     const std::string strGood = Corvana::Test::writeSoundFile(m_dir.file("good.wav"), Corvana::Test::noise(10));

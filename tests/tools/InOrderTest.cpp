@@ -150,9 +150,9 @@ TEST_P(InOrderTest, DoesNothingForNoItems)
     EXPECT_TRUE(observer.m_threads.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Threads, InOrderTest, testing::Values(1, 2, 3, 8));
+INSTANTIATE_TEST_SUITE_P(Jobs, InOrderTest, testing::Values(1, 2, 3, 8));
 
-TEST(InOrderThreadsTest, UsesMoreThreadsThanThereAreProcessorsWhenTold)
+TEST(InOrderAloneTest, UsesMoreJobsThanThereAreProcessorsWhenTold)
 {
     Observer observer;
 
@@ -161,7 +161,7 @@ TEST(InOrderThreadsTest, UsesMoreThreadsThanThereAreProcessorsWhenTold)
     EXPECT_GT(observer.m_threads.size(), 1U);
 }
 
-TEST(InOrderThreadsTest, LeavesSignalsToTheCallersThread)
+TEST(InOrderAloneTest, LeavesSignalsToItsCaller)
 {
     Observer observer;
 
@@ -173,7 +173,7 @@ TEST(InOrderThreadsTest, LeavesSignalsToTheCallersThread)
     EXPECT_EQ(sigismember(&mask, SIGTERM), 0);
 }
 
-TEST(InOrderThreadsTest, WorksInTheCallersThreadAloneWhereOneIsEnough)
+TEST(InOrderAloneTest, WorksForItsCallerAloneWhereOneIsEnough)
 {
     for (const std::size_t uiEnd : {1U, 100U}) {
         Observer observer;
