@@ -1,21 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/Checksum.h"
 
+#include <zlib.h>
+
 namespace Corvana::Tools {
 namespace {
 
 constexpr std::string_view s_strDigits = "0123456789abcdef";
-constexpr std::size_t s_uiNbOfDigits = 16;
+constexpr std::size_t s_uiNbOfDigits = 8;
 
 } // namespace
 
 void Checksum::add(std::string_view in_strBytes)
 {
-    constexpr std::uint64_t uiPrime = 0x100000001b3U;
-    std::uint64_t uiValue = m_uiValue;
-    for (const char cByte : in_strBytes)
-        uiValue = (uiValue ^ static_cast<unsigned char>(cByte)) * uiPrime;
-    m_uiValue = uiValue;
+    if (!in_strBytes.empty()) // zlib begins anew where there are none
+        m_uiValue = crc32_z(m_uiValue, reinterpret_cast<const Bytef*>(in_strBytes.data()), in_strBytes.size());
 }
 
 std::string Checksum::getText() const

@@ -147,7 +147,7 @@ std::uint64_t JsonFields::getChecksum(const char* in_szKey)
     const json* pText = find(in_szKey);
     std::uint64_t uiValue = 0;
     if (pText == nullptr || !pText->is_string() || !Checksum::parse(pText->get<std::string>(), uiValue))
-        setFault("'" + std::string(in_szKey) + "' is no checksum of 16 hexadecimal digits");
+        setFault("'" + std::string(in_szKey) + "' is no checksum of 8 hexadecimal digits");
     return uiValue;
 }
 

@@ -26,7 +26,7 @@ constexpr std::uint64_t s_uiMaxNumber = std::uint64_t{1} << 62U;
 // That the disk is asked for at once.
 constexpr std::uint64_t s_uiBytesBetweenSyncs = std::uint64_t{64} << 20U;
 constexpr std::string_view s_strCheck = ",\"check\":\"";
-constexpr std::size_t s_uiCheckLength = s_strCheck.size() + 16 + 2;
+constexpr std::size_t s_uiCheckLength = s_strCheck.size() + 8 + 2;
 
 // A checksum at the end tells a line that was damaged from one that was written.
 std::string checkedLine(const ordered_json& in_object)

@@ -275,8 +275,7 @@ TEST_F(CommandMergeTest, RefusesPartsOfOtherRunsWithTheDifference)
     expectDifference([](TableDescription& out_description) { out_description.m_settings.m_strVersion = "1.3"; },
                      "the version of corvana is 1.2.3" + strBoth + "1.3" + strOther);
     expectDifference([](TableDescription& out_description) { out_description.m_settings.m_uiInputsDigest = 8; },
-                     "the list of inputs (the checksum of their names) is 0000000000000007" + strBoth +
-                         "0000000000000008" + strOther);
+                     "the list of inputs (the checksum of their names) is 00000007" + strBoth + "00000008" + strOther);
     expectRefused({vParts[0], write("part-x", RowFormat::CSV, 2, 3)},
                   "corvana: the parts are not of one run: the number of parts is 2" + strBoth + "3" + strOther + "\n");
     expectRefused({vParts[0], write("part-x", RowFormat::JSONL, 2, 2)},

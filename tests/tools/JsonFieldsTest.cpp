@@ -73,7 +73,7 @@ TEST(JsonFields, RefusesWhatIsOfAnotherType)
     EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getArray("n"); }), "'n' is no array");
     EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getObject("n"); }), "'n' is no object");
     EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getChecksum("n"); }),
-              "'n' is no checksum of 16 hexadecimal digits");
+              "'n' is no checksum of 8 hexadecimal digits");
     EXPECT_EQ(faultOf(json::array(), [](JsonFields& inout_fields) { inout_fields.getText("n"); }), "is no JSON object");
     EXPECT_EQ(faultOf({{"n", "x"}, {"n_hex", "7"}}, [](JsonFields& inout_fields) { inout_fields.getText("n"); }),
               "'n_hex' is no text of hexadecimal digits");

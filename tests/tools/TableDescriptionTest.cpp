@@ -70,7 +70,7 @@ TEST_F(TableDescriptionTest, IsWrittenAsTheDocumentsTell)
               "{\"corvana_table\":1,\"version\":\"1.2.3\",\"format\":\"csv\",\"configuration\":{\"window_ms\":16,"
               "\"overlap_ms\":0,\"suppress_dc\":false,\"sample_rate\":null,\"labels\":false,\"features\":["
               "\"silenceratio\"],\"formulas\":[]},\"inputs_total\":2,\"inputs_before\":0,\"inputs_digest\":"
-              "\"0000000000000000\",\"sample_rate\":8000,\"rows\":10,\"bytes\":400,\"checksum\":\"0000000000000001\","
+              "\"00000000\",\"sample_rate\":8000,\"rows\":10,\"bytes\":400,\"checksum\":\"00000001\","
               "\"columns\":[{\"name\":\"silenceratio\",\"unit\":\"share\"},{\"name\":\"level\",\"unit\":null}],"
               "\"inputs\":[\n"
               "{\"file\":\"a\xEF\xBF\xBD.wav\",\"file_hex\":\"61ff2e776176\",\"rows\":10},\n"
@@ -168,8 +168,7 @@ TEST_F(TableDescriptionTest, RefusesEachFieldWithAnotherType)
               "line 1: 'bytes' is no whole number from 0 to " + strMost);
     EXPECT_EQ(with("\"sample_rate\":8000", "\"sample_rate\":null"),
               "line 1: 'sample_rate' is no whole number from 0 to " + strMost);
-    EXPECT_EQ(with("\"checksum\":\"", "\"checksum\":\"x"),
-              "line 1: 'checksum' is no checksum of 16 hexadecimal digits");
+    EXPECT_EQ(with("\"checksum\":\"", "\"checksum\":\"x"), "line 1: 'checksum' is no checksum of 8 hexadecimal digits");
     EXPECT_EQ(with("{\"name\":\"level\"", "{\"name\":7"), "line 1: 'name' is no text");
     EXPECT_EQ(with("\"unit\":null", "\"unit\":[]"), "line 1: 'unit' is no text");
     EXPECT_EQ(with("\"columns\":[{\"name\":\"silenceratio\"", "\"columns\":[1,{\"name\":\"s\""),

@@ -53,7 +53,7 @@ TEST(TableSettings, AreWrittenAsTheDocumentsTell)
               "\"suppress_dc\":true,\"sample_rate\":8000,\"labels\":false,\"features\":[\"spectrum500hz\","
               "\"spectrum|flatness\"],\"formulas\":[{\"name\":\"level\xEF\xBF\xBD\",\"name_hex\":\"6c6576656cff\","
               "\"formula\":\"mean(x*x)\"}]},\"shard\":{\"index\":2,\"of\":7},\"inputs_total\":1000,"
-              "\"inputs_before\":142,\"inputs_digest\":\"0000000000000abc\"}");
+              "\"inputs_before\":142,\"inputs_digest\":\"00000abc\"}");
 }
 
 TEST(TableSettings, AreReadBackAsTheyWere)
@@ -103,7 +103,7 @@ TEST(TableSettings, TellTheFirstDifferenceInTheWordsOfTheCommand)
     EXPECT_EQ(changed([](TableSettings& out_settings) { out_settings.m_uiNbOfInputs = 1001; }),
               "the number of inputs was 1000 and is 1001");
     EXPECT_EQ(changed([](TableSettings& out_settings) { out_settings.m_uiInputsDigest = 0xabd; }),
-              "the list of inputs (the checksum of their names) was 0000000000000abc and is 0000000000000abd");
+              "the list of inputs (the checksum of their names) was 00000abc and is 00000abd");
     EXPECT_EQ(changed([](TableSettings& out_settings) {
                   out_settings.m_uiNbOfInputs = 1;
                   out_settings.m_uiWindowMs = 1;
@@ -162,7 +162,7 @@ TEST(TableSettings, AreRefusedWithEachFieldDamaged)
     EXPECT_EQ(with("/shard/of", 0U), "'index' is no whole number from 0 to 0");
     EXPECT_EQ(with("/inputs_total", -1), "'inputs_total' is no whole number from 0 to 1000000000000");
     EXPECT_EQ(with("/inputs_before", 143U), "'inputs_before' is not where the inputs of the shard begin");
-    EXPECT_EQ(with("/inputs_digest", "abc"), "'inputs_digest' is no checksum of 16 hexadecimal digits");
+    EXPECT_EQ(with("/inputs_digest", "abc"), "'inputs_digest' is no checksum of 8 hexadecimal digits");
 }
 
 } // namespace
