@@ -172,8 +172,8 @@ void AudioFileReader::startAt(unsigned long in_uiFrame)
 {
     m_bAtEnd = false;
     m_bReadError = false;
+    // Not filled: no more of it is handed out than has been read.
     m_vReadBuffer.resize(m_uiNbOfFramesToRead);
-    std::fill(m_vReadBuffer.begin(), m_vReadBuffer.end(), 0.0);
     m_uiFramePosition = in_uiFrame;
     m_dCurrentTime = static_cast<double>(in_uiFrame) * m_dSecondsPerFrame;
 }

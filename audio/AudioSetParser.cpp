@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 CORVANA_FILE_SCOPE_LOGGER("kestrivon.audio.AudioSetParser")
 
@@ -157,8 +159,11 @@ void AudioSetParser::resolveRelative(const std::string& in_strEntry)
 
 bool AudioSetParser::doesFileExist(const char* in_szPath) const
 {
-    std::error_code error;
-    return std::filesystem::is_regular_file(in_szPath, error) && std::ifstream(in_szPath).is_open();
+    // A list may have a million entries: what everybody may read need not be asked for.
+    constexpr mode_t uiReadableByAll = S_IRUSR | S_IRGRP | S_IROTH;
+    struct stat status = {};
+    return stat(in_szPath, &status) == 0 && S_ISREG(status.st_mode) &&
+           ((status.st_mode & uiReadableByAll) == uiReadableByAll || access(in_szPath, R_OK) == 0);
 }
 
 } // namespace Corvana::Audio

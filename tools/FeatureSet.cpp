@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <set>
 #include <string_view>
 
 namespace Corvana::Tools {
@@ -122,6 +123,19 @@ std::unique_ptr<Math::FeatureComputerImpl> FeatureSet::getFreshComputer() const
     for (const std::string& strDescription : m_vDescriptions)
         pComputer->addFeature(strDescription.c_str());
     return pComputer;
+}
+
+bool FeatureSet::isWithoutMemory() const
+{
+    // Those for which it counts: a spectrum prepares more for a length of windows than a few windows cost.
+    static const std::set<std::string_view> s_vNames = {"spectrum",      "spectrum100hz", "spectrum200hz",
+                                                        "spectrum500hz", "flatness",      "spectralrange"};
+    const auto isKnown = [](const DescriptionStage& in_stage) {
+        return s_vNames.contains(in_stage.m_pDescription->m_szName);
+    };
+    return std::all_of(m_vStages.begin(), m_vStages.end(), [&](const Stages& in_vStages) {
+        return std::all_of(in_vStages.begin(), in_vStages.end(), isKnown);
+    });
 }
 
 std::string FeatureSet::probe(std::size_t in_uiFeature, unsigned long in_uiSampleRate, unsigned long in_uiWindowMs,

@@ -49,6 +49,9 @@ public:
     const FormulaSet& getFormulas() const { return m_formulas; }
     /// A computer of all features, in order, that has seen nothing yet.
     std::unique_ptr<Math::FeatureComputerImpl> getFreshComputer() const;
+    /// Whether the features are known to remember nothing of the windows before, so that a computer of them serves
+    /// several recordings.
+    bool isWithoutMemory() const;
     /// Tries windows of zeros. The rate and the length in milliseconds serve the explanation of a fault.
     const Layout& getLayout(unsigned long in_uiSampleRate, unsigned long in_uiWindowMs, LogBridge& inout_log);
     /// The names of the features and functions whose values mean what they say only at 8000 samples per second, each

@@ -27,7 +27,7 @@ bool isFolder(const std::string& in_strPath)
 Input resolved(Audio::AudioSetParser& inout_parser, const char* in_szFullPath, LogBridge& inout_log)
 {
     if (*in_szFullPath != '\0')
-        return {in_szFullPath, {}};
+        return {in_szFullPath, {}, true};
     Input input{inout_parser.getCurrentEntry(), inout_log.takeErrors()};
     if (input.m_strPath.ends_with('\r'))
         input.m_strFault += " (the list has Windows line ends: the carriage return counts as part of the name)";

@@ -14,6 +14,7 @@ struct Input
 {
     std::string m_strPath;  ///< as the user gave it; for an entry of a list its full path, or as spelled if not found
     std::string m_strFault; ///< empty: can be tried
+    bool m_bIsFile = false; ///< known to be a file, which no pipe or device is; else it may be one
 };
 
 /// What folders among the inputs stand for.

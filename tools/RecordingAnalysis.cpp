@@ -57,12 +57,12 @@ std::string RecordingAnalysis::outOfMemory() const
            std::to_string(std::max(1UL, m_options.m_uiReadFactor)) + " read at a time";
 }
 
-std::string RecordingAnalysis::open(const std::string& in_strPath)
+std::string RecordingAnalysis::open(const std::string& in_strPath, bool in_bIsFile)
 try {
     m_dSecondsOfFormerFiles += secondsRead();
     m_uiNbOfRows = 0;
     m_strPath = in_strPath;
-    m_bLengthKnown = isRegularFile(in_strPath);
+    m_bLengthKnown = in_bIsFile || isRegularFile(in_strPath);
     m_pSource = &m_file;
     m_log.beginInput(in_strPath);
     if (!m_file.open(in_strPath.c_str()))
@@ -200,12 +200,12 @@ try {
         return strFault;
     m_log.beginInput(m_strPath);
     inout_writer.beginFile(m_strPath);
-    const std::unique_ptr<Math::FeatureComputerImpl> pComputer = m_features.getFreshComputer();
+    Math::FeatureComputerImpl& computer = getComputer();
     std::vector<Math::Xpr::Expression> vExpressions = m_features.getFormulas().getFreshExpressions();
-    Block block(windowsAtOnce(in_bFlushRows));
+    Block& block = blockOf(windowsAtOnce(in_bFlushRows));
     while (readBlock(block)) {
         block.m_uiNbComputed =
-            pComputer->computeSeveral(block.m_uiNbOfWindows, block.m_vWindows.data(), block.m_vValues.data());
+            computer.computeSeveral(block.m_uiNbOfWindows, block.m_vWindows.data(), block.m_vValues.data());
         for (unsigned long uiWindow = 0; uiWindow < block.m_uiNbOfWindows; ++uiWindow) {
             const std::string strFault = writeRow(inout_writer, block, uiWindow, vExpressions, m_uiNbOfRows);
             if (!strFault.empty())
@@ -227,7 +227,27 @@ try {
                                                " ms: no rows");
     return strFault;
 } catch (const std::bad_alloc&) {
+    m_pComputer.reset(); // who knows how far it came
     return outOfMemory();
+}
+
+// What features have prepared for the length of their windows serves all recordings of one rate. For a recording of a
+// few windows it would cost more than these.
+Math::FeatureComputerImpl& RecordingAnalysis::getComputer()
+{
+    const unsigned long uiWindowSize = windowSamples(getWindowRate(), m_options.m_uiWindowMs);
+    if (m_pComputer == nullptr || m_uiWindowSizeOfComputer != uiWindowSize || !m_features.isWithoutMemory())
+        m_pComputer = m_features.getFreshComputer();
+    m_uiWindowSizeOfComputer = uiWindowSize;
+    return *m_pComputer;
+}
+
+// One serves all recordings: its buffers are large enough after the first one.
+RecordingAnalysis::Block& RecordingAnalysis::blockOf(unsigned long in_uiNbOfWindows)
+{
+    if (m_block.m_vWindows.size() != in_uiNbOfWindows)
+        m_block = Block(in_uiNbOfWindows);
+    return m_block;
 }
 
 // False: there are no more windows.

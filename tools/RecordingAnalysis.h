@@ -7,6 +7,7 @@
 #include "tools/WindowLabels.h"
 #include "tools/WindowSource.h"
 
+#include <memory>
 #include <ostream>
 #include <span>
 #include <string>
@@ -43,8 +44,9 @@ public:
     /// that can be read gets a warning.
     void enableLabels() { m_bLabels = true; }
 
-    /// Opens a recording and finds out what its rows look like; empty, or why it cannot be analysed.
-    std::string open(const std::string& in_strPath);
+    /// Opens a recording and finds out what its rows look like; empty, or why it cannot be analysed. What is not known
+    /// to be a file is looked at, as the length of a pipe cannot be known.
+    std::string open(const std::string& in_strPath, bool in_bIsFile = false);
     /// The same for samples in memory, which must stay there until the rows are written. The name is for messages.
     std::string openSamples(std::span<const double> in_samples, unsigned long in_uiSampleRate,
                             const std::string& in_strName);
@@ -88,6 +90,8 @@ private:
     void warnAboutRate();
     std::string readLabels();
     double middleOfWindow(unsigned long in_uiWindow, unsigned long in_uiNbOfSamples) const;
+    Math::FeatureComputerImpl& getComputer();
+    Block& blockOf(unsigned long in_uiNbOfWindows);
     bool readBlock(Block& inout_block);
     std::string writeRow(RowWriter& inout_writer, const Block& in_block, unsigned long in_uiWindow,
                          std::vector<Math::Xpr::Expression>& inout_vExpressions, unsigned long in_uiRow);
@@ -111,6 +115,9 @@ private:
     bool m_bLengthKnown = false;
     const FeatureSet::Layout* m_pLayout = nullptr;
     unsigned long m_uiNbOfRows = 0;
+    std::unique_ptr<Math::FeatureComputerImpl> m_pComputer;
+    unsigned long m_uiWindowSizeOfComputer = 0;
+    Block m_block = Block(0);
     double m_dSecondsOfFormerFiles = 0.0;
     bool m_bLabels = false;
     WindowLabels m_labels;

@@ -26,7 +26,7 @@ std::string RecordingRows::open(std::size_t in_uiInput)
     m_dSecondsBefore = m_analysis.getAudioSeconds();
     m_progress.begin(in_uiInput);
     const Input& input = m_vInputs[in_uiInput];
-    return input.m_strFault.empty() ? m_analysis.open(input.m_strPath) : input.m_strFault;
+    return input.m_strFault.empty() ? m_analysis.open(input.m_strPath, input.m_bIsFile) : input.m_strFault;
 }
 
 std::string RecordingRows::write(const RowColumns& in_columns, std::ostream& out_stream, bool in_bFlushRows)

@@ -217,6 +217,38 @@ TEST_F(CommandFeaturesTest, StartsFeaturesWithMemoryFreshInEveryFile)
     EXPECT_EQ(strRows.substr(0, strRows.size() / 2), rowsFromTheLibrary(strFile));
 }
 
+TEST_F(CommandFeaturesTest, WritesForEachOfSeveralRecordingsWhatItGivesAlone)
+{
+    const std::string strFirst = noiseFile("first.wav", 1280);
+    const std::string strSecond =
+        Corvana::Test::writeSoundFile(m_dir.file("second.wav"), Corvana::Test::sine(440.0, 8000.0, 1500), 8000);
+    m_options.m_vInputs = {strFirst, strSecond, strFirst};
+    for (const Audio::FeatureDescription& description : Audio::getFeatureDescriptions()) {
+        SCOPED_TRACE(description.m_szExample);
+        m_options.m_vFeatures = {description.m_szExample};
+        EXPECT_EQ(run(), EXIT_DONE);
+        EXPECT_EQ(rows(), rowsFromTheLibrary(strFirst) + rowsFromTheLibrary(strSecond) + rowsFromTheLibrary(strFirst));
+    }
+}
+
+TEST_F(CommandFeaturesTest, WritesForRecordingsOfSeveralRatesWhatEachGivesAlone)
+{
+    const std::vector<std::string> vFiles = {noiseFile("a.wav", 1280), noiseFile("b.wav", 2560, 16000),
+                                             noiseFile("c.wav", 1500)};
+    m_options.m_vFeatures = {"spectrum|flatness"};
+    std::string strAlone;
+    for (const std::string& strFile : vFiles) {
+        m_options.m_vInputs = {strFile};
+        EXPECT_EQ(run(), EXIT_DONE);
+        strAlone += rows();
+    }
+    m_options.m_vInputs = vFiles;
+
+    EXPECT_EQ(run(), EXIT_DONE);
+
+    EXPECT_EQ(rows(), strAlone);
+}
+
 TEST_F(CommandFeaturesTest, ReadsListsBehindTheInputs)
 {
     const std::string strFirst = noiseFile("first.wav", 128);
