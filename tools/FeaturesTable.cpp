@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/FeaturesTable.h"
 
+#include <new>
+
 namespace Corvana::Tools {
 
 FeaturesTable::Buffer::int_type FeaturesTable::Buffer::overflow(int_type in_iLetter)
@@ -12,9 +14,12 @@ FeaturesTable::Buffer::int_type FeaturesTable::Buffer::overflow(int_type in_iLet
 }
 
 std::streamsize FeaturesTable::Buffer::xsputn(const char* in_pBegin, std::streamsize in_iLength)
-{
+try {
     m_table.write({in_pBegin, static_cast<std::size_t>(in_iLength)});
     return m_table.isGood() ? in_iLength : 0;
+} catch (const std::bad_alloc&) {
+    m_bOutOfMemory = true; // a stream would keep the exception to itself
+    return 0;
 }
 
 int FeaturesTable::Buffer::sync()
@@ -133,7 +138,7 @@ bool FeaturesTable::commit(const PathOf& in_pathOf)
 
 std::string FeaturesTable::getFault() const
 {
-    std::string strFault = m_journal.getFault();
+    std::string strFault = m_buffer.isOutOfMemory() ? "not enough memory for a row" : m_journal.getFault();
     if (strFault.empty() && !m_pTable->getFault().empty())
         strFault = m_pTable->getFault();
     return strFault.empty() && m_options.m_bDescription ? m_description.getFault() : strFault;

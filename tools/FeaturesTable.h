@@ -50,7 +50,7 @@ public:
                std::uint64_t in_uiSampleRate);
     /// Takes rows as the RowWriter of the format makes them; fails when the table does.
     std::ostream& stream() { return m_stream; }
-    bool isGood() const { return m_pTable->isGood() && m_journal.getFault().empty(); }
+    bool isGood() const { return m_stream.good() && m_pTable->isGood() && m_journal.getFault().empty(); }
     /// The rows of the next input are written. False, with the fault: what was written could not be kept.
     bool end(const InputOutcome& in_outcome);
 
@@ -76,6 +76,8 @@ private:
         {
         }
 
+        bool isOutOfMemory() const { return m_bOutOfMemory; }
+
     protected:
         int_type overflow(int_type in_iLetter) override;
         std::streamsize xsputn(const char* in_pBegin, std::streamsize in_iLength) override;
@@ -83,6 +85,7 @@ private:
 
     private:
         TableFile& m_table;
+        bool m_bOutOfMemory = false;
     };
 
     bool openTable();
