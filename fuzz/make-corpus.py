@@ -429,6 +429,35 @@ def label_maps():
         write("LabelMapFuzzer", name, contents)
 
 
+def table_descriptions():
+    head = (b'{"corvana_table":1,"version":"0.1.0","format":"csv","configuration":{"window_ms":16,"overlap_ms":0,'
+            b'"suppress_dc":false,"sample_rate":null,"labels":false,"features":["spectrum|flatness"],"formulas":'
+            b'[{"name":"a","formula":"mean(x)"}]},"inputs_total":2,"inputs_before":0,"inputs_digest":"000000ff",'
+            b'"sample_rate":8000,"rows":3,"bytes":99,"checksum":"cbf29ce4","columns":['
+            b'{"name":"spectrum|flatness","unit":"ratio"},{"name":"a","unit":null}],"inputs":[\n')
+    inputs = b'{"file":"a.wav","rows":3},\n{"file":"\xef\xbf\xbd","file_hex":"ff","rows":0,"fault":"is a folder"}\n]}\n'
+    part = head.replace(b'"inputs_total"', b'"shard":{"index":3,"of":4},"inputs_total"').replace(b'before":0', b'before":1')
+    npy = head.replace(b'"csv"', b'"npy"').replace(b',"columns"', b',"times_checksum":"01234567","columns"')
+    one = inputs[:25] + b"\n]}\n"
+    texts = {
+        "table": head + inputs,
+        "part": part.replace(b'"rows":3', b'"rows":0') + b"]}\n",
+        "npy": npy + inputs,
+        "no-inputs": head.replace(b'total":2', b'total":0').replace(b'"rows":3', b'"rows":0') + b"]}\n",
+        "one-missing": head + one,
+        "cut": head + inputs[:-4],
+        "more": head + inputs + b"\n",
+        "negative": head.replace(b'"rows":3', b'"rows":-3') + inputs,
+        "huge": head.replace(b'"bytes":99', b'"bytes":99999999999999999999') + inputs,
+        "no-hex": head + inputs.replace(b'"ff"', b'"f"'),
+        "shard-0": part.replace(b'"index":3', b'"index":0') + inputs,
+        "deep": b'{"corvana_table":' + b"[" * 2000 + b',"inputs":[\n',
+        "empty": b"",
+    }
+    for name, contents in texts.items():
+        write("TableDescriptionFuzzer", name, contents)
+
+
 def command_words():
     """The words of CommandLineFuzzer.cpp in their order, which is their code."""
     with open(os.path.join(os.path.dirname(FOLDER), "CommandLineFuzzer.cpp"), encoding="utf-8") as stream:
@@ -524,6 +553,8 @@ def large_inputs():
     for name, (head, piece, tail) in heads.items():
         write("RegionFormatFuzzer", name, fill(piece, head, tail))
     write("FeatureDescriptionFuzzer", "ranges", fill(b"440,", b"spectrum|maxspectralranges(", b"480)"))
+    write("TableDescriptionFuzzer", "deep", fill(b"[", b'{"corvana_table":', b',"inputs":[\n'))
+    write("TableDescriptionFuzzer", "numbers", fill(b"1,", b'{"corvana_table":[', b'1],"inputs":[\n'))
     write("LabelMapFuzzer", "map", b"".join(b"label%d,MALE\n" % index for index in range(56000)))
     write("ExpressionFuzzer", "text", fill(b"1", b'maxSpectralRanges(x, frequenciesList="', b'")'))
     write("ExpressionFuzzer", "frequencies", fill(b"440,", b'maxSpectralRanges(x, frequenciesList="', b'1")'))
@@ -534,5 +565,5 @@ if len(sys.argv) == 3 and sys.argv[1] == "--large":
     large_inputs()
     sys.exit()
 for make in (audio_sets, descriptions, sounds, windowers, spectra, configurations, vectors, expressions, region_texts,
-             recordings, types, features, archives, label_maps, command_lines):
+             recordings, types, features, archives, label_maps, table_descriptions, command_lines):
     make()

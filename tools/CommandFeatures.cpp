@@ -18,7 +18,6 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <string_view>
 
 namespace Corvana::Tools {
 namespace {
@@ -196,10 +195,11 @@ private:
         settings.m_uiShard = isSharded() ? m_options.m_shard.m_uiNumber : 0;
         settings.m_uiNbOfShards = isSharded() ? m_options.m_shard.m_uiNbOfShards : 0;
         settings.m_uiNbOfInputs = m_vInputs.size();
+        constexpr char cEnd = '\0';
         Checksum digest;
         for (const Input& input : m_vInputs) {
             digest.add(input.m_strPath);
-            digest.add(std::string_view("", 1));
+            digest.add({&cEnd, 1});
         }
         settings.m_uiInputsDigest = digest.getValue();
         return settings;
@@ -224,9 +224,18 @@ private:
         return strBoth.empty() || refuse(printable(strBoth) + ": is both read and written; write to another file");
     }
 
+    void tellOfStoppedRun()
+    {
+        const std::string strJournal = RunJournal::nameFor(OutputFile::targetOf(m_options.m_strOutput));
+        if (!m_options.m_bResume && isToNamedFile() && isRegularFile(strJournal))
+            m_messages.note("begins anew, although " + printable(strJournal) +
+                            " is of a run that was stopped; --resume goes on with that one");
+    }
+
     // What a former run finished counts as if this one had.
     bool goOn()
     {
+        tellOfStoppedRun();
         const RunJournal::Former& former = m_table.getFormer();
         m_uiNext += former.m_outcomes.size();
         m_uiNbOfFailures = former.m_outcomes.getNbOfFailures();

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
 #include <utility>
 
@@ -101,11 +102,6 @@ void TableDescriptionWriter::finish()
     m_stream << (m_bFirst ? "" : "\n") << s_strEnd << '\n';
 }
 
-TableDescriptionReader::TableDescriptionReader()
-    : m_lines(m_stream, s_uiMaxLine)
-{
-}
-
 bool TableDescriptionReader::refuse(const std::string& in_strFault)
 {
     m_strFault = in_strFault;
@@ -118,11 +114,18 @@ bool TableDescriptionReader::open(const std::string& in_strPath)
     if (std::filesystem::exists(in_strPath, error) && !std::filesystem::is_regular_file(in_strPath, error))
         return refuse("is no file");
     errno = 0;
-    m_stream.open(in_strPath, std::ios::binary);
-    if (!m_stream)
+    auto pStream = std::make_unique<std::ifstream>(in_strPath, std::ios::binary);
+    if (!*pStream)
         return refuse(std::string("cannot be opened, ") + std::strerror(errno));
+    return read(std::move(pStream));
+}
+
+bool TableDescriptionReader::read(std::unique_ptr<std::istream> in_pStream)
+{
+    m_pStream = std::move(in_pStream);
+    m_pLines = std::make_unique<LineReader>(*m_pStream, s_uiMaxLine);
     std::string strLine;
-    if (!m_lines.next(strLine) || !strLine.ends_with(s_strInputs))
+    if (!m_pLines->next(strLine) || !strLine.ends_with(s_strInputs))
         return refuse("is no description of a table as 'corvana features' writes it");
     strLine.replace(strLine.size() - s_strInputs.size(), s_strInputs.size(), "}");
     return readHead(strLine);
@@ -143,14 +146,14 @@ bool TableDescriptionReader::next(InputOutcome& out_outcome)
     std::string strLine;
     if (!m_strFault.empty())
         return false;
-    if (!m_lines.next(strLine))
-        return refuse(m_lines.isTooLong()
-                          ? "line " + std::to_string(m_lines.getNumber()) + ": is longer than any that corvana writes"
+    if (!m_pLines->next(strLine))
+        return refuse(m_pLines->isTooLong()
+                          ? "line " + std::to_string(m_pLines->getNumber()) + ": is longer than any that corvana writes"
                           : "breaks off");
     if (strLine == s_strEnd)
         return checkEnd();
     return readOutcome(std::move(strLine), out_outcome) ||
-           refuse("line " + std::to_string(m_lines.getNumber()) + ": " + m_strFault);
+           refuse("line " + std::to_string(m_pLines->getNumber()) + ": " + m_strFault);
 }
 
 bool TableDescriptionReader::readOutcome(std::string in_strLine, InputOutcome& out_outcome)
@@ -177,7 +180,7 @@ bool TableDescriptionReader::checkEnd()
     const TableSettings& settings = m_description.m_settings;
     const std::uint64_t uiExpected = settings.getEndOfInputs() - settings.getFirstInput();
     std::string strRest;
-    if (m_lines.next(strRest) || m_lines.hasTornEnd() || (m_uiNbOfInputs > 0 && !m_bLast))
+    if (m_pLines->next(strRest) || m_pLines->hasTornEnd() || (m_uiNbOfInputs > 0 && !m_bLast))
         return refuse("does not end with its last input");
     if (m_uiNbOfInputs != uiExpected)
         return refuse("holds " + std::to_string(m_uiNbOfInputs) + " inputs instead of " + std::to_string(uiExpected));

@@ -6,7 +6,8 @@
 #include "tools/LineReader.h"
 #include "tools/TableSettings.h"
 
-#include <fstream>
+#include <istream>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -62,10 +63,10 @@ private:
 class TableDescriptionReader
 {
 public:
-    TableDescriptionReader();
-
     /// False, with the fault: there is none, or it is damaged.
     bool open(const std::string& in_strPath);
+    /// The same for one that is open.
+    bool read(std::unique_ptr<std::istream> in_pStream);
     const TableDescription& get() const { return m_description; }
     /// The inputs, one after another. False: there is no more, or a fault. At the end it is known that the inputs are
     /// as many, and have as many rows, as the description says.
@@ -79,8 +80,8 @@ private:
     bool readOutcome(std::string in_strLine, InputOutcome& out_outcome);
     bool checkEnd();
 
-    std::ifstream m_stream;
-    LineReader m_lines;
+    std::unique_ptr<std::istream> m_pStream;
+    std::unique_ptr<LineReader> m_pLines;
     TableDescription m_description;
     std::uint64_t m_uiNbOfInputs = 0;
     std::uint64_t m_uiNbOfRows = 0;

@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, CommandFeaturesFormatTest,
 
 TEST_P(CommandFeaturesFormatTest, GivesTheSameBytesThroughPartsOfAnyNumber)
 {
-    for (const unsigned long uiNbOfShards : {1, 5}) {
+    for (const unsigned long uiNbOfShards : {1, 7, 20}) {
         CommandMerge::Options merge{out("t.npy"), {}, {}};
         m_options.m_strFailures.clear();
         for (unsigned long uiShard = 1; uiShard <= uiNbOfShards; ++uiShard) {
@@ -378,6 +378,19 @@ TEST_F(CommandFeaturesTableTest, GoesOnAtTheInputThatStoppedItOnceThatIsMended)
     EXPECT_THAT(m_messages.str(), HasSubstr("is a folder"));
     m_options.m_vInputs[4] = m_options.m_vInputs[3]; // another list
     EXPECT_EQ(run(), EXIT_UNUSABLE);
+}
+
+TEST_F(CommandFeaturesTableTest, TellsThatItBeginsAnewWhereAnotherRunWasStopped)
+{
+    m_options.m_bResume = true;
+    ASSERT_EQ(runWithRoomFor(9000), EXIT_UNUSABLE);
+    const std::string strJournal = contentsOf(out("t.csv.journal"));
+    m_options.m_bResume = false;
+    EXPECT_EQ(run(), EXIT_SOME_FAILED);
+    EXPECT_THAT(m_messages.str(), StartsWith("corvana: begins anew, although " + out("t.csv.journal") +
+                                             " is of a run that was stopped; --resume goes on with that one\n"));
+    EXPECT_EQ(contentsOf(out("t.csv.journal")), strJournal);
+    EXPECT_TRUE(std::filesystem::exists(out("t.csv")));
 }
 
 TEST_F(CommandFeaturesTableTest, StopsAtAFailureBeforeTheKillWhenItIsToStopAtTheFirst)
