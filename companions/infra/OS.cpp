@@ -2,8 +2,10 @@
 #include "corvana/OS.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <unistd.h>
 
@@ -27,6 +29,12 @@ bool getCanonicalPath(const char* in_szPath, std::string& out_strPath)
 {
     if (in_szPath[0] == '\0')
         return false;
+    // What exists is found out at once; the long way asks for each folder of the path, and lists have a million of
+    // them.
+    if (const std::unique_ptr<char, decltype(&std::free)> pReal(realpath(in_szPath, nullptr), std::free); pReal) {
+        out_strPath = pReal.get();
+        return true;
+    }
     std::error_code error;
     const std::filesystem::path pathAbsolute = std::filesystem::absolute(in_szPath, error);
     if (error)
