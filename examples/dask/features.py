@@ -6,7 +6,7 @@
     features.py --shards 100 calls.csv --list calls.txt -f 'spectrum|flatness'
 
 OPTION... goes to `corvana features`. The number of shards changes nothing in the result. What is computed lies in the folder
-TABLE.parts, which all workers must see; it may be deleted when there is a TABLE. A shard whose worker dies is run again by Dask,
+TABLE.parts, which all workers must see; delete it when there is a TABLE, or when recordings have changed. A shard whose worker dies is run again by Dask,
 and goes on where it was. When this script itself was stopped, the same command does what is left.
 
 Without --scheduler, a cluster of processes on this machine does the work, one for each processor.
@@ -25,11 +25,16 @@ def compute(index, shards, parts, extension, options):
     part = parts / f"{index}{extension}"
     command = ["setpriv", "--pdeathsig", "KILL", "corvana", "features", "--shard", f"{index}/{shards}", "--resume", "--jobs", "1",
                "--failures", f"{part}.failures.csv", "--progress", "never", "-o", part, *options]
+    finished = part.with_name(f"{part.name}.done")
+    if finished.exists() and finished.read_text() == repr(command):
+        return part
+    finished.unlink(missing_ok=True)
     done = subprocess.run(command, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, errors="replace")
     # 1: done, but for some recordings that cannot be read. They are named in the file of failures.
     if done.returncode not in (0, 1):
         time.sleep(1)  # what was in the way may be gone when Dask tries again
         raise RuntimeError(f"shard {index} of {shards} ends with {done.returncode}: {done.stderr}")
+    finished.write_text(repr(command))
     return part
 
 

@@ -149,6 +149,12 @@ def run_gnu_parallel(run):
         finally:
             parallel.kill()
     run.check()
+    # What is done is not done again.
+    done = (run.folder / "frozen/runs").read_text()
+    run.table.unlink()
+    subprocess.run(script, cwd=run.table.parent, env=run.environment(), check=True, timeout=60)
+    assert (run.folder / "frozen/runs").read_text() == done, "shards that are done run again"
+    run.check()
 
 
 ENGINES = {"slurm": (run_slurm, "csv"), "dask": (run_dask, "npy"), "gnu-parallel": (run_gnu_parallel, "jsonl")}
