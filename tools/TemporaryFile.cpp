@@ -128,7 +128,7 @@ bool TemporaryFile::makeNamed()
             if (m_iDescriptor < 0)
                 return false;
             m_strName = std::move(strName); // which needs no memory: the file exists, and has to go with this object
-            Termination::setTemporaryFile(m_strName);
+            Termination::addTemporaryFile(m_strName);
         }
         if (isLockedByItsName())
             return true;
@@ -214,7 +214,7 @@ void TemporaryFile::discard()
 
 void TemporaryFile::forgetName()
 {
-    Termination::setTemporaryFile("");
+    Termination::forgetTemporaryFile(m_strName);
     m_strName.clear();
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <new>
 #include <unistd.h>
 
@@ -18,14 +19,21 @@ namespace {
 constexpr int s_aiSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 // Plain storage: a signal handler may touch nothing that allocates.
-char s_acTemporaryFile[PATH_MAX] = {};
+using Path = char[PATH_MAX];
+Path s_aacTemporaryFiles[5] = {}; // the first one is that of an edit
 std::atomic<bool> s_bStatusLine = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
+void removeTemporaryFiles()
+{
+    for (const Path& acPath : s_aacTemporaryFiles)
+        if (acPath[0] != '\0')
+            unlink(acPath);
+}
+
 void cleanUpAndDie(int in_iSignal)
 {
-    if (s_acTemporaryFile[0] != '\0')
-        unlink(s_acTemporaryFile);
+    removeTemporaryFiles();
     constexpr char acWipe[] = "\r\033[K";
     if (s_bStatusLine && write(STDERR_FILENO, acWipe, sizeof acWipe - 1) < 0) {
         // nobody to tell
@@ -41,8 +49,7 @@ void cleanUpAndDie(int in_iSignal)
         if (const std::exception_ptr pException = std::current_exception())
             std::rethrow_exception(pException);
     } catch (const std::bad_alloc&) {
-        if (s_acTemporaryFile[0] != '\0')
-            unlink(s_acTemporaryFile);
+        removeTemporaryFiles();
         constexpr char acText[] = "corvana: out of memory\n";
         if (write(STDERR_FILENO, acText, sizeof acText - 1) < 0) {
             // nobody to tell
@@ -52,6 +59,14 @@ void cleanUpAndDie(int in_iSignal)
         // a mistake of the program
     }
     std::abort();
+}
+
+bool put(Path& out_acPath, const std::string& in_strPath)
+{
+    if (in_strPath.size() >= sizeof out_acPath)
+        return false;
+    std::memcpy(out_acPath, in_strPath.c_str(), in_strPath.size() + 1);
+    return true;
 }
 
 sigset_t handledSignals()
@@ -98,10 +113,22 @@ Termination::Delay::~Delay()
 
 bool Termination::setTemporaryFile(const std::string& in_strPath)
 {
-    if (in_strPath.size() >= sizeof s_acTemporaryFile)
-        return false;
-    std::memcpy(s_acTemporaryFile, in_strPath.c_str(), in_strPath.size() + 1);
-    return true;
+    return put(s_aacTemporaryFiles[0], in_strPath);
+}
+
+bool Termination::addTemporaryFile(const std::string& in_strPath)
+{
+    for (std::size_t uiFile = 1; uiFile < std::size(s_aacTemporaryFiles); ++uiFile)
+        if (s_aacTemporaryFiles[uiFile][0] == '\0')
+            return put(s_aacTemporaryFiles[uiFile], in_strPath);
+    return false;
+}
+
+void Termination::forgetTemporaryFile(const std::string& in_strPath)
+{
+    for (std::size_t uiFile = 1; uiFile < std::size(s_aacTemporaryFiles); ++uiFile)
+        if (in_strPath == s_aacTemporaryFiles[uiFile])
+            s_aacTemporaryFiles[uiFile][0] = '\0';
 }
 
 void Termination::setStatusLine(bool in_bShown)

@@ -29,8 +29,13 @@ public:
         alignas(16) unsigned char m_aucFormerMask[128];
     };
 
-    /// The one file to remove; "" for none. Call with the signals delayed.
+    /// The one file of an edit to remove; "" for none. Call with the signals delayed.
     static bool setTemporaryFile(const std::string& in_strPath);
+    /// A file more to remove, beside that of an edit: what a table is written to takes several. Call with the signals
+    /// delayed. False: there is no room for it, and it stays behind.
+    static bool addTemporaryFile(const std::string& in_strPath);
+    /// It is no longer to be removed, if it was. Call with the signals delayed.
+    static void forgetTemporaryFile(const std::string& in_strPath);
     /// Whether standard error holds a status line to be wiped.
     static void setStatusLine(bool in_bShown);
     /// From now on the signals come to other threads than this one, so that a Delay in one of those is enough.

@@ -61,12 +61,13 @@ std::ostream& operator<<(std::ostream& out_stream, const FaultyCommand& in_comma
     return out_stream << in_command.m_strName;
 }
 
+// In one thread: a fault hits the call of a number in each.
 std::vector<FaultyCommand> commands()
 {
     return {
-        {"Features", {"features", "@/a.wav", "@/b.wav"}},
+        {"Features", {"features", "--jobs", "1", "@/a.wav", "@/b.wav"}},
         {"FeaturesIntoAPipe", {"features", "-f", "silenceratio", "@/a.wav"}, "", true},
-        {"FeaturesIntoANewFile", {"features", "-o", "@/new.csv", "@/a.wav", "@/b.wav"}},
+        {"FeaturesIntoANewFile", {"features", "--jobs", "1", "-o", "@/new.csv", "@/a.wav", "@/b.wav"}},
         {"FeaturesOverAFormerFile", {"features", "--format", "jsonl", "-o", "@/former.csv", "@/a.wav"}},
         {"FeaturesOfAList", {"features", "--labels", "--window-ms", "8", "--list", "@/list.txt"}},
         {"FeaturesOfStandardInput", {"features", "-"}, "a.wav"},
@@ -81,7 +82,7 @@ std::vector<FaultyCommand> commands()
         {"ListFeatures", {"list-features"}},
         {"ListFunctions", {"list-functions", "--json"}},
         {"Help", {"help", "features"}},
-        {"List", {"annotations", "list", "@/a.wav", "@/b.wav"}},
+        {"List", {"annotations", "list", "--jobs", "1", "@/a.wav", "@/b.wav"}},
         {"Add", {"annotations", "add", "@/a.wav", "VOICE", "0.01", "0.02"}},
         {"AddToAList", {"annotations", "add", "-q", "--list", "@/list.txt", "VOICE", "0.01", "0.02"}},
         {"Merge", {"annotations", "merge", "@/a.wav", "@/b.wav"}},
@@ -93,7 +94,7 @@ std::vector<FaultyCommand> commands()
         {"ExportIntoAFolder", {"annotations", "export", "--format", "json", "--folder", "@/new", "@/a.wav", "@/b.wav"}},
         {"Import", {"annotations", "import", "--map", "@/map.csv", "@/a.csv", "@/a.wav"}},
         {"ImportFromAFolder", {"annotations", "import", "--map", "@/map.csv", "--folder", "@", "@/a.wav"}},
-        {"Stats", {"annotations", "stats", "@/a.wav", "@/b.wav"}},
+        {"Stats", {"annotations", "stats", "--jobs", "1", "@/a.wav", "@/b.wav"}},
         {"Diff", {"annotations", "diff", "@/a.wav", "@/a.wav"}},
         {"Check", {"annotations", "check", "@/a.wav"}},
         {"Types", {"annotations", "types"}},

@@ -175,5 +175,27 @@ TEST_P(ResumeFaultsTest, TellsACallThatFailsAndIsCompletedByAnotherRun)
 INSTANTIATE_TEST_SUITE_P(Of, ResumeFaultsTest, testing::ValuesIn(commands()),
                          [](const auto& in_info) { return in_info.param.m_strName; });
 
+// Values, times, description and failures, each with a temporary name where there are no files without one.
+TEST(SeveralFiles, LeaveNothingWhenTheRunIsToldToStop)
+{
+    if (!TracedCommand::isPossible())
+        GTEST_SKIP() << "strace is not installed, or nothing may be traced here";
+    TracedCommand command({"features", "--format", "npy", "--failures", "@/failed.csv", "-o", "@/n.npy", "@/a.wav"},
+                          files());
+    const std::string strNoPathOfDescriptors = "access:error=ENOENT";
+    const RunResult whole = command.runWith(strNoPathOfDescriptors);
+    ASSERT_EQ(whole.m_iCode, 0) << whole.m_strMessages;
+    ASSERT_TRUE(whole.m_files.contains("n.times.npy"));
+    for (const char* szCall : {"fdatasync:signal=TERM:when=1", "fdatasync:signal=TERM:when=3",
+                               "rename:signal=TERM:when=1", "rename:signal=TERM:when=3"}) {
+        SCOPED_TRACE(szCall);
+        command.restoreFiles();
+        const RunResult run = command.runWith(strNoPathOfDescriptors, szCall);
+        EXPECT_EQ(run.m_iCode, -SIGTERM) << run.m_strMessages;
+        for (const auto& [strName, strBytes] : run.m_files)
+            EXPECT_TRUE(files().contains(strName) || whole.m_files.at(strName) == strBytes) << strName;
+    }
+}
+
 } // namespace
 } // namespace Corvana::Test
