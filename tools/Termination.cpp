@@ -11,6 +11,8 @@
 #include <exception>
 #include <iterator>
 #include <new>
+#include <stdexcept>
+#include <string_view>
 #include <unistd.h>
 
 namespace Corvana::Tools {
@@ -42,19 +44,26 @@ void cleanUpAndDie(int in_iSignal)
     raise(in_iSignal); // delivered when the handler returns
 }
 
-// Some libraries need memory to destroy an object, and end the program when there is none.
+[[noreturn]] void cleanUpAndSay(std::string_view in_strText)
+{
+    removeTemporaryFiles();
+    if (write(STDERR_FILENO, in_strText.data(), in_strText.size()) < 0) {
+        // nobody to tell
+    }
+    _exit(EXIT_UNUSABLE);
+}
+
+// Some libraries need memory to destroy an object, and end the program when there is none. Those that make threads do
+// the same when the system refuses one to a thread of theirs.
 [[noreturn]] void cleanUpAndEnd()
 {
     try {
         if (const std::exception_ptr pException = std::current_exception())
             std::rethrow_exception(pException);
     } catch (const std::bad_alloc&) {
-        removeTemporaryFiles();
-        constexpr char acText[] = "corvana: out of memory\n";
-        if (write(STDERR_FILENO, acText, sizeof acText - 1) < 0) {
-            // nobody to tell
-        }
-        _exit(EXIT_UNUSABLE);
+        cleanUpAndSay("corvana: out of memory\n");
+    } catch (const std::runtime_error&) {
+        cleanUpAndSay("corvana: the system has no room for so many threads; give a smaller number with --jobs\n");
     } catch (...) {
         // a mistake of the program
     }

@@ -11,8 +11,9 @@ class Termination
 {
 public:
     /// From now on SIGINT, SIGTERM, SIGHUP and SIGQUIT clean up first (those that the caller has ignored stay
-    /// ignored). A closed pipe and a file that reaches its size limit become errors of write(). When memory runs out in
-    /// a place from which no exception may come, the program cleans up, says so and ends with EXIT_UNUSABLE.
+    /// ignored). A closed pipe and a file that reaches its size limit become errors of write(). When memory runs out,
+    /// or no thread can be made, in a place from which no exception may come, the program cleans up, says so and ends
+    /// with EXIT_UNUSABLE.
     static void install();
 
     /// The signals wait until the end of the scope.

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/Termination.h"
+
+#include "tools/ExitCode.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <system_error>
+
+namespace Corvana::Tools {
+namespace {
+
+// Ends as a library does that meets the fault where no exception may come from.
+template <class ExceptionT>
+void fail(const ExceptionT& in_exception) noexcept
+{
+    Termination::install();
+    std::rethrow_exception(std::make_exception_ptr(in_exception));
+}
+
+TEST(TerminationTest, SaysThatThereIsNoRoomForAThread)
+{
+    const std::system_error refused(std::make_error_code(std::errc::resource_unavailable_try_again));
+    EXPECT_EXIT(fail(refused), testing::ExitedWithCode(EXIT_UNUSABLE),
+                "^corvana: the system has no room for so many threads; give a smaller number with --jobs");
+    EXPECT_EXIT(fail(std::runtime_error("pthread_create")), testing::ExitedWithCode(EXIT_UNUSABLE), "so many threads");
+}
+
+TEST(TerminationTest, SaysThatThereIsNoMemory)
+{
+    EXPECT_EXIT(fail(std::bad_alloc()), testing::ExitedWithCode(EXIT_UNUSABLE), "^corvana: out of memory");
+}
+
+TEST(TerminationTest, LeavesMistakesOfTheProgramToTheDebugger)
+{
+    EXPECT_EXIT(fail(std::logic_error("a mistake")), testing::KilledBySignal(SIGABRT), "");
+}
+
+} // namespace
+} // namespace Corvana::Tools
