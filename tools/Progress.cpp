@@ -143,8 +143,8 @@ void Progress::update(double in_dFraction, double in_dAudioSeconds, const std::s
 void Progress::finish(double in_dAudioSeconds)
 {
     clear();
-    if (m_mode == ProgressMode::JSON)
-        m_stream << json(1.0, in_dAudioSeconds, {}, true) << std::flush;
+    if (m_mode == ProgressMode::JSON) // of work that was stopped nobody knows the rest
+        m_stream << json(m_uiNbDone < m_uiNbOfFiles ? -1.0 : 1.0, in_dAudioSeconds, {}, true) << std::flush;
     if (m_mode != ProgressMode::ALWAYS)
         return;
     const double dElapsed = m_clock() - m_dStart;

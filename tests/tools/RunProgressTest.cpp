@@ -117,6 +117,21 @@ TEST_F(RunProgressTest, TellsProgramsAllFiguresInALine)
     EXPECT_EQ(last["file"], nlohmann::json());
 }
 
+TEST_F(RunProgressTest, DoesNotTellProgramsThatWorkWhichWasStoppedIsComplete)
+{
+    addFile("a.wav", 1000);
+    addFile("b.wav", 1000);
+    Progress progress = makeProgress(ProgressMode::JSON);
+    RunProgress run(progress, m_vInputs, 0, 2);
+    run.take(true);
+    run.finish();
+    const nlohmann::json last = nlohmann::json::parse(takeLine());
+    EXPECT_EQ(last["finished"], true);
+    EXPECT_EQ(last["files_done"], 1);
+    EXPECT_EQ(last["fraction"], nlohmann::json());
+    EXPECT_EQ(last["seconds_left"], nlohmann::json());
+}
+
 TEST_F(RunProgressTest, TellsNoTimeLeftWhenALengthIsNotKnown)
 {
     addFile("a.wav", 1000);
