@@ -69,6 +69,7 @@ RowsWorker::RowsWorker(const CommandFeatures::Options& in_options, const std::ve
     , m_messages(m_text, in_options.m_messages.m_bQuiet)
     , m_rows(in_options, in_vInputs, m_messages, out_progress)
 {
+    m_text.exceptions(std::ios_base::badbit); // else memory that runs out would cut messages in silence
 }
 
 std::unique_ptr<InOrder::Result> RowsWorker::work(std::size_t in_uiInput)
@@ -79,7 +80,8 @@ std::unique_ptr<InOrder::Result> RowsWorker::work(std::size_t in_uiInput)
     if (strFault.empty())
         strFault = m_rows.write(m_columns, stream, false);
     pResult->m_outcome = m_rows.end(strFault);
-    pResult->m_strMessages = std::exchange(m_text, std::ostringstream()).str();
+    pResult->m_strMessages = m_text.str();
+    m_text.str({});
     return pResult;
 }
 
