@@ -65,7 +65,7 @@ public:
         m_log.emplace(m_messages, m_options.m_messages.m_iLogLevel);
         if (m_table.isGood() && !isSettled() && !settleWithoutRecording()) {
             m_table.abandon();
-            return m_vInputs.empty() ? EXIT_UNUSABLE : finishFailures(EXIT_SOME_FAILED);
+            return !m_vInputs.empty() && listFailures() ? EXIT_SOME_FAILED : EXIT_UNUSABLE;
         }
         return finish(progress);
     }
@@ -107,7 +107,7 @@ private:
             return false;
         if (isSharded() && !checkShard())
             return false;
-        if (!checkTable())
+        if (!checkTable() || !checkFailures())
             return false;
         if (m_features.configure(m_options.m_vFeatures, m_options.m_vFormulas, m_messages))
             return true;
@@ -153,6 +153,15 @@ private:
         if (m_options.m_bResume)
             return refuse("--resume goes on with a file: name it with -o FILE");
         return !m_options.m_bDescription || refuse("--sidecar stands beside a file: name that with -o FILE");
+    }
+
+    bool checkFailures()
+    {
+        const std::string& strFile = m_options.m_strFailures;
+        if (strFile == "-" || strFile == "/dev/stdout")
+            return refuse("--failures writes a table of its own, which needs a file: name it with --failures FILE");
+        return strFile.empty() || !m_table.writesTo(strFile) ||
+               refuse(printable(strFile) + ": is written by the table of rows, too; name another file with --failures");
     }
 
     bool hasInputs() const { return !m_options.m_vInputs.empty() || !m_options.m_vLists.empty(); }
@@ -205,12 +214,8 @@ private:
         return settings;
     }
 
-    bool openOutput()
+    std::vector<std::string> filesRead() const
     {
-        if (!m_table.open(m_table.needsSettings() ? settings() : TableSettings()))
-            return refuse("cannot write: " + m_table.getFault());
-        if (!m_options.m_strFailures.empty() && !m_failures.open(m_options.m_strFailures))
-            return refuse("cannot write: " + m_failures.getFault());
         std::vector<std::string> vRead = m_options.m_vLists;
         for (const std::string& strFile : {m_options.m_strConfig, m_options.m_strSaveConfig})
             if (!strFile.empty())
@@ -218,6 +223,16 @@ private:
         for (const Input& input : m_vInputs)
             if (input.m_strFault.empty())
                 vRead.push_back(input.m_strPath);
+        return vRead;
+    }
+
+    bool openOutput()
+    {
+        const std::vector<std::string> vRead = filesRead();
+        if (!m_table.open(m_table.needsSettings() ? settings() : TableSettings(), vRead))
+            return refuse("cannot write: " + m_table.getFault());
+        if (!m_options.m_strFailures.empty() && !m_failures.open(m_options.m_strFailures))
+            return refuse("cannot write: " + m_failures.getFault());
         std::string strBoth = m_table.findAmong(vRead);
         if (strBoth.empty() && m_failures.isOpen())
             strBoth = m_failures.findAmong(vRead);
@@ -411,15 +426,18 @@ private:
     int finish(RunProgress& inout_progress)
     {
         const bool bWhole = m_strStoreFault.empty() && !m_bGivenUp;
-        const bool bWritten = bWhole && m_table.isGood() && m_table.commit([this](std::size_t in_uiInput) {
-            return m_vInputs[in_uiInput].m_strPath;
-        });
+        // The table is last: as long as it has no name another run can go on, and write both.
+        const bool bListed = bWhole && m_table.isGood() && listFailures();
+        const bool bWritten =
+            bListed && m_table.commit([this](std::size_t in_uiInput) { return m_vInputs[in_uiInput].m_strPath; });
         inout_progress.finish();
+        if (bWhole && m_table.isGood() && !bListed)
+            m_table.keep();
         if (m_bGivenUp && m_table.keep()) {
             m_messages.note(std::string("stopped at the first input that failed, as --fail-fast asks") +
                             (isToNamedFile() ? "; nothing is written" : "") +
                             (m_options.m_bResume ? " before --resume goes on there" : ""));
-            return finishFailures(EXIT_SOME_FAILED);
+            return EXIT_SOME_FAILED; // a table of failures would not be complete
         }
         if (!bWritten) {
             const std::string strFault = m_strStoreFault.empty() ? m_table.getFault() : m_strStoreFault;
@@ -430,17 +448,17 @@ private:
         if (m_uiNbOfFailures > 0 && m_uiEnd - m_uiBegin > 1)
             m_messages.note(std::to_string(m_uiNbOfFailures) + " of " + counted(m_uiEnd - m_uiBegin, "input") +
                             " failed");
-        return finishFailures(m_uiNbOfFailures == 0 ? EXIT_DONE : EXIT_SOME_FAILED);
+        return m_uiNbOfFailures == 0 ? EXIT_DONE : EXIT_SOME_FAILED;
     }
 
-    int finishFailures(int in_iExitCode)
+    bool listFailures()
     {
         if (m_failures.commit())
-            return in_iExitCode;
+            return true;
         const std::string strFault = m_failures.getFault();
         if (!strFault.empty())
             m_messages.error("cannot write: " + strFault);
-        return EXIT_UNUSABLE;
+        return false;
     }
 
     const CommandFeatures::Options& m_options;

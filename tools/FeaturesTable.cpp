@@ -1,9 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/FeaturesTable.h"
 
+#include "tools/NpyFormat.h"
+#include "tools/Text.h"
+
+#include <algorithm>
+#include <filesystem>
 #include <new>
+#include <system_error>
 
 namespace Corvana::Tools {
+namespace {
+
+// By which a file that may not exist yet can be told from others.
+std::filesystem::path placeOf(const std::string& in_strPath)
+{
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(OutputFile::targetOf(in_strPath), error);
+    return std::filesystem::weakly_canonical(absolute, error);
+}
+
+} // namespace
 
 FeaturesTable::Buffer::int_type FeaturesTable::Buffer::overflow(int_type in_iLetter)
 {
@@ -41,21 +58,74 @@ FeaturesTable::FeaturesTable(const Options& in_options, std::ostream& out_stream
         m_pTable->wantChecksums();
 }
 
-bool FeaturesTable::open(const TableSettings& in_settings)
+bool FeaturesTable::open(const TableSettings& in_settings, const std::vector<std::string>& in_vRead)
 {
     m_settings = in_settings;
-    if (!openTable())
+    if (!openTable(in_vRead))
         return false;
+    if (m_options.m_bDescription && !m_options.m_bResume && !m_pTable->isNamedAtLast()) {
+        m_strFault = printable(m_options.m_strPath) + ": is no file, beside which a description could stand";
+        return false;
+    }
     return !m_options.m_bDescription || m_description.open(descriptionPathOf(m_options.m_strPath));
 }
 
-bool FeaturesTable::openTable()
+// What gets its name at last, of the table alone.
+std::vector<std::string> FeaturesTable::getTargets() const
+{
+    std::vector<std::string> vTargets = {m_options.m_strPath};
+    if (m_options.m_format == RowFormat::NPY)
+        vTargets.push_back(npyTimesPathOf(m_options.m_strPath));
+    return vTargets;
+}
+
+bool FeaturesTable::writesTo(const std::string& in_strPath) const
+{
+    if (m_options.m_strPath.empty() || m_options.m_strPath == "-")
+        return false;
+    std::vector<std::string> vFiles = getTargets();
+    if (m_options.m_bResume) {
+        for (const std::string& strTarget : getTargets())
+            vFiles.push_back(PartialFile::nameFor(OutputFile::targetOf(strTarget)));
+        vFiles.push_back(RunJournal::nameFor(OutputFile::targetOf(m_options.m_strPath)));
+    }
+    if (m_options.m_bDescription)
+        vFiles.push_back(descriptionPathOf(m_options.m_strPath));
+    const std::filesystem::path place = placeOf(in_strPath);
+    std::error_code error;
+    if (std::filesystem::exists(place, error) && !std::filesystem::is_regular_file(place, error))
+        return false; // such as a terminal, which takes both
+    return std::any_of(vFiles.begin(), vFiles.end(),
+                       [&place](const std::string& in_strFile) { return placeOf(in_strFile) == place; });
+}
+
+// What a run that begins anew empties.
+std::string FeaturesTable::findPartialAmong(const std::vector<std::string>& in_vRead) const
+{
+    for (const std::string& strTarget : getTargets()) {
+        const std::string strPartial = PartialFile::nameFor(OutputFile::targetOf(strTarget));
+        std::error_code error;
+        if (!std::filesystem::exists(strPartial, error))
+            continue;
+        for (const std::string& strRead : in_vRead)
+            if (std::filesystem::equivalent(strRead, strPartial, error))
+                return strRead;
+    }
+    return {};
+}
+
+bool FeaturesTable::openTable(const std::vector<std::string>& in_vRead)
 {
     if (!m_options.m_bResume)
         return m_options.m_strPath.empty() || m_pTable->open(m_options.m_strPath);
     if (!m_pTable->canBeResumed(m_options.m_strPath) ||
         !m_journal.open(OutputFile::targetOf(m_options.m_strPath), m_settings))
         return false;
+    const bool bAnew = getFormer().m_position.m_uiNbOfBytes == 0;
+    if (const std::string strRead = bAnew ? findPartialAmong(in_vRead) : std::string(); !strRead.empty()) {
+        m_strFault = printable(strRead) + ": is read, and rows are to be kept in it; write to another file";
+        return false;
+    }
     m_outcomes = getFormer().m_outcomes;
     m_described.m_uiSampleRate = getFormer().m_uiSampleRate;
     return getFormer().m_bComplete ? m_pTable->openToFinish(m_options.m_strPath, getFormer().m_position)
@@ -138,7 +208,9 @@ bool FeaturesTable::commit(const PathOf& in_pathOf)
 
 std::string FeaturesTable::getFault() const
 {
-    std::string strFault = m_buffer.isOutOfMemory() ? "not enough memory for a row" : m_journal.getFault();
+    std::string strFault = m_strFault;
+    if (strFault.empty())
+        strFault = m_buffer.isOutOfMemory() ? "not enough memory for a row" : m_journal.getFault();
     if (strFault.empty() && !m_pTable->getFault().empty())
         strFault = m_pTable->getFault();
     return strFault.empty() && m_options.m_bDescription ? m_description.getFault() : strFault;

@@ -38,8 +38,11 @@ public:
 
     /// Whether the settings are asked for at all.
     bool needsSettings() const { return m_options.m_bDescription || m_options.m_bResume; }
-    /// Opens all files. False, with the fault.
-    bool open(const TableSettings& in_settings);
+    /// Opens all files. False, with the fault, which may be that one of the files that are read is where rows are kept
+    /// for another run: such a file is left as it is.
+    bool open(const TableSettings& in_settings, const std::vector<std::string>& in_vRead = {});
+    /// Whether what is one of the files that are written, or is to be one, has that name; in_strPath is not "-".
+    bool writesTo(const std::string& in_strPath) const;
     /// What a former run finished: its inputs need not be read again.
     const RunJournal::Former& getFormer() const { return m_journal.getFormer(); }
     /// The first of the paths that is written to as well; empty when none is.
@@ -88,7 +91,9 @@ private:
         bool m_bOutOfMemory = false;
     };
 
-    bool openTable();
+    bool openTable(const std::vector<std::string>& in_vRead);
+    std::vector<std::string> getTargets() const;
+    std::string findPartialAmong(const std::vector<std::string>& in_vRead) const;
     void describe(const PathOf& in_pathOf);
 
     const Options m_options;
@@ -101,6 +106,7 @@ private:
     OutputFile m_description;
     TableDescription m_described;
     InputOutcomes m_outcomes;
+    std::string m_strFault;
 };
 
 } // namespace Corvana::Tools

@@ -185,7 +185,8 @@ bool OutputFile::openToResume(const std::string& in_strPath, std::uint64_t in_ui
         return discard(errno);
     if (uiSize < in_uiNbOfBytes)
         return discardWith(printable(m_partial.getName()) + ": holds " + std::to_string(uiSize) + " bytes instead of " +
-                           std::to_string(in_uiNbOfBytes) + ", so somebody else has changed it");
+                           std::to_string(in_uiNbOfBytes) +
+                           ", so somebody else has changed it; to begin anew, remove the journal");
     if (!m_partial.cutTo(in_uiNbOfBytes))
         return discard(errno);
     startWriting(m_partial.getDescriptor());
@@ -202,7 +203,9 @@ bool OutputFile::openToFinish(const std::string& in_strPath, std::uint64_t in_ui
     m_bFinished = stat(m_strTarget.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
                   static_cast<std::uint64_t>(status.st_size) == in_uiNbOfBytes;
     return m_bFinished ||
-           discardWith(printable(m_strTarget) + ": is not what the run wrote: somebody has changed or removed it");
+           discardWith(printable(m_strTarget) +
+                       ": is not what the run wrote: somebody has changed or removed it; to begin anew, remove the "
+                       "journal");
 }
 
 bool OutputFile::openDescriptor(const std::string& in_strNumber)

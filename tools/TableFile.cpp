@@ -62,6 +62,7 @@ public:
     bool prepare() override { return m_file.sync(); }
     bool commit() override { return m_file.commit(); }
     void removePartial() override { m_file.removePartial(); }
+    bool isNamedAtLast() const override { return m_file.isNamedAtLast(); }
     std::string findAmong(const std::vector<std::string>& in_vPaths) const override
     {
         return m_file.findAmong(in_vPaths);
@@ -151,6 +152,8 @@ public:
         m_values.removePartial();
         m_times.removePartial();
     }
+
+    bool isNamedAtLast() const override { return m_values.isNamedAtLast(); }
 
     std::string findAmong(const std::vector<std::string>& in_vPaths) const override
     {

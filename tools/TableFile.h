@@ -51,6 +51,8 @@ public:
     virtual bool commit() = 0;
     virtual void removePartial() = 0;
 
+    /// As OutputFile's.
+    virtual bool isNamedAtLast() const = 0;
     virtual std::string findAmong(const std::vector<std::string>& in_vPaths) const = 0;
     /// Why something failed, for people; empty for a reader that has gone.
     virtual std::string getFault() const = 0;

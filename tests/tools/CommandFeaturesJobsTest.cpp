@@ -200,6 +200,17 @@ TEST_F(CommandFeaturesJobsTest, StopsAtTheFirstFailureWhenAsked)
     }
 }
 
+TEST_F(CommandFeaturesJobsTest, WritesNoTableOfTheOneFailureThatStoppedIt)
+{
+    m_options.m_bFailFast = true;
+    m_options.m_strOutput = m_dir.file("out.csv");
+    m_options.m_strFailures = m_dir.write("failures.csv", "former");
+
+    EXPECT_EQ(run(4), EXIT_SOME_FAILED);
+
+    EXPECT_EQ(contentsOf(m_options.m_strFailures), "former");
+}
+
 TEST_F(CommandFeaturesJobsTest, EndsWhenTheRowsCannotBeWritten)
 {
     m_options.m_uiNbOfJobs = 3;

@@ -22,6 +22,7 @@
 #include <random>
 #include <sstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -247,7 +248,9 @@ TEST_P(CommandFeaturesFormatTest, LeavesNothingWhenItIsKilledAndNobodyIsToGoOn)
             // Names may have been given one after the other, but never to parts.
             for (const std::string& strName : namesInOut()) {
                 const bool bFormer = std::find(vBefore.begin(), vBefore.end(), strName) != vBefore.end();
-                EXPECT_TRUE(bFormer || contentsOf(out(strName)) == contentsOf(out("whole" + strName.substr(1))));
+                const std::string strWhole =
+                    strName == "failures" ? m_strFailures : contentsOf(out("whole" + strName.substr(1)));
+                EXPECT_TRUE(bFormer || contentsOf(out(strName)) == strWhole);
             }
         }
     }
@@ -448,6 +451,95 @@ TEST_F(CommandFeaturesTableTest, NeverWritesOverARecordingOrAList)
     EXPECT_EQ(run(), EXIT_UNUSABLE);
     EXPECT_EQ(m_messages.str(),
               "corvana: " + m_dir.file("list.json") + ": is both read and written; write to another file\n");
+}
+
+TEST_F(CommandFeaturesTableTest, NeverKeepsRowsInARecordingThatItReads)
+{
+    m_options.m_bResume = true;
+    for (const auto& [format, strName] : {std::pair{RowFormat::CSV, "t.csv.partial"},
+                                          {RowFormat::NPY, "t.csv.partial"},
+                                          {RowFormat::NPY, "t.csv.times.npy.partial"}}) {
+        m_options.m_format = format;
+        m_options.m_vInputs[2] = out(strName);
+        Corvana::Test::writeSoundFile(out(strName), Corvana::Test::noise(500), 8000);
+        const std::string strSound = contentsOf(out(strName));
+        EXPECT_EQ(run(), EXIT_UNUSABLE);
+        EXPECT_EQ(m_messages.str(), "corvana: cannot write: " + out(strName) +
+                                        ": is read, and rows are to be kept in it; write to another file\n");
+        EXPECT_THAT(namesInOut(), UnorderedElementsAre(strName));
+        EXPECT_EQ(contentsOf(out(strName)), strSound);
+        std::filesystem::remove(out(strName));
+    }
+}
+
+TEST_F(CommandFeaturesTableTest, NeverWritesFailuresWhereTheTableIs)
+{
+    m_options.m_format = RowFormat::NPY;
+    m_options.m_bResume = true;
+    std::filesystem::create_symlink("t.csv.json", out("link"));
+    for (const char* szName : {"t.csv", "t.csv.times.npy", "t.csv.json", "t.csv.partial", "t.csv.times.npy.partial",
+                               "t.csv.journal", "../out/t.csv", "link"}) {
+        m_options.m_strFailures = out(szName);
+        EXPECT_EQ(run(), EXIT_UNUSABLE) << szName;
+        EXPECT_EQ(m_messages.str(), "corvana: " + out(szName) +
+                                        ": is written by the table of rows, too; name another file with --failures\n");
+        EXPECT_THAT(namesInOut(), UnorderedElementsAre("link"));
+    }
+    m_options.m_bResume = false;
+    m_options.m_strFailures = out("t.csv.journal"); // which is nothing but a name then
+    EXPECT_EQ(run(), EXIT_SOME_FAILED);
+    m_options.m_strOutput = m_options.m_strFailures = "/dev/null"; // takes both
+    m_options.m_format = RowFormat::CSV;
+    EXPECT_EQ(run(), EXIT_SOME_FAILED);
+}
+
+TEST_F(CommandFeaturesTableTest, KeepsTheTableForAnotherRunWhenFailuresCannotBeWritten)
+{
+    m_options.m_bResume = true;
+    m_options.m_vInputs.push_back(m_dir.file("pipe"));
+    m_options.m_strFailures = m_dir.file("lists/failures.csv");
+    std::filesystem::create_directory(m_dir.file("lists"));
+    ASSERT_EQ(mkfifo(m_options.m_vInputs.back().c_str(), 0600), 0);
+    const pid_t iChild = fork();
+    if (iChild == 0)
+        _exit(run());
+    {
+        const std::ofstream pipe(m_options.m_vInputs.back()); // opens when the run has come to its last input
+        std::filesystem::remove(m_dir.file("lists"));
+    }
+    int iStatus = 0;
+    ASSERT_EQ(waitpid(iChild, &iStatus, 0), iChild);
+    EXPECT_EQ(WEXITSTATUS(iStatus), EXIT_UNUSABLE);
+    EXPECT_THAT(namesInOut(), UnorderedElementsAre("t.csv.partial", "t.csv.journal"));
+
+    std::filesystem::create_directory(m_dir.file("lists"));
+    EXPECT_EQ(run(), EXIT_SOME_FAILED);
+    EXPECT_THAT(m_messages.str(), StartsWith("corvana: goes on with " + out("t.csv") +
+                                             ": of 13 inputs, 13 are finished, 3 of them failed\n"));
+    EXPECT_THAT(namesInOut(), UnorderedElementsAre("t.csv"));
+    EXPECT_THAT(contentsOf(m_options.m_strFailures), HasSubstr(m_options.m_vInputs.back()));
+}
+
+TEST_F(CommandFeaturesTableTest, WritesNoDescriptionBesideWhatIsNoFile)
+{
+    std::filesystem::create_symlink("/dev/null", out("device"));
+    m_options.m_strOutput = out("device");
+    m_options.m_bDescription = true;
+    EXPECT_EQ(run(), EXIT_UNUSABLE);
+    EXPECT_EQ(m_messages.str(),
+              "corvana: cannot write: " + out("device") + ": is no file, beside which a description could stand\n");
+    EXPECT_THAT(namesInOut(), UnorderedElementsAre("device"));
+}
+
+TEST_F(CommandFeaturesTableTest, WantsAFileForFailures)
+{
+    for (const char* szName : {"-", "/dev/stdout"}) {
+        m_options.m_strFailures = szName;
+        EXPECT_EQ(run(), EXIT_UNUSABLE);
+        EXPECT_EQ(m_messages.str(), "corvana: --failures writes a table of its own, which needs a file: name it with "
+                                    "--failures FILE\n");
+        EXPECT_THAT(namesInOut(), IsEmpty());
+    }
 }
 
 TEST_F(CommandFeaturesTableTest, WantsAFileForWhatStandsBesideOne)

@@ -128,8 +128,10 @@ TEST_F(PartialFileTest, WritesOverTheStartOfAFileWithoutAName)
 TEST_F(PartialFileTest, IsRefusedWhenBytesAreMissing)
 {
     m_dir.write("out.csv.partial", "some");
-    EXPECT_EQ(refusalOf(m_strOut, 5),
-              m_strOut + ".partial: holds 4 bytes instead of 5, so somebody else has changed it");
+    EXPECT_EQ(
+        refusalOf(m_strOut, 5),
+        m_strOut +
+            ".partial: holds 4 bytes instead of 5, so somebody else has changed it; to begin anew, remove the journal");
     EXPECT_EQ(contentsOf(m_strOut + ".partial"), "some");
 }
 
@@ -208,7 +210,9 @@ TEST_F(PartialFileTest, IsNotFinishedWithAnotherFile)
         m_dir.write("out.csv", szContents);
         OutputFile output(m_callersStream);
         EXPECT_FALSE(output.openToFinish(m_strOut, 8));
-        EXPECT_EQ(output.getFault(), m_strOut + ": is not what the run wrote: somebody has changed or removed it");
+        EXPECT_EQ(output.getFault(),
+                  m_strOut + ": is not what the run wrote: somebody has changed or removed it; to begin anew, remove "
+                             "the journal");
     }
     std::filesystem::remove(m_strOut);
     OutputFile output(m_callersStream);
