@@ -53,8 +53,8 @@ void cleanUpAndDie(int in_iSignal)
     _exit(EXIT_UNUSABLE);
 }
 
-// Some libraries need memory to destroy an object, and end the program when there is none. Those that make threads do
-// the same when the system refuses one to a thread of theirs.
+// Some libraries need memory to destroy an object, and end the program when there is none. That which makes
+// the threads does the same when the system refuses one to another of them.
 [[noreturn]] void cleanUpAndEnd()
 {
     try {
@@ -62,8 +62,9 @@ void cleanUpAndDie(int in_iSignal)
             std::rethrow_exception(pException);
     } catch (const std::bad_alloc&) {
         cleanUpAndSay("corvana: out of memory\n");
-    } catch (const std::runtime_error&) {
-        cleanUpAndSay("corvana: the system has no room for so many threads; give a smaller number with --jobs\n");
+    } catch (const std::runtime_error& error) {
+        if (std::strstr(error.what(), "pthread_create") != nullptr)
+            cleanUpAndSay("corvana: the system has no room for so many threads; give a smaller number with --jobs\n");
     } catch (...) {
         // a mistake of the program
     }
