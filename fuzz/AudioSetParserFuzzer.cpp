@@ -24,7 +24,7 @@ constexpr std::size_t s_uiShort = 16;
 
 std::size_t nbOfSteps(std::string_view in_strList, std::size_t in_uiNbOfEntries)
 {
-    const std::size_t uiChoice = CORVANA_FUZZ_SECONDS == 0 ? 0 : std::hash<std::string_view>()(in_strList);
+    const std::size_t uiChoice = g_iMaxSeconds == 0 ? 0 : std::hash<std::string_view>()(in_strList);
     if (uiChoice % 1024 == 0 ? in_uiNbOfEntries <= s_uiMaxWalked : uiChoice % 64 == 0 && in_uiNbOfEntries <= s_uiShort)
         return in_uiNbOfEntries;
     return uiChoice % 8 == 0 ? std::min<std::size_t>(in_uiNbOfEntries, 1) : 0;

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -132,7 +133,22 @@ constexpr const char* s_aszWords[] = {"features",
                                       "-1",
                                       "1e9",
                                       "nan",
-                                      "conf.xml"};
+                                      "conf.xml",
+                                      "plot",
+                                      "report",
+                                      "doctor",
+                                      "out.png",
+                                      "out.svg",
+                                      "out.pdf",
+                                      "out.html",
+                                      "png",
+                                      "svg",
+                                      "--from",
+                                      "--to",
+                                      "--width",
+                                      "--height",
+                                      "--no-audio",
+                                      "400"};
 
 // ---- The scratch folder
 
@@ -214,6 +230,7 @@ void enterScratchFolder()
         std::filesystem::create_directory(strInner);
         CORVANA_FUZZ_REQUIRE(chdir(strInner.c_str()) == 0);
         unsetenv("CORVANA_CPA_DATA");
+        setenv("TMPDIR", ".", 1); // what `doctor` writes would be found, too
         const int iNothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
         CORVANA_FUZZ_REQUIRE(iNothing >= 0 && dup2(iNothing, STDIN_FILENO) == STDIN_FILENO);
         Tools::limitLogThreads();
@@ -255,6 +272,31 @@ bool isAmong(const Arguments& in_vArguments, std::initializer_list<const char*> 
 }
 
 // ---- What the command does
+
+// The drawing library numbers what it draws from the beginning of the program on, in names such as surface12.
+std::string withoutNumbersInNames(const std::string& in_strPicture)
+{
+    std::string strResult;
+    for (const char c : in_strPicture)
+        if (!std::isdigit(static_cast<unsigned char>(c)) || strResult.empty() ||
+            !std::isalpha(static_cast<unsigned char>(strResult.back())))
+            strResult += c;
+    return strResult;
+}
+
+bool areSame(const std::string& in_strLeft, const std::string& in_strRight)
+{
+    return in_strLeft == in_strRight || (in_strLeft.find("<svg") != std::string::npos &&
+                                         withoutNumbersInNames(in_strLeft) == withoutNumbersInNames(in_strRight));
+}
+
+bool areSame(const Contents& in_left, const Contents& in_right)
+{
+    return std::equal(in_left.begin(), in_left.end(), in_right.begin(), in_right.end(),
+                      [](const auto& in_one, const auto& in_other) {
+                          return in_one.first == in_other.first && areSame(in_one.second, in_other.second);
+                      });
+}
 
 struct Outcome
 {
@@ -339,8 +381,8 @@ void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSiz
     requireOutcome(vArguments, outcome);
 
     const Outcome again = outcomeOf(vArguments);
-    CORVANA_FUZZ_REQUIRE(again.m_iExitCode == outcome.m_iExitCode && again.m_strData == outcome.m_strData);
-    CORVANA_FUZZ_REQUIRE(again.m_files == outcome.m_files);
+    CORVANA_FUZZ_REQUIRE(again.m_iExitCode == outcome.m_iExitCode && areSame(again.m_strData, outcome.m_strData));
+    CORVANA_FUZZ_REQUIRE(areSame(again.m_files, outcome.m_files));
     if (!isAmong(vArguments, {"--progress"})) // tells the speed
         CORVANA_FUZZ_REQUIRE(again.m_strMessages == outcome.m_strMessages);
 }

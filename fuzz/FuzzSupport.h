@@ -20,6 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* in_pData, std::size_t 
 
 namespace Corvana::Fuzz {
 
+/// Seconds of the processor that an input may take; 0 in the replay, as tests do not depend on the machine's speed.
+extern const int g_iMaxSeconds;
+
 /// What a target does with an input; each target defines it.
 void runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize);
 

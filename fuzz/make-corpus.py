@@ -486,6 +486,10 @@ def command_lines():
         "annotations import --folder folder call.wav --append", "annotations stats call.wav two.wav --format csv",
         "annotations diff call.wav two.wav --tolerance 0.001", "annotations diff --json call.wav call.wav", "annotations types --json",
         "annotations list nothing.wav --save-notes out.csv", "annotations clear call.wav --save-notes out.csv",
+        "doctor", "doctor --json", "help plot", "plot call.wav -o out.png --width 400", "plot call.wav two.wav -o out.svg -f spectrum",
+        "plot --format png call.wav broken.wav -o -", "plot call.wav --from 0.001 --to 0.004 --height 400 --expr n=x[0] -o out.pdf",
+        "plot call.wav -o two.wav", "report call.wav two.wav -o out.html --window-ms 8", "report --no-audio --list list.txt -o out.html",
+        "report nothing.wav broken.wav -o out.html -f spectrum|flatness", "plot call.wav --width 1 -o out.gif",
     ]
     for index, line in enumerate(lines):
         code = b""

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/FileDescriptorBuf.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <unistd.h>
 
 namespace Corvana::Tools {
@@ -64,8 +64,8 @@ std::streamsize FileDescriptorBuf::xsputn(const char* in_pBegin, std::streamsize
         return 0;
     if (in_iLength > epptr() - pptr())
         return writeAll(in_pBegin, static_cast<std::size_t>(in_iLength)) ? in_iLength : 0;
-    std::memcpy(pptr(), in_pBegin, static_cast<std::size_t>(in_iLength));
-    pbump(static_cast<int>(in_iLength)); // fits: the buffer is smaller than an int
+    std::copy_n(in_pBegin, in_iLength, pptr()); // nothing from nowhere is fine, too
+    pbump(static_cast<int>(in_iLength));        // fits: the buffer is smaller than an int
     return in_iLength;
 }
 

@@ -73,7 +73,7 @@ try {
         return 0;
     if (uiLength > m_block.m_uiSize - m_uiSize)
         return writeOut(in_pBegin, uiLength) ? in_iLength : 0;
-    std::memcpy(m_block.m_pText.get() + m_uiSize, in_pBegin, uiLength);
+    std::copy_n(in_pBegin, uiLength, m_block.m_pText.get() + m_uiSize); // nothing from nowhere is fine, too
     m_uiSize += uiLength;
     return in_iLength;
 } catch (const std::bad_alloc&) {

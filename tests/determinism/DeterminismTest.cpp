@@ -82,7 +82,7 @@ TEST(Determinism, ComparesLibraryAndCommand)
 {
     const std::string strSimd = std::string("-") + Math::getSimdName();
     for (const char* szRoad : {"file", "push", "computer", "saved-computer", "computer-of-several", "command",
-                               "threads", "command-on-each", "command-by-windows"})
+                               "command-in-8-jobs", "threads", "command-on-each", "command-by-windows"})
         EXPECT_TRUE(hashes().at("exact").contains(szRoad + strSimd)) << szRoad;
 }
 

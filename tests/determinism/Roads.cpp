@@ -406,9 +406,10 @@ std::vector<Road> getRoads(const std::string& in_strProgram, const std::string& 
                                 {"computer-of-several", hashComputerOfSeveral, {}, {}},
                                 {"threads", hashThreads, {}, {}}};
     if (!in_strProgram.empty()) {
-        vRoads.push_back({"command", hashCommand, {}, quoted(in_strProgram)});
+        vRoads.push_back({"command", hashCommand, " --jobs 1", quoted(in_strProgram)});
+        vRoads.push_back({"command-in-8-jobs", hashCommand, " --jobs 8", quoted(in_strProgram)});
         vRoads.push_back({"command-on-each", hashCommandSingly, {}, quoted(in_strProgram)});
-        vRoads.push_back({"command-by-windows", hashCommand, " --read-factor 1", quoted(in_strProgram)});
+        vRoads.push_back({"command-by-windows", hashCommand, " --jobs 2 --read-factor 1", quoted(in_strProgram)});
     }
     if (!in_strPython.empty()) {
         vRoads.push_back({"python", hashCommand, {}, in_strPython});

@@ -91,7 +91,7 @@ TEST_F(CommandFeaturesJobsTest, SaysTheSameForAnyNumberOfJobs)
     ASSERT_THAT(strMessages, HasSubstr("7 of 30 inputs failed"));
     ASSERT_THAT(strMessages, HasSubstr("17.wav: its 16000 Hz give other columns"));
     ASSERT_THAT(strMessages, HasSubstr("shorter than one window"));
-    for (const unsigned long uiNbOfJobs : {2, 3, 8, 0}) {
+    for (const unsigned long uiNbOfJobs : {2UL, 3UL, 8UL, 0UL}) {
         EXPECT_EQ(run(uiNbOfJobs), EXIT_SOME_FAILED);
         EXPECT_EQ(m_data.str(), strRows) << uiNbOfJobs;
         EXPECT_EQ(m_messages.str(), strMessages) << uiNbOfJobs;
@@ -103,7 +103,7 @@ TEST_F(CommandFeaturesJobsTest, SaysTheSameInSharesOfAnyNumber)
     run(1);
     const std::string strRows = m_data.str();
 
-    for (const unsigned long uiNbOfShards : {1, 2, 7, 30, 100})
+    for (const unsigned long uiNbOfShards : {1UL, 2UL, 7UL, 30UL, 100UL})
         EXPECT_EQ(rowsOfShards(uiNbOfShards), strRows) << uiNbOfShards;
 }
 
@@ -191,7 +191,7 @@ TEST_F(CommandFeaturesJobsTest, StopsAtTheFirstFailureWhenAsked)
 {
     m_options.m_bFailFast = true;
     m_options.m_strOutput = m_dir.write("out.csv", "former");
-    for (const unsigned long uiNbOfJobs : {1, 4}) {
+    for (const unsigned long uiNbOfJobs : {1UL, 4UL}) {
         EXPECT_EQ(run(uiNbOfJobs), EXIT_SOME_FAILED);
         EXPECT_THAT(m_messages.str(), StartsWith("corvana: " + m_dir.file("3.wav") + ": failed to open"));
         EXPECT_THAT(m_messages.str(), HasSubstr("stopped at the first input that failed"));

@@ -159,7 +159,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, CommandFeaturesFormatTest,
 
 TEST_P(CommandFeaturesFormatTest, GivesTheSameBytesThroughPartsOfAnyNumber)
 {
-    for (const unsigned long uiNbOfShards : {1, 7, 20}) {
+    for (const unsigned long uiNbOfShards : {1UL, 7UL, 20UL}) {
         CommandMerge::Options merge{out("t.npy"), {}, {}};
         m_options.m_strFailures.clear();
         for (unsigned long uiShard = 1; uiShard <= uiNbOfShards; ++uiShard) {

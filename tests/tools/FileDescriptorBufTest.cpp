@@ -44,6 +44,18 @@ TEST(FileDescriptorBuf, WritesWhatItIsGivenInPiecesOfAnySize)
     }
 }
 
+TEST(FileDescriptorBuf, TakesNothingFromNowhere)
+{
+    const Corvana::Test::TempDir dir;
+    const int iDescriptor = open(dir.file("out").c_str(), O_WRONLY | O_CREAT, 0600);
+    FileDescriptorBuf buffer(iDescriptor);
+    // As a stream does whose own buffer is not there; the sanitizer of undefined behaviour looks on.
+    EXPECT_EQ(buffer.sputn(nullptr, 0), 0);
+    EXPECT_EQ(buffer.pubsync(), 0);
+    close(iDescriptor);
+    EXPECT_EQ(contentsOf(dir.file("out")), "");
+}
+
 TEST(FileDescriptorBuf, WritesTheRestWhenItEnds)
 {
     const Corvana::Test::TempDir dir;
