@@ -91,7 +91,7 @@ private:
         }
         const bool bMayBeLink = !bTold || in_entry.d_type == DT_LNK;
         if (matches(in_entry.d_name, m_options.m_vPatterns) && !(bMayBeLink && isFolder(in_strPath)))
-            m_vFound.push_back({std::move(in_strPath), {}});
+            m_vFound.push_back({std::move(in_strPath), {}, in_entry.d_type == DT_REG});
     }
 
     const FolderOptions& m_options;
