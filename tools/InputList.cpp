@@ -89,9 +89,16 @@ private:
             m_vFolders.push_back(std::move(in_strPath));
             return;
         }
-        const bool bMayBeLink = !bTold || in_entry.d_type == DT_LNK;
-        if (matches(in_entry.d_name, m_options.m_vPatterns) && !(bMayBeLink && isFolder(in_strPath)))
+        if (matches(in_entry.d_name, m_options.m_vPatterns) && mayBeRecording(in_strPath, in_entry))
             m_vFound.push_back({std::move(in_strPath), {}, in_entry.d_type == DT_REG});
+    }
+
+    // No link to a folder; and no pipe, which nobody named, and which might be waited for without end. A link that
+    // leads nowhere is told when it is opened.
+    static bool mayBeRecording(const std::string& in_strPath, const dirent& in_entry)
+    {
+        struct stat status = {};
+        return in_entry.d_type == DT_REG || stat(in_strPath.c_str(), &status) != 0 || S_ISREG(status.st_mode);
     }
 
     const FolderOptions& m_options;

@@ -25,7 +25,7 @@ struct FolderOptions
 };
 
 /// The recordings given one by one, then those of the lists, in their order. Those of a folder are sorted by the bytes
-/// of their paths; hidden ones and links to folders are left out.
+/// of their paths; hidden ones, links to folders, and what is no file are left out.
 std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, const std::vector<std::string>& in_vLists,
                                  const FolderOptions& in_folders, LogBridge& inout_log, Messages& out_messages);
 

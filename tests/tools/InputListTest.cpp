@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <sstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Corvana::Tools {
@@ -72,6 +73,18 @@ TEST_F(InputListTest, LeavesHiddenRecordingsAndLinksToFoldersOut)
     std::filesystem::create_symlink(m_dir.file("d.wav"), m_dir.file("e.wav"));
 
     EXPECT_THAT(found(), ElementsAre("d.wav", "e.wav", "folder.wav/c.wav"));
+}
+
+// Opening the pipe would wait for somebody who writes to it.
+TEST_F(InputListTest, LeavesPipesAndDevicesInAFolderOut)
+{
+    m_dir.write("a.wav", "x");
+    ASSERT_EQ(mkfifo(m_dir.file("pipe.wav").c_str(), 0600), 0);
+    std::filesystem::create_symlink("pipe.wav", m_dir.file("link.wav"));
+    std::filesystem::create_symlink("/dev/zero", m_dir.file("device.wav"));
+    std::filesystem::create_symlink("nowhere", m_dir.file("nowhere.wav"));
+
+    EXPECT_THAT(found(), ElementsAre("a.wav", "nowhere.wav"));
 }
 
 TEST_F(InputListTest, TellsThatAFolderHasNoRecordings)
