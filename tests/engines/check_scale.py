@@ -102,7 +102,8 @@ def main():
     parser.add_argument("program", type=lambda path: pathlib.Path(path).resolve())
     parser.add_argument("source", type=lambda path: pathlib.Path(path).resolve())
     parser.add_argument("--files", type=int, default=1000)
-    parser.add_argument("--shards", type=lambda text: [int(count) for count in text.split(",")], default=[1, 7, 100, 2000])
+    parser.add_argument("--shards", type=lambda text: [int(count) for count in text.split(",")], default=[1, 7, 100, 2000],
+                        help="the second number is also tried with kills")
     parser.add_argument("--engines", action="store_true")
     given = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="corvana-scale-") as name:
@@ -116,7 +117,7 @@ def main():
                 # One format is enough for the largest numbers of processes.
                 if form == "csv" or count <= given.files // 10:
                     ways.shards(form, count)
-            ways.shards(form, min(7, max(given.shards)), kills=True)
+            ways.shards(form, given.shards[1], kills=True)
         for name, (_, form) in engines_test.ENGINES.items() if given.engines else ():
             ways.engine(name, form)
         ways.table()

@@ -63,6 +63,24 @@ TEST_F(InputListTest, TakesTheNamesThatMatchAPattern)
     EXPECT_THAT(found(), ElementsAre("b.au", "c.gsm"));
 }
 
+// The length of a pipe cannot be known, and what a name or a link leads to is looked at when it is opened.
+TEST_F(InputListTest, KnowsFilesOfFoldersAndListsFromPipes)
+{
+    m_dir.write("a.wav", "x");
+    std::filesystem::create_symlink(m_dir.file("a.wav"), m_dir.file("link.wav"));
+    ASSERT_EQ(mkfifo(m_dir.file("pipe.wav").c_str(), 0600), 0);
+    m_dir.write("list.txt", "a.wav\npipe.wav\n");
+    m_folders.m_bRecursive = true;
+
+    std::vector<bool> vKnown;
+    for (const Input& input : collect({m_dir.path(), m_dir.file("a.wav")}, {m_dir.file("list.txt")}))
+        vKnown.push_back(input.m_bIsFile);
+
+    // Those of the folder in their order, without the pipe; the one that was named; the list's, where the pipe is a
+    // fault.
+    EXPECT_THAT(vKnown, ElementsAre(true, false, false, true, false));
+}
+
 TEST_F(InputListTest, LeavesHiddenRecordingsAndLinksToFoldersOut)
 {
     std::filesystem::create_directory(m_dir.file(".hidden"));
