@@ -83,6 +83,7 @@ void InOrder::runInThreads(std::size_t in_uiBegin, std::size_t in_uiEnd, const M
     // Without this nobody gets more threads than there are processors.
     const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, m_uiNbOfThreads);
     tbb::task_arena arena(static_cast<int>(m_uiNbOfThreads));
+    arena.initialize(); // else the observer does, which cannot be destroyed when there was no memory for that
     const SignalShield shield(arena);
     tbb::enumerable_thread_specific<std::unique_ptr<Worker>> workers;
     std::size_t uiNext = in_uiBegin;

@@ -1,16 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/InOrder.h"
 
+#include "tools/ExitCode.h"
+#include "tools/Termination.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
+#include <fstream>
 #include <mutex>
 #include <numeric>
 #include <pthread.h>
 #include <set>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace Corvana::Tools {
@@ -180,6 +186,42 @@ TEST(InOrderAloneTest, WorksForItsCallerAloneWhereOneIsEnough)
         InOrder(uiEnd == 1 ? 8 : 1).run(0, uiEnd, observer.makeWorker(), observer.takeUpTo(SIZE_MAX));
         EXPECT_EQ(observer.m_threads, std::set{std::this_thread::get_id()});
     }
+}
+
+struct EchoWorker : public InOrder::Worker
+{
+    std::unique_ptr<InOrder::Result> work(std::size_t) override { return std::make_unique<Square>(); }
+};
+
+// A process that has so many bytes more than now.
+void runWithRoomFor(std::size_t in_uiNbOfBytes)
+{
+    std::size_t uiPages = 0;
+    std::ifstream("/proc/self/statm") >> uiPages;
+    const rlim_t uiLimit = uiPages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) + in_uiNbOfBytes;
+    const rlimit limit{uiLimit, uiLimit};
+    setrlimit(RLIMIT_AS, &limit);
+    Termination::install();
+    try {
+        InOrder(1024).run(
+            0, 8, [] { return std::make_unique<EchoWorker>(); }, [](std::size_t, InOrder::Result&) { return true; });
+    } catch (const std::exception&) {
+        _exit(EXIT_UNUSABLE);
+    }
+    _exit(EXIT_DONE);
+}
+
+TEST(InOrderMemoryTest, EndsInGoodOrderWhereverMemoryRunsOut)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need more memory than anyone may be refused";
+#endif
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // threads of other tests are none of this one's
+    constexpr std::size_t uiStep = std::size_t{32} << 10U;
+    for (std::size_t uiRoom = 0; uiRoom < 24 * uiStep; uiRoom += uiStep)
+        EXPECT_EXIT(
+            runWithRoomFor(uiRoom), [](int in_iStatus) { return WIFEXITED(in_iStatus); }, "")
+            << uiRoom;
 }
 
 } // namespace
