@@ -6,6 +6,7 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
 #include <ostream>
 #include <shared_mutex>
@@ -50,9 +51,9 @@ std::string lastOpenError()
 
 // libsndfile keeps the reason of a failed opening in one place for all threads, and each opening clears it: nothing may
 // be opened between a failure and the question for its reason.
-std::shared_mutex& openings()
+std::shared_timed_mutex& openings()
 {
-    static std::shared_mutex s_openings;
+    static std::shared_timed_mutex s_openings;
     return s_openings;
 }
 
@@ -65,23 +66,27 @@ SNDFILE* openToRead(const char* in_szFileName, SF_INFO& out_info, std::string& o
     return pFile;
 }
 
-// Many files at a time, and one that fails once more, alone. What can be read only once, or keeps its reader waiting,
-// is opened once and keeps nobody else waiting; its reason may be another's.
-SNDFILE* openAmongOthers(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
+bool isRegularFile(const char* in_szFileName)
 {
     struct stat status = {};
-    const bool bOnce =
-        in_szFileName == std::string_view("-") || (stat(in_szFileName, &status) == 0 && !S_ISREG(status.st_mode));
-    if (bOnce)
-        return openToRead(in_szFileName, out_info, out_strError);
+    return stat(in_szFileName, &status) != 0 || S_ISREG(status.st_mode);
+}
+
+// Many files at a time, and one that fails once more, alone. What can be read only once is not opened again; its
+// reason, and that of a file while another thread waits for a pipe's writer, may be another's.
+SNDFILE* openAmongOthers(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
+{
+    constexpr std::chrono::seconds patience(1);
     {
-        const std::shared_lock<std::shared_mutex> lock(openings());
+        const std::shared_lock<std::shared_timed_mutex> lock(openings());
         SNDFILE* const pFile = openToRead(in_szFileName, out_info, out_strError);
-        if (pFile != nullptr)
+        if (pFile != nullptr || in_szFileName == std::string_view("-"))
             return pFile;
     }
-    const std::unique_lock<std::shared_mutex> lock(openings());
-    return openToRead(in_szFileName, out_info, out_strError);
+    if (!isRegularFile(in_szFileName))
+        return nullptr;
+    const std::unique_lock<std::shared_timed_mutex> lock(openings(), patience);
+    return lock.owns_lock() ? openToRead(in_szFileName, out_info, out_strError) : nullptr;
 }
 
 // What libsndfile says, without the full stop that it puts behind the system's words.
