@@ -31,7 +31,7 @@ def compute(index, shards, parts, extension, options):
     finished.unlink(missing_ok=True)
     done = subprocess.run(command, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, errors="replace")
     # 1: done, but for some recordings that cannot be read. They are named in the file of failures.
-    if done.returncode not in (0, 1):
+    if done.returncode not in (0, 1) or not part.exists():  # none when no recording of all can be read
         time.sleep(1)  # what was in the way may be gone when Dask tries again
         raise RuntimeError(f"shard {index} of {shards} ends with {done.returncode}: {done.stderr}")
     finished.write_text(repr(command))

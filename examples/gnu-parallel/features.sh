@@ -30,7 +30,7 @@ shard='
     [ "$(cat "$part.done" 2>/dev/null)" != "$command" ] || exit 0
     rm -f "$part.done"
     corvana features --shard "$number/$shards" --resume --jobs 1 --failures "$part.failures.csv" --progress never \
-        -o "$part" "$@" || [ $? -eq 1 ] || exit 2
+        -o "$part" "$@" || [ $? -eq 1 ] && [ -e "$part" ] || exit 2
     echo "$command" >"$part.done"'
 
 seq "$shards" | parallel --quote -I '{shard}' --jobs 100% --retries 3 --joblog "$parts/joblog" \
