@@ -22,6 +22,7 @@
 #include "tools/Messages.h"
 #include "tools/RegionType.h"
 #include "tools/ShellCompletion.h"
+#include "tools/TableSettings.h"
 #include "tools/Text.h"
 
 #include <CLI/CLI.hpp>
@@ -412,13 +413,13 @@ private:
 
     static CommandFeatures::Shard readShard(const std::string& in_strText)
     {
-        constexpr unsigned long uiMaxNbOfShards = 1000000000; // its square is a number too
         const std::size_t uiSlash = in_strText.find('/');
         CommandFeatures::Shard shard;
         shard.m_bGiven = true;
-        if (uiSlash == std::string::npos || !parseNumber(in_strText.substr(0, uiSlash), shard.m_uiNumber) ||
+        if (in_strText.find(' ') != std::string::npos || uiSlash == std::string::npos ||
+            !parseNumber(in_strText.substr(0, uiSlash), shard.m_uiNumber) ||
             !parseNumber(in_strText.substr(uiSlash + 1), shard.m_uiNbOfShards) || shard.m_uiNumber == 0 ||
-            shard.m_uiNumber > shard.m_uiNbOfShards || shard.m_uiNbOfShards > uiMaxNbOfShards)
+            shard.m_uiNumber > shard.m_uiNbOfShards || shard.m_uiNbOfShards > s_uiMaxNbOfShards)
             throw CLI::ValidationError("--shard", "wants I/N, the number of a part, from 1, and the number of parts, "
                                                   "such as 2/7, not " +
                                                       inQuotes(in_strText));
