@@ -11,6 +11,8 @@
 #include <tbb/task_scheduler_observer.h>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace Corvana::Tools {
 namespace {
@@ -95,25 +97,31 @@ void InOrder::runInThreads(std::size_t in_uiBegin, std::size_t in_uiEnd, const M
         }
         return uiNext++;
     };
+    // Items in flight are consecutive, so each has a place to itself. Results do not travel through the pipeline, which
+    // would lose them when an exception ends it.
+    std::vector<std::unique_ptr<Result>> vResults(getMaxNbInFlight());
+    const auto resultOf = [&](std::size_t in_uiItem) -> std::unique_ptr<Result>& {
+        return vResults[in_uiItem % vResults.size()];
+    };
     const auto work = [&](std::size_t in_uiItem) {
-        Numbered numbered{in_uiItem, nullptr};
         if (m_bStopped)
-            return numbered;
+            return in_uiItem;
         std::unique_ptr<Worker>& pWorker = workers.local();
         if (pWorker == nullptr)
             pWorker = in_makeWorker();
-        numbered.m_pResult = pWorker->work(in_uiItem);
-        return numbered;
+        resultOf(in_uiItem) = pWorker->work(in_uiItem);
+        return in_uiItem;
     };
-    const auto take = [&](const Numbered& in_numbered) {
-        if (!m_bStopped && !in_take(in_numbered.m_uiItem, *in_numbered.m_pResult))
+    const auto take = [&](std::size_t in_uiItem) {
+        const std::unique_ptr<Result> pResult = std::move(resultOf(in_uiItem));
+        if (!m_bStopped && !in_take(in_uiItem, *pResult))
             m_bStopped = true;
     };
     arena.execute([&] {
         tbb::parallel_pipeline(getMaxNbInFlight(),
                                tbb::make_filter<void, std::size_t>(tbb::filter_mode::serial_in_order, next) &
-                                   tbb::make_filter<std::size_t, Numbered>(tbb::filter_mode::parallel, work) &
-                                   tbb::make_filter<Numbered, void>(tbb::filter_mode::serial_in_order, take));
+                                   tbb::make_filter<std::size_t, std::size_t>(tbb::filter_mode::parallel, work) &
+                                   tbb::make_filter<std::size_t, void>(tbb::filter_mode::serial_in_order, take));
     });
 }
 
