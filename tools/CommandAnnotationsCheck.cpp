@@ -189,7 +189,7 @@ private:
 // Files are mended one at a time: what is left of an edit that a signal ends has one place to be removed from.
 unsigned long nbOfJobs(const CommandAnnotationsCheck::Options& in_options)
 {
-    return in_options.m_bFix ? 1 : in_options.m_uiNbOfJobs;
+    return in_options.m_bFix ? 1 : in_options.m_run.m_uiNbOfJobs;
 }
 
 } // namespace
@@ -202,31 +202,32 @@ int CommandAnnotationsCheck::run(const Options& in_options, std::ostream& out_da
         messages.error("no recording given: name at least one, or a list of them with --list FILE");
         return EXIT_UNUSABLE;
     }
+    const std::vector<Input> vInputs =
+        collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, messageOptions, messages);
+    FileRun fileRun(messageOptions, in_options.m_run, vInputs, in_options.m_vLists, messages, out_messages);
+    if (!fileRun.isUsable())
+        return EXIT_UNUSABLE;
     JsonArray json(out_data);
     int iExitCode = EXIT_DONE;
     const auto take = [&](const Input& in_input, const Report& in_report) {
-        if (!in_report.m_strFault.empty())
-            messages.inputError(in_input.m_strPath, in_report.m_strFault);
-        else if (in_options.m_bJson)
+        if (in_options.m_bJson)
             json.add(toJson(in_report, in_options));
         else
             writeText(in_report, in_options.m_bDryRun, out_data);
         if (!in_report.m_strMendingFault.empty())
             messages.inputError(in_input.m_strPath, "not mended: " + in_report.m_strMendingFault);
-        if (!in_report.m_strFault.empty() || isFaulty(in_report.m_checker))
+        if (isFaulty(in_report.m_checker))
             iExitCode = EXIT_SOME_FAILED;
         return true;
     };
-    const std::vector<Input> vInputs =
-        collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, messageOptions, messages);
     FilesInOrder<Report>(messageOptions, nbOfJobs(in_options), messages)
         .run(
-            vInputs,
+            vInputs, fileRun,
             [&](const Input& in_input, LogBridge& inout_log) { return examine(in_input, in_options, inout_log); },
             take);
     if (in_options.m_bJson)
         json.end();
-    return iExitCode;
+    return fileRun.finish(iExitCode);
 }
 
 } // namespace Corvana::Tools

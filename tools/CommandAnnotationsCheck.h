@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/FileRun.h"
 #include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 
@@ -19,7 +20,7 @@ struct CommandAnnotationsCheck
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists; ///< files with one recording a line
         FolderOptions m_folders;
-        unsigned long m_uiNbOfJobs = 0; ///< files at a time; 0: one for each processor
+        FileRunOptions m_run;
         bool m_bJson = false;
         bool m_bFix = false;    ///< mend what can be, before telling what is left
         bool m_bDryRun = false; ///< only tell what would be mended

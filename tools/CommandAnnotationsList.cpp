@@ -33,6 +33,7 @@ public:
     Listing(const CommandAnnotationsList::Options& in_options, std::ostream& out_data, std::ostream& out_messages)
         : m_options(in_options)
         , m_data(out_data)
+        , m_messageStream(out_messages)
         , m_messages(out_messages, in_options.m_messages.m_bQuiet)
     {
     }
@@ -51,10 +52,17 @@ public:
                              " holds the regions of one file; 'corvana annotations export' makes one for each");
             return EXIT_UNUSABLE;
         }
+        FileRun fileRun(m_options.m_messages, m_options.m_run, vInputs, m_options.m_vLists, m_messages,
+                        m_messageStream);
+        if (!fileRun.isUsable())
+            return EXIT_UNUSABLE;
         begin();
-        listAll(vInputs);
+        listAll(vInputs, fileRun);
         end();
-        return m_uiNbOfFailures == 0 ? EXIT_DONE : EXIT_SOME_FAILED;
+        if (fileRun.getNbOfFailures() > 0 && !fileRun.isGivenUp() && vInputs.size() > 1)
+            m_messages.note(std::to_string(fileRun.getNbOfFailures()) + " of " + counted(vInputs.size(), "file") +
+                            " failed");
+        return fileRun.finish(EXIT_DONE);
     }
 
 private:
@@ -82,20 +90,13 @@ private:
         return found;
     }
 
-    void listAll(const std::vector<Input>& in_vInputs)
+    void listAll(const std::vector<Input>& in_vInputs, FileRun& inout_run)
     {
-        FilesInOrder<Found>(m_options.m_messages, m_options.m_uiNbOfJobs, m_messages)
-            .run(in_vInputs, examine, [this](const Input& in_input, const Found& in_found) {
-                if (in_found.m_strFault.empty()) {
-                    write(in_input.m_strPath, in_found.m_file);
-                } else {
-                    m_messages.inputError(in_input.m_strPath, in_found.m_strFault);
-                    ++m_uiNbOfFailures;
-                }
+        FilesInOrder<Found>(m_options.m_messages, m_options.m_run.m_uiNbOfJobs, m_messages)
+            .run(in_vInputs, inout_run, examine, [this](const Input& in_input, const Found& in_found) {
+                write(in_input.m_strPath, in_found.m_file);
                 return m_data.good();
             });
-        if (m_uiNbOfFailures > 0 && in_vInputs.size() > 1)
-            m_messages.note(std::to_string(m_uiNbOfFailures) + " of " + counted(in_vInputs.size(), "file") + " failed");
     }
 
     void write(const std::string& in_strPath, const Audio::AnnotatedFile& in_file)
@@ -175,10 +176,10 @@ private:
 
     const CommandAnnotationsList::Options& m_options;
     std::ostream& m_data;
+    std::ostream& m_messageStream;
     Messages m_messages;
     bool m_bSeveral = false;
     std::size_t m_uiNbOfWritten = 0;
-    std::size_t m_uiNbOfFailures = 0;
 };
 
 } // namespace

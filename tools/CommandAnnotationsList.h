@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/FileRun.h"
 #include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 #include "tools/RegionFormat.h"
@@ -20,7 +21,7 @@ struct CommandAnnotationsList
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists; ///< files with one recording a line
         FolderOptions m_folders;
-        unsigned long m_uiNbOfJobs = 0;       ///< files at a time; 0: one for each processor
+        FileRunOptions m_run;
         std::optional<RegionFormat> m_format; ///< none: a table for people
         MessageOptions m_messages;
     };

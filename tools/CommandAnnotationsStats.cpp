@@ -166,20 +166,20 @@ int CommandAnnotationsStats::run(const Options& in_options, std::ostream& out_da
         messages.error("no recording given: name at least one, or a list of them with --list FILE");
         return EXIT_UNUSABLE;
     }
-    Statistics statistics;
-    int iExitCode = EXIT_DONE;
-    const auto take = [&](const Input& in_input, const Found& in_found) {
-        if (in_found.m_strFault.empty()) {
-            statistics.addFile(in_found.m_file);
-        } else {
-            messages.inputError(in_input.m_strPath, in_found.m_strFault);
-            iExitCode = EXIT_SOME_FAILED;
-        }
-        return true;
-    };
     const std::vector<Input> vInputs =
         collectInputs(in_options.m_vFiles, in_options.m_vLists, in_options.m_folders, in_options.m_messages, messages);
-    FilesInOrder<Found>(in_options.m_messages, in_options.m_uiNbOfJobs, messages).run(vInputs, examine, take);
+    FileRun fileRun(in_options.m_messages, in_options.m_run, vInputs, in_options.m_vLists, messages, out_messages);
+    if (!fileRun.isUsable())
+        return EXIT_UNUSABLE;
+    Statistics statistics;
+    FilesInOrder<Found>(in_options.m_messages, in_options.m_run.m_uiNbOfJobs, messages)
+        .run(vInputs, fileRun, examine, [&](const Input&, const Found& in_found) {
+            statistics.addFile(in_found.m_file);
+            return true;
+        });
+    const int iExitCode = fileRun.finish(EXIT_DONE);
+    if (fileRun.isGivenUp())
+        return iExitCode;
     if (in_options.m_format == Format::CSV)
         statistics.writeCsv(out_data);
     else if (in_options.m_format == Format::JSON)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/FileRun.h"
 #include "tools/InputList.h"
 #include "tools/MessageOptions.h"
 
@@ -25,7 +26,7 @@ struct CommandAnnotationsStats
         std::vector<std::string> m_vFiles;
         std::vector<std::string> m_vLists;
         FolderOptions m_folders;
-        unsigned long m_uiNbOfJobs = 0; ///< files at a time; 0: one for each processor
+        FileRunOptions m_run;
         Format m_format = Format::TABLE;
         MessageOptions m_messages;
     };

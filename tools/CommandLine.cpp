@@ -356,7 +356,7 @@ private:
                                      const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
             return add(in_strName, in_strHelp, in_szFooter, std::move(in_run));
         };
-        addMergeCommand({addPlain, m_data, m_messageStream});
+        addMergeCommand({addPlain, m_data, m_messageStream, m_terminals});
     }
 
     void addPictures()
@@ -365,8 +365,8 @@ private:
                                      const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
             return add(in_strName, in_strHelp, in_szFooter, std::move(in_run));
         };
-        addPlotCommand({addPlain, m_data, m_messageStream}, m_terminals);
-        addReportCommand({addPlain, m_data, m_messageStream}, m_terminals);
+        addPlotCommand({addPlain, m_data, m_messageStream, m_terminals}, m_terminals);
+        addReportCommand({addPlain, m_data, m_messageStream, m_terminals}, m_terminals);
     }
 
     void addAnnotations()
@@ -378,7 +378,7 @@ private:
                                                     const char* in_szFooter, std::function<int()> in_run) -> CLI::App& {
             return addTo(annotations, in_strName, in_strHelp, in_szFooter, std::move(in_run));
         };
-        addAnnotationCommands({addNested, m_data, m_messageStream});
+        addAnnotationCommands({addNested, m_data, m_messageStream, m_terminals});
     }
 
     // What `features` and `eval` share.
@@ -402,13 +402,11 @@ private:
         addText(inout_command, "--shard", "I/N",
                 "Only the I-th of N equal parts of all recordings, for 'corvana merge'",
                 [&out_options](const std::string& in_strText) { out_options.m_shard = readShard(in_strText); });
-        addFileName(inout_command, "--failures", "Write the recordings that failed to FILE, with the reasons, as CSV",
-                    out_options.m_strFailures);
+        addFailureOptions(inout_command, out_options.m_strFailures, out_options.m_bFailFast);
         inout_command.add_flag("--sidecar", out_options.m_bDescription,
                                "Describe the table in OUT.json beside it: configuration, columns, inputs");
         inout_command.add_flag("--resume", out_options.m_bResume,
                                "Go on where a run of the same command was stopped or killed; from the first run on");
-        inout_command.add_flag("--fail-fast", out_options.m_bFailFast, "Stop at the first recording that fails");
     }
 
     static CommandFeatures::Shard readShard(const std::string& in_strText)

@@ -103,7 +103,8 @@ void addList(const AnnotationCommandLine& in_commandLine)
                                                            s_szListFooter, pOptions);
     addFiles(command, "FILE", "Recordings", pOptions->m_vFiles);
     addLists(command, pOptions->m_vLists, pOptions->m_folders);
-    addJobs(command, pOptions->m_uiNbOfJobs);
+    addFileRunOptions(command, pOptions->m_run);
+    pOptions->m_run.m_bStatusLine = in_commandLine.m_terminals.m_bMessages && !in_commandLine.m_terminals.m_bData;
     addWord<std::optional<RegionFormat>>(command, "--format", "How regions are written (default: table)",
                                          {{"table", std::nullopt},
                                           {"csv", RegionFormat::CSV},

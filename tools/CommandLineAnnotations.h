@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/CommandLine.h"
+
 #include <functional>
 #include <ostream>
 #include <string>
@@ -21,6 +23,7 @@ struct AnnotationCommandLine
         m_add;
     std::ostream& m_data;
     std::ostream& m_messages;
+    Terminals m_terminals;
 };
 
 /// Adds all commands, in the order in which the help shows them. Groups of commands that stand in source files of their

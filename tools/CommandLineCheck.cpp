@@ -34,7 +34,8 @@ void addCheckCommand(const AnnotationCommandLine& in_commandLine)
     });
     command.add_option("FILE", pOptions->m_vFiles, "Recordings")->type_name("");
     addLists(command, pOptions->m_vLists, pOptions->m_folders);
-    addJobs(command, pOptions->m_uiNbOfJobs);
+    addFileRunOptions(command, pOptions->m_run);
+    pOptions->m_run.m_bStatusLine = in_commandLine.m_terminals.m_bMessages && !in_commandLine.m_terminals.m_bData;
     command.add_flag("--json", pOptions->m_bJson, "As a JSON array");
     CLI::Option* pFix = command.add_flag("--fix", pOptions->m_bFix, "Mend what can be mended without a loss");
     command.add_flag("-n,--dry-run", pOptions->m_bDryRun, "With --fix: only tell what would be mended")->needs(pFix);

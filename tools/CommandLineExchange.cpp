@@ -176,7 +176,8 @@ void addStats(const AnnotationCommandLine& in_commandLine)
         in_commandLine, "stats", "Counts regions and their seconds by type", s_szStatsFooter, pOptions);
     command.add_option("FILE", pOptions->m_vFiles, "Recordings")->type_name("");
     addLists(command, pOptions->m_vLists, pOptions->m_folders);
-    addJobs(command, pOptions->m_uiNbOfJobs);
+    addFileRunOptions(command, pOptions->m_run);
+    pOptions->m_run.m_bStatusLine = in_commandLine.m_terminals.m_bMessages;
     addWord<Format>(command, "--format", "How the counts are written (default: table)",
                     {{"table", Format::TABLE}, {"csv", Format::CSV}, {"json", Format::JSON}}, pOptions->m_format);
     addMessageOptions(command, pOptions->m_messages);

@@ -71,6 +71,20 @@ void addJobs(CLI::App& inout_app, unsigned long& out_uiNbOfJobs)
               s_uiMaxJobs, out_uiNbOfJobs);
 }
 
+void addFailureOptions(CLI::App& inout_app, std::string& out_strFailures, bool& out_bFailFast)
+{
+    addFileName(inout_app, "--failures", "Write the recordings that failed to FILE, with the reasons, as CSV",
+                out_strFailures);
+    inout_app.add_flag("--fail-fast", out_bFailFast, "Stop at the first recording that fails");
+}
+
+void addFileRunOptions(CLI::App& inout_app, FileRunOptions& out_options)
+{
+    addJobs(inout_app, out_options.m_uiNbOfJobs);
+    addFailureOptions(inout_app, out_options.m_strFailures, out_options.m_bFailFast);
+    addProgressOption(inout_app, out_options.m_progress, true);
+}
+
 void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options)
 {
     inout_command.add_flag("-q,--quiet", out_options.m_bQuiet, "Errors only: no progress, warnings or notes");

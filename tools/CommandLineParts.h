@@ -3,6 +3,7 @@
 
 #include "tools/AnnotationEdit.h"
 #include "tools/CommandDescription.h"
+#include "tools/FileRun.h"
 #include "tools/MessageOptions.h"
 #include "tools/Progress.h"
 #include "tools/RecordingAnalysis.h"
@@ -63,6 +64,10 @@ void addFileName(CLI::App& inout_app, const std::string& in_strNames, const std:
 void addLists(CLI::App& inout_app, std::vector<std::string>& out_vLists, FolderOptions& out_folders);
 /// --jobs N.
 void addJobs(CLI::App& inout_app, unsigned long& out_uiNbOfJobs);
+/// --failures FILE and --fail-fast.
+void addFailureOptions(CLI::App& inout_app, std::string& out_strFailures, bool& out_bFailFast);
+/// What all commands share that go through many files: --jobs, --failures, --fail-fast, --progress.
+void addFileRunOptions(CLI::App& inout_app, FileRunOptions& out_options);
 /// --quiet, --verbose, --log-level.
 void addMessageOptions(CLI::App& inout_command, MessageOptions& out_options);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/FileRun.h"
 #include "tools/InOrder.h"
 #include "tools/InputList.h"
 #include "tools/LogBridge.h"
@@ -17,18 +18,18 @@
 namespace Corvana::Tools {
 
 /// Examines files in several threads, and takes what was found in the order of the files. What the libraries log about
-/// a file becomes messages right before it is taken.
+/// a file becomes messages right before it is taken. FoundT has m_strFault, the reason of a file that failed.
 template <class FoundT>
 class FilesInOrder
 {
 public:
     /// Called in any thread.
     using Examine = std::function<FoundT(const Input& in_file, LogBridge& inout_log)>;
-    /// Called for one file at a time. False: nothing more is to be done.
+    /// Called for one file at a time, when it did not fail. False: nothing more is to be done.
     using Take = std::function<bool(const Input& in_file, FoundT& inout_found)>;
 
-    /// in_uiNbOfJobs: 0 for one for each processor. Where more than warnings is shown there is one, so that the lines
-    /// of the log come while things happen.
+    /// Where more than warnings is shown, files are examined one by one, so that the lines of the log come while things
+    /// happen.
     FilesInOrder(const MessageOptions& in_options, unsigned long in_uiNbOfJobs, Messages& out_messages)
         : m_options(in_options)
         , m_inOrder(in_options.m_iLogLevel < LOG_WARN ? 1
@@ -39,7 +40,7 @@ public:
     }
 
     /// No LogBridge of the caller's thread may exist meanwhile: each message would come twice.
-    void run(const std::vector<Input>& in_vFiles, const Examine& in_examine, const Take& in_take)
+    void run(const std::vector<Input>& in_vFiles, FileRun& inout_run, const Examine& in_examine, const Take& in_take)
     {
         m_inOrder.run(
             0, in_vFiles.size(), [&] { return std::make_unique<Worker>(m_options, in_vFiles, in_examine); },
@@ -47,7 +48,10 @@ public:
                 auto& result = static_cast<Result&>(inout_result);
                 if (!result.m_strMessages.empty())
                     m_messages.plain(result.m_strMessages);
-                return in_take(in_vFiles[in_uiFile], result.m_found);
+                const Input& file = in_vFiles[in_uiFile];
+                if (result.m_found.m_strFault.empty() && !in_take(file, result.m_found))
+                    return false;
+                return inout_run.end(file, result.m_found.m_strFault);
             });
     }
 

@@ -83,9 +83,14 @@ std::string Progress::text(double in_dFraction, double in_dAudioSeconds, double 
         return durationText(in_dAudioSeconds) + " of audio" + filesText() + ", " +
                speedText(in_dAudioSeconds, in_dElapsed);
     const double dLeft = secondsLeft(in_dFraction, in_dElapsed);
-    return fixedText(100.0 * std::clamp(in_dFraction, 0.0, 1.0), 0) + "%" + filesText() + ", " +
-           speedText(in_dAudioSeconds, in_dElapsed) + ", " +
+    return fixedText(100.0 * std::clamp(in_dFraction, 0.0, 1.0), 0) + "%" + filesText() +
+           speedPart(in_dAudioSeconds, in_dElapsed) + ", " +
            durationText(static_cast<double>(static_cast<unsigned long>(dLeft + 0.5))) + " left";
+}
+
+std::string Progress::speedPart(double in_dAudioSeconds, double in_dElapsed)
+{
+    return in_dAudioSeconds < 0.0 ? std::string() : ", " + speedText(in_dAudioSeconds, in_dElapsed);
 }
 
 std::string Progress::filesText() const
@@ -107,7 +112,7 @@ std::string Progress::json(double in_dFraction, double in_dAudioSeconds, const s
                        {"files_done", m_uiNbDone},
                        {"files_failed", m_uiNbOfFailures},
                        {"fraction", bKnown ? Json(rounded(std::min(in_dFraction, 1.0))) : Json()},
-                       {"audio_seconds", rounded(in_dAudioSeconds)},
+                       {"audio_seconds", in_dAudioSeconds < 0.0 ? Json() : Json(rounded(in_dAudioSeconds))},
                        {"elapsed_seconds", rounded(dElapsed)},
                        {"seconds_left", bKnown ? Json(rounded(secondsLeft(in_dFraction, dElapsed))) : Json()},
                        {"file", in_strItem.empty() ? Json() : Json(in_strItem)},
@@ -148,8 +153,11 @@ void Progress::finish(double in_dAudioSeconds)
     if (m_mode != ProgressMode::ALWAYS)
         return;
     const double dElapsed = m_clock() - m_dStart;
-    m_stream << "corvana: " << durationText(in_dAudioSeconds) << " of audio" << filesText() << " in "
-             << durationText(dElapsed) << ", " << speedText(in_dAudioSeconds, dElapsed) << '\n'
+    const std::string strWhat = in_dAudioSeconds < 0.0
+                                    ? std::to_string(m_uiNbDone) + "/" + std::to_string(m_uiNbOfFiles) + " files"
+                                    : durationText(in_dAudioSeconds) + " of audio" + filesText();
+    m_stream << "corvana: " << strWhat << " in " << durationText(dElapsed) << speedPart(in_dAudioSeconds, dElapsed)
+             << '\n'
              << std::flush;
 }
 

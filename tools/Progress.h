@@ -29,7 +29,7 @@ public:
     /// Whether anything will ever be shown: otherwise callers may save themselves the figures.
     virtual bool isShown() const = 0;
     /// in_dFraction: the part of all work done, 0 to 1, or negative when the end is not known;
-    /// in_dAudioSeconds: the audio read so far; in_strItem: what is being worked on.
+    /// in_dAudioSeconds: the audio read so far, negative when none is read; in_strItem: what is being worked on.
     virtual void update(double in_dFraction, double in_dAudioSeconds, const std::string& in_strItem) = 0;
 };
 
@@ -58,6 +58,7 @@ private:
     void show(const std::string& in_strText);
     std::string text(double in_dFraction, double in_dAudioSeconds, double in_dElapsed) const;
     std::string filesText() const;
+    static std::string speedPart(double in_dAudioSeconds, double in_dElapsed);
     std::string json(double in_dFraction, double in_dAudioSeconds, const std::string& in_strItem,
                      bool in_bFinished) const;
 

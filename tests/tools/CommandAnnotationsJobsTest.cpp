@@ -51,6 +51,55 @@ INSTANTIATE_TEST_SUITE_P(Commands, CommandAnnotationsJobsTest,
                                          std::vector<std::string>{"list", "--format", "csv"},
                                          std::vector<std::string>{"list", "--format", "json"}));
 
+TEST_F(CommandAnnotationsJobsTest, ListsWhatFailedAndWhy)
+{
+    for (const char* szCommand : {"stats", "list"}) {
+        const std::string strFailures = m_dir.file("failures.csv");
+        EXPECT_EQ(annotations({szCommand, "-r", m_dir.file("calls"), "--failures", strFailures}), EXIT_SOME_FAILED);
+        std::ifstream stream(strFailures);
+        std::vector<std::string> vLines;
+        for (std::string strLine; std::getline(stream, strLine);)
+            vLines.push_back(strLine);
+        ASSERT_EQ(vLines.size(), 9U);
+        EXPECT_EQ(vLines[0], "file,reason");
+        EXPECT_THAT(vLines[1], testing::StartsWith(m_dir.file("calls/inner/17.wav") + ","));
+    }
+}
+
+TEST_F(CommandAnnotationsJobsTest, NeverWritesFailuresOverARecordingOrTheResults)
+{
+    const std::string strRecording = m_dir.file("calls/0.wav");
+    const auto uiSize = std::filesystem::file_size(strRecording);
+    EXPECT_EQ(annotations({"stats", strRecording, "--failures", strRecording}), EXIT_UNUSABLE);
+    EXPECT_THAT(m_messages.str(), HasSubstr("is both read and written"));
+    EXPECT_EQ(std::filesystem::file_size(strRecording), uiSize);
+    EXPECT_EQ(annotations({"stats", strRecording, "--failures", "-"}), EXIT_UNUSABLE);
+    EXPECT_EQ(m_messages.str(), "corvana: --failures wants a file: standard output is for the results\n");
+}
+
+TEST_F(CommandAnnotationsJobsTest, StopsAtTheFirstFailureWhenAsked)
+{
+    EXPECT_EQ(annotations({"stats", "-r", m_dir.file("calls"), "--fail-fast"}), EXIT_SOME_FAILED);
+
+    EXPECT_EQ(m_data.str(), "");
+    EXPECT_THAT(m_messages.str(), HasSubstr("calls/inner/17.wav"));
+    EXPECT_THAT(m_messages.str(), testing::Not(HasSubstr("calls/inner/27.wav")));
+    EXPECT_THAT(m_messages.str(), HasSubstr("stopped at the first recording that failed"));
+}
+
+TEST_F(CommandAnnotationsJobsTest, TellsProgramsHowFarItIs)
+{
+    EXPECT_EQ(annotations({"stats", "-r", m_dir.file("calls"), "--progress", "json"}), EXIT_SOME_FAILED);
+
+    const std::string strMessages = m_messages.str();
+    const nlohmann::json last = nlohmann::json::parse(strMessages.substr(strMessages.rfind('{')));
+    EXPECT_EQ(last["files"], 40);
+    EXPECT_EQ(last["files_done"], 40);
+    EXPECT_EQ(last["files_failed"], 8);
+    EXPECT_EQ(last["audio_seconds"], nlohmann::json());
+    EXPECT_EQ(last["finished"], true);
+}
+
 TEST_F(CommandAnnotationsJobsTest, ListsAFolderOfOneRecordingAsSeveral)
 {
     std::filesystem::create_directory(m_dir.file("one"));

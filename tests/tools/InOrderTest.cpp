@@ -211,7 +211,7 @@ void runWithRoomFor(std::size_t in_uiNbOfBytes)
     _exit(EXIT_DONE);
 }
 
-TEST(InOrderMemoryTest, EndsInGoodOrderWhereverMemoryRunsOut)
+TEST(InOrderMemoryDeathTest, EndsInGoodOrderWhereverMemoryRunsOut)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need more memory than anyone may be refused";

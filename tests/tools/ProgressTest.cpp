@@ -66,6 +66,20 @@ TEST_F(ProgressTest, TellsNoTimeLeftWhenTheEndIsUnknown)
     EXPECT_EQ(taken(), "\r3 s of audio, 1.5 x real time  -\033[K");
 }
 
+TEST_F(ProgressTest, TellsNoSpeedWhereNoAudioIsRead)
+{
+    Progress progress = make(ProgressMode::ALWAYS, false);
+    progress.setFiles(4, 1, 0);
+    m_dNow += 2.0;
+
+    progress.update(0.25, -1.0, "a.wav");
+    m_dNow += 6.0;
+    progress.setFiles(4, 4, 1);
+    progress.finish(-1.0);
+
+    EXPECT_EQ(m_stream.str(), "corvana: 25%, 1/4 files, 6 s left  a.wav\ncorvana: 4/4 files in 8 s\n");
+}
+
 TEST_F(ProgressTest, StaysAwayFromOtherThanTerminals)
 {
     Progress progress = make(ProgressMode::AUTO, false);

@@ -21,19 +21,19 @@ void fail(const ExceptionT& in_exception) noexcept
     std::rethrow_exception(std::make_exception_ptr(in_exception));
 }
 
-TEST(TerminationTest, SaysThatThereIsNoRoomForAThread)
+TEST(TerminationDeathTest, SaysThatThereIsNoRoomForAThread)
 {
     const std::runtime_error refused("pthread_create has failed: Resource temporarily unavailable");
     EXPECT_EXIT(fail(refused), testing::ExitedWithCode(EXIT_UNUSABLE),
                 "^corvana: the system has no room for so many threads; give a smaller number with --jobs");
 }
 
-TEST(TerminationTest, SaysThatThereIsNoMemory)
+TEST(TerminationDeathTest, SaysThatThereIsNoMemory)
 {
     EXPECT_EXIT(fail(std::bad_alloc()), testing::ExitedWithCode(EXIT_UNUSABLE), "^corvana: out of memory");
 }
 
-TEST(TerminationTest, LeavesMistakesOfTheProgramToTheDebugger)
+TEST(TerminationDeathTest, LeavesMistakesOfTheProgramToTheDebugger)
 {
     EXPECT_EXIT(fail(std::logic_error("a mistake")), testing::KilledBySignal(SIGABRT), "");
     EXPECT_EXIT(fail(std::runtime_error("a mistake")), testing::KilledBySignal(SIGABRT), "");
