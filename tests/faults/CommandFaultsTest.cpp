@@ -69,7 +69,7 @@ std::vector<FaultyCommand> commands()
         {"FeaturesIntoAPipe", {"features", "-f", "silenceratio", "@/a.wav"}, "", true},
         {"FeaturesIntoANewFile", {"features", "--jobs", "1", "-o", "@/new.csv", "@/a.wav", "@/b.wav"}},
         {"FeaturesOverAFormerFile", {"features", "--format", "jsonl", "-o", "@/former.csv", "@/a.wav"}},
-        {"FeaturesOfAList", {"features", "--labels", "--window-ms", "8", "--list", "@/list.txt"}},
+        {"FeaturesOfAList", {"features", "--jobs", "1", "--labels", "--window-ms", "8", "--list", "@/list.txt"}},
         {"FeaturesOfStandardInput", {"features", "-"}, "a.wav"},
         {"FeaturesOfAPipe", {"features", "--expr", "n=mean(x)", "-"}, "a.wav", false, true},
         {"FeaturesWithSavedSettings", {"features", "--save-config", "@/settings.xml", "@/a.wav"}},
@@ -455,7 +455,8 @@ TEST_P(KilledRun, LeavesTheOldOrTheNewFiles)
 INSTANTIATE_TEST_SUITE_P(
     Of, KilledRun,
     testing::Values(FaultyCommand{"FeaturesIntoANewFile", {"features", "-o", "@/new.csv", "@/a.wav"}},
-                    FaultyCommand{"FeaturesOverAFormerFile", {"features", "-o", "@/former.csv", "@/a.wav", "@/b.wav"}},
+                    FaultyCommand{"FeaturesOverAFormerFile",
+                                  {"features", "--jobs", "1", "-o", "@/former.csv", "@/a.wav", "@/b.wav"}},
                     FaultyCommand{"Merge", {"annotations", "merge", "@/a.wav", "@/b.wav"}},
                     FaultyCommand{"ExportIntoAFile", {"annotations", "export", "-o", "@/former.csv", "@/a.wav"}},
                     FaultyCommand{"Plot", {"plot", "--format", "png", "-o", "@/former.csv", "@/a.wav"}},
