@@ -3,21 +3,21 @@
 // the same recording computed within this process and written nowhere. Both are processor time, user and system. The
 // recording, an hour at 8 kHz, and the CSV file lie in memory.
 #include "BenchSupport.h"
+#include "ProgramRun.h"
 
 #include "corvana/AudioFeatureComputerImpl.h"
 #include "corvana/AudioWindowedFileReader.h"
 
 #include <sndfile.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Corvana::Bench {
@@ -68,14 +68,6 @@ const std::string& recording()
     return s_strPath;
 }
 
-double seconds(const rusage& in_usage)
-{
-    const auto of = [](const timeval& in_time) {
-        return static_cast<double>(in_time.tv_sec) + 1e-6 * static_cast<double>(in_time.tv_usec);
-    };
-    return of(in_usage.ru_utime) + of(in_usage.ru_stime);
-}
-
 // Negative when the command failed.
 double runCommand(const Analysis& in_analysis, const std::string& in_strTable)
 {
@@ -91,17 +83,7 @@ double runCommand(const Analysis& in_analysis, const std::string& in_strTable)
                                            recording()};
     for (const std::string& strFeature : in_analysis.m_vFeatures)
         vArguments.insert(vArguments.end(), {"--feature", strFeature});
-    std::vector<char*> vpArguments;
-    for (std::string& strArgument : vArguments)
-        vpArguments.push_back(strArgument.data());
-    vpArguments.push_back(nullptr);
-    pid_t pid = 0;
-    int iStatus = 0;
-    rusage usage = {};
-    if (posix_spawn(&pid, CORVANA_BENCH_PROGRAM, nullptr, nullptr, vpArguments.data(), environ) != 0 ||
-        wait4(pid, &iStatus, 0, &usage) != pid || iStatus != 0)
-        return -1.0;
-    return seconds(usage);
+    return runProgram(std::move(vArguments));
 }
 
 void command(benchmark::State& inout_state, const Analysis& in_analysis)

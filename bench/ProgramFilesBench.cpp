@@ -4,13 +4,12 @@
 // nowhere. Both are processor time, user and system, of one thread. The recordings lie in memory where the system has a
 // folder for that, each one a file of its own.
 #include "BenchSupport.h"
+#include "ProgramRun.h"
 
 #include "corvana/AudioFeatureComputerImpl.h"
 
 #include <sndfile.h>
-#include <spawn.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -18,6 +17,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Corvana::Bench {
@@ -88,14 +88,6 @@ std::string table()
     return recordings().file("table");
 }
 
-double seconds(const rusage& in_usage)
-{
-    const auto of = [](const timeval& in_time) {
-        return static_cast<double>(in_time.tv_sec) + 1e-6 * static_cast<double>(in_time.tv_usec);
-    };
-    return of(in_usage.ru_utime) + of(in_usage.ru_stime);
-}
-
 // Negative when the command failed.
 double runCommand(const char* in_szFormat, const char* in_szInputs, const std::string& in_strInputs)
 {
@@ -104,17 +96,7 @@ double runCommand(const char* in_szFormat, const char* in_szInputs, const std::s
         in_szFormat,           "--output", table(),   in_szInputs, in_strInputs};
     for (const char* szFeature : s_aszFeatures)
         vArguments.insert(vArguments.end(), {"--feature", szFeature});
-    std::vector<char*> vpArguments;
-    for (std::string& strArgument : vArguments)
-        vpArguments.push_back(strArgument.data());
-    vpArguments.push_back(nullptr);
-    pid_t pid = 0;
-    int iStatus = 0;
-    rusage usage = {};
-    if (posix_spawn(&pid, CORVANA_BENCH_PROGRAM, nullptr, nullptr, vpArguments.data(), environ) != 0 ||
-        wait4(pid, &iStatus, 0, &usage) != pid || iStatus != 0)
-        return -1.0;
-    return seconds(usage);
+    return runProgram(std::move(vArguments));
 }
 
 double runAnew(const char* in_szFormat, const char* in_szInputs, const char* in_szName)
