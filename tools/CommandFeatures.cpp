@@ -80,9 +80,8 @@ private:
     // Who wants to see rows or the log of the libraries at once has to see them in their order.
     unsigned long nbOfThreads() const
     {
-        if (m_options.m_bFlushRows || m_options.m_messages.m_iLogLevel < LOG_WARN)
-            return 1;
-        return m_options.m_uiNbOfJobs == 0 ? InOrder::defaultNbOfThreads() : m_options.m_uiNbOfJobs;
+        const bool bAtOnce = m_options.m_bFlushRows || m_options.m_messages.m_iLogLevel < LOG_WARN;
+        return bAtOnce ? 1 : m_options.m_uiNbOfJobs;
     }
 
     FeaturesTable::Options tableOptions() const
@@ -177,16 +176,19 @@ private:
         return strFault.empty() || refuse("cannot write: " + strFault);
     }
 
-    // Parts that differ by one input at most, whatever their number is.
     void chooseShard()
     {
-        const auto begin = [this](unsigned long in_uiShard) {
-            const std::size_t uiWhole = m_vInputs.size() / m_options.m_shard.m_uiNbOfShards;
-            const std::size_t uiRest = m_vInputs.size() % m_options.m_shard.m_uiNbOfShards;
-            return in_uiShard * uiWhole + in_uiShard * uiRest / m_options.m_shard.m_uiNbOfShards;
-        };
-        m_uiBegin = m_uiNext = begin(m_options.m_shard.m_uiNumber - 1);
-        m_uiEnd = begin(m_options.m_shard.m_uiNumber);
+        TableSettings part;
+        putShard(part);
+        m_uiBegin = m_uiNext = part.getFirstInput();
+        m_uiEnd = part.getEndOfInputs();
+    }
+
+    void putShard(TableSettings& inout_settings) const
+    {
+        inout_settings.m_uiShard = isSharded() ? m_options.m_shard.m_uiNumber : 0;
+        inout_settings.m_uiNbOfShards = isSharded() ? m_options.m_shard.m_uiNbOfShards : 0;
+        inout_settings.m_uiNbOfInputs = m_vInputs.size();
     }
 
     TableSettings settings() const
@@ -201,9 +203,7 @@ private:
         settings.m_bLabels = m_options.m_bLabels;
         settings.m_vFeatures = m_features.getDescriptions();
         settings.m_vFormulas = m_options.m_vFormulas;
-        settings.m_uiShard = isSharded() ? m_options.m_shard.m_uiNumber : 0;
-        settings.m_uiNbOfShards = isSharded() ? m_options.m_shard.m_uiNbOfShards : 0;
-        settings.m_uiNbOfInputs = m_vInputs.size();
+        putShard(settings);
         constexpr char cEnd = '\0';
         Checksum digest;
         for (const Input& input : m_vInputs) {

@@ -32,9 +32,7 @@ public:
     /// happen.
     FilesInOrder(const MessageOptions& in_options, unsigned long in_uiNbOfJobs, Messages& out_messages)
         : m_options(in_options)
-        , m_inOrder(in_options.m_iLogLevel < LOG_WARN ? 1
-                    : in_uiNbOfJobs == 0              ? InOrder::defaultNbOfThreads()
-                                                      : in_uiNbOfJobs)
+        , m_inOrder(in_options.m_iLogLevel < LOG_WARN ? 1 : in_uiNbOfJobs)
         , m_messages(out_messages)
     {
     }

@@ -48,9 +48,10 @@ struct Numbered
 
 } // namespace
 
-unsigned long InOrder::defaultNbOfThreads()
+InOrder::InOrder(unsigned long in_uiNbOfThreads)
+    : m_uiNbOfThreads(in_uiNbOfThreads == 0 ? static_cast<unsigned long>(std::max(1, tbb::info::default_concurrency()))
+                                            : in_uiNbOfThreads)
 {
-    return static_cast<unsigned long>(std::max(1, tbb::info::default_concurrency()));
 }
 
 std::size_t InOrder::getMaxNbInFlight() const

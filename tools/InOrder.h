@@ -38,13 +38,8 @@ public:
     /// Called for one item at a time, in order, by any thread. False: nothing more is to be done.
     using Take = std::function<bool(std::size_t in_uiItem, Result& inout_result)>;
 
-    /// The processors that this process may use; at least 1.
-    static unsigned long defaultNbOfThreads();
-
-    explicit InOrder(unsigned long in_uiNbOfThreads)
-        : m_uiNbOfThreads(in_uiNbOfThreads)
-    {
-    }
+    /// 0: one for each processor that this process may use.
+    explicit InOrder(unsigned long in_uiNbOfThreads);
 
     /// How many items are worked on, or wait to be taken, at most.
     std::size_t getMaxNbInFlight() const;

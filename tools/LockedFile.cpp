@@ -45,6 +45,12 @@ int openLocked(const std::string& in_strPath, unsigned in_uiModeOfNewFile)
     return -1;
 }
 
+std::string folderOf(const std::string& in_strPath)
+{
+    const std::size_t uiSlash = in_strPath.find_last_of('/');
+    return uiSlash == std::string::npos ? "./" : in_strPath.substr(0, uiSlash + 1);
+}
+
 bool isNameOf(const std::string& in_strPath, int in_iDescriptor)
 {
     struct stat named = {};

@@ -11,6 +11,9 @@ namespace Corvana::Tools {
 /// or another thing that is no file.
 int openLocked(const std::string& in_strPath, unsigned in_uiModeOfNewFile);
 
+/// The folder that a path's last name is in, with the slash behind it.
+std::string folderOf(const std::string& in_strPath);
+
 /// Whether the path names the very file that is open.
 bool isNameOf(const std::string& in_strPath, int in_iDescriptor);
 

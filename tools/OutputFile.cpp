@@ -3,6 +3,7 @@
 
 #include "corvana/NumberText.h"
 #include "corvana/OS.h"
+#include "tools/LockedFile.h"
 #include "tools/Text.h"
 
 #include <cerrno>
@@ -16,12 +17,6 @@
 
 namespace Corvana::Tools {
 namespace {
-
-std::string folderOf(const std::string& in_strPath)
-{
-    const std::size_t uiSlash = in_strPath.find_last_of('/');
-    return uiSlash == std::string::npos ? "." : in_strPath.substr(0, uiSlash + 1);
-}
 
 unsigned modeOfNewFiles()
 {
@@ -40,7 +35,7 @@ bool resolveLinks(std::string& inout_strPath)
         if (iLength < 0)
             return true; // not a link
         const std::string strTarget(acTarget, static_cast<std::size_t>(iLength));
-        inout_strPath = strTarget.starts_with('/') ? strTarget : folderOf(inout_strPath).append("/").append(strTarget);
+        inout_strPath = strTarget.starts_with('/') ? strTarget : folderOf(inout_strPath) + strTarget;
     }
     errno = ELOOP;
     return false;

@@ -55,12 +55,6 @@ void putPosition(ordered_json& inout_object, const TablePosition& in_position)
     inout_object["times_checksum"] = Checksum(in_position.m_uiTimesChecksum).getText();
 }
 
-std::string folderOf(const std::string& in_strPath)
-{
-    const std::size_t uiSlash = in_strPath.find_last_of('/');
-    return uiSlash == std::string::npos ? "." : in_strPath.substr(0, uiSlash + 1);
-}
-
 } // namespace
 
 std::string RunJournal::nameFor(const std::string& in_strTable)

@@ -30,12 +30,6 @@ constexpr std::string_view s_strSuffix = "XXXXXX";
 constexpr std::string_view s_strLetters = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr int s_iMaxTrials = 100;
 
-std::string folderOf(const std::string& in_strPath)
-{
-    const std::size_t uiSlash = in_strPath.find_last_of('/');
-    return uiSlash == std::string::npos ? "./" : in_strPath.substr(0, uiSlash + 1);
-}
-
 // By which an open file can be reached, whether or not it has a name. Needs no memory.
 struct DescriptorPath
 {
