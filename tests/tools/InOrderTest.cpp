@@ -213,7 +213,7 @@ void runWithRoomFor(std::size_t in_uiNbOfBytes)
 
 TEST(InOrderMemoryDeathTest, EndsInGoodOrderWhereverMemoryRunsOut)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if !CORVANA_TEST_EXHAUSTIBLE_MEMORY || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need more memory than anyone may be refused";
 #endif
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // threads of other tests are none of this one's
