@@ -12,11 +12,11 @@ namespace Corvana {
 namespace {
 
 // A double that holds a whole number of the target type's range; the bounds are exact powers of two.
-bool toWhole(double in_dValue, long& out_iValue)
+bool toWhole(double in_dValue, std::int32_t& out_iValue)
 {
-    if (!(in_dValue >= -0x1p63 && in_dValue < 0x1p63) || in_dValue != std::trunc(in_dValue))
+    if (!(in_dValue >= -0x1p31 && in_dValue < 0x1p31) || in_dValue != std::trunc(in_dValue))
         return false;
-    out_iValue = static_cast<long>(in_dValue);
+    out_iValue = static_cast<std::int32_t>(in_dValue);
     return true;
 }
 
@@ -90,8 +90,7 @@ bool ParameterValue::convertTo(std::int32_t& out_iValue) const
     } else if (const auto* pWhole = std::get_if<long>(&m_value)) {
         iValue = *pWhole;
     } else if (const auto* pReal = std::get_if<double>(&m_value)) {
-        if (!toWhole(*pReal, iValue))
-            return false;
+        return toWhole(*pReal, out_iValue);
     } else {
         return false;
     }

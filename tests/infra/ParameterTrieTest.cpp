@@ -126,7 +126,9 @@ TEST(ParameterValue, ConvertsToASignedNumberUpToItsBounds)
     EXPECT_TRUE(isRefused<std::int32_t>(ParameterValue("2147483648")));
     EXPECT_TRUE(isRefused<std::int32_t>(ParameterValue("-2147483649")));
     EXPECT_TRUE(isRefused<std::int32_t>(ParameterValue("99999999999999999999")));
+    EXPECT_EQ(-2147483647 - 1, converted<std::int32_t>(ParameterValue(-2147483648.0)));
     EXPECT_TRUE(isRefused<std::int32_t>(ParameterValue(2147483648.0)));
+    EXPECT_TRUE(isRefused<std::int32_t>(ParameterValue(-2147483649.0)));
     EXPECT_TRUE(isRefused<std::int32_t>(ParameterValue(1e300)));
 }
 
