@@ -114,8 +114,9 @@ void FormReader::warn(const std::string& in_strOddity)
 // is taken for that byte.
 void FormReader::warnOfHidden(const Chunk::List& in_list, const Header& in_header)
 {
-    if (in_list.empty() || in_list.back().m_ucPadding == 0)
+    if (in_list.empty())
         return;
+    // With a padding byte as it should be, 0, this is no name.
     const Chunk::ChunkId uiId = in_list.back().m_ucPadding | (in_header.id() << 8);
     if (isOfRecordings(uiId))
         warn(placeOf(in_list.back()) + " has an odd size without its padding byte. Chunk " + nameOf(uiId) +
