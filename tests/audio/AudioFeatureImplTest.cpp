@@ -8,6 +8,7 @@
 
 #include "corvana/AudioFileReader.h"
 #include "corvana/AudioWindowedFileReader.h"
+#include "corvana/MathFourierTransform.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -36,6 +37,7 @@ using Test::nbOfVectorBlocks;
 using Test::noise;
 using Test::ramp;
 using Test::referenceFlatness;
+using Test::referenceHannWindow;
 using Test::referencePowerSpectrum;
 using Test::referenceReducedSpectrum;
 using Test::sameBits;
@@ -289,6 +291,28 @@ TEST(SpectrumFeature, ReportsALengthThatIsNoPowerOfTwo)
     EXPECT_THAT(textsAtLevel(log, 40000),
                 ElementsAre("Assertion failed: isPowerOfTwo(n)", "Assertion failed: isPowerOfTwo(nn)"));
     EXPECT_THAT(log.events(), Each(Field(&LogEvent::m_strFile, "MathFourierTransform")));
+}
+
+TEST(SpectrumFeature, OfALengthThatIsNoPowerOfTwoIsThePowerOfItsTaperedTransform)
+{
+    const AssertionCapture assertions;
+    std::vector<double> vData = toStandard(noise(100));
+    const std::vector<double> vTaper = referenceHannWindow(100);
+    for (std::size_t uiSample = 0; uiSample < 100; ++uiSample)
+        vData[uiSample] *= vTaper[uiSample];
+    Math::discreteRealFastFourierTransform(vData.data(), 100, 1.0);
+    std::vector<double> vPowers = {vData[0] * vData[0]};
+    double dTotal = vPowers[0];
+    for (std::size_t uiBin = 1; uiBin < 50; ++uiBin) {
+        vPowers.push_back(vData[2 * uiBin] * vData[2 * uiBin] + vData[2 * uiBin + 1] * vData[2 * uiBin + 1]);
+        dTotal += vPowers.back();
+    }
+
+    const DoubleVector vSpectrum = spectrumOf(noise(100));
+
+    ASSERT_EQ(50u, vSpectrum.size());
+    for (std::size_t uiBin = 0; uiBin < 50; ++uiBin)
+        EXPECT_NEAR(vPowers[uiBin] / dTotal, vSpectrum[uiBin], 1e-12) << uiBin;
 }
 
 TEST(SpectrumFeature, ReportsALengthThatIsNoPowerOfTwoEveryTime)

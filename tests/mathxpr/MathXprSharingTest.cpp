@@ -34,7 +34,7 @@ namespace {
 
 unsigned long s_uiNbOfCalls = 0;
 
-// Appends its argument and counts that; has a parameter without meaning.
+// Appends its argument and counts that; has two parameters without meaning.
 class CountedFunction : public SingleVariableFunctionImpl, public NoMemoryFunctionImpl
 {
 public:
@@ -43,7 +43,10 @@ public:
     {
     }
     bool configure(const ROConfiguration&, const TSHandle<VirtualFileSystem>&) override { return true; }
-    void getParameterNames(std::vector<std::string>& out_vNames) const override { out_vNames.push_back("counted.n"); }
+    void getParameterNames(std::vector<std::string>& out_vNames) const override
+    {
+        out_vNames.insert(out_vNames.end(), {"counted.n", "counted.k"});
+    }
     bool calculate(Arguments& in_arguments, DoubleVector& out_vResult) override
     {
         ++s_uiNbOfCalls;
@@ -107,6 +110,7 @@ TEST_F(ExpressionSharing, EvaluatesDifferentPartsEachForItself)
     EXPECT_EQ(2U, callsOf("counted(x) + counted(y)"));
     EXPECT_EQ(2U, callsOf("counted(x) + counted(x, n=1)"));
     EXPECT_EQ(2U, callsOf("counted(x, n=2) + counted(x, n=1)"));
+    EXPECT_EQ(2U, callsOf("counted(x, n=1) + counted(x, k=1)"));
     EXPECT_EQ(2U, callsOf("counted(x, n=\"1\") + counted(x, n=1)"));
     EXPECT_EQ(1U, callsOf("counted(x, n=1) + counted(n=1.0, x)"));
     EXPECT_EQ(2U, callsOf("counted(x + 1) + counted(1 + x)"));

@@ -123,6 +123,18 @@ TEST_F(AnnotationCheckerTest, FindsAudioOfUnknownSize)
                 ElementsAre(StartsWith("W 4 RIFF size: is 0"), StartsWith("W 40 \"data\": says 0 for its size")));
 }
 
+TEST_F(AnnotationCheckerTest, MendsWhatBelongsToRegionsWhenItIsCutAtTheEndOfItsList)
+{
+    for (const char* szId : {"ltxt", "labl", "note", "copy"}) {
+        found(recording(s_strPoint, ChunkBuilder(szId).text(std::string(20, '\0'), "fields").claim(40).bytes()));
+        const auto itCut = std::find_if(m_checker.findings().begin(), m_checker.findings().end(), [](const auto& in_f) {
+            return in_f.m_strFault == "claims 40 bytes, of which 20 are there";
+        });
+        ASSERT_NE(itCut, m_checker.findings().end()) << szId;
+        EXPECT_EQ(itCut->m_bMendable, std::string_view(szId) != "copy") << szId;
+    }
+}
+
 TEST_F(AnnotationCheckerTest, FindsAChunkThatIsCut)
 {
     const std::string strData = ChunkBuilder("data").text(s_szAudio, "audio").claim(20).bytes();

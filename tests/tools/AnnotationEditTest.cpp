@@ -506,6 +506,21 @@ TEST_F(AnnotationEditTest, ShowsTheNotesThatGetLost)
     EXPECT_THAT(contentsOf(strFile), Not(HasSubstr("note")));
 }
 
+TEST_F(AnnotationEditTest, ShowsTheBeginningsOfLongNotesAndTheFirstHundred)
+{
+    const std::string strWhole(1000, 'a');
+    std::vector<std::string> vNotes = {strWhole, strWhole + "b"};
+    vNotes.resize(100, "short");
+    EXPECT_EQ(annotations({"add", "-n", makeFileWithNotes("a.wav", vNotes), "BEEP", "0", "1"}), EXIT_DONE);
+    EXPECT_THAT(m_messages.str(), AllOf(HasSubstr(" note '" + strWhole + "' of"),
+                                        HasSubstr(" note '" + strWhole + "'... of"), Not(HasSubstr("more"))));
+
+    vNotes.resize(101, "not shown");
+    EXPECT_EQ(annotations({"add", "-n", makeFileWithNotes("b.wav", vNotes), "BEEP", "0", "1"}), EXIT_DONE);
+    EXPECT_THAT(m_messages.str(),
+                AllOf(HasSubstr("would lose the note texts of 1 more\n"), Not(HasSubstr("not shown"))));
+}
+
 TEST_F(AnnotationEditTest, TellsOfNotesThatHoldNothing)
 {
     const std::string strFile = m_dir.write(
@@ -534,6 +549,20 @@ TEST_F(AnnotationEditTest, SavesNotesBeforeTheyGetLost)
                                              {"start", 0.25},
                                              {"text", "\xEF\xBF\xBDt\xEF\xBF\xBD"},
                                              {"hex", "e974e9"}}}));
+}
+
+TEST_F(AnnotationEditTest, SavesANoteWithoutACuePointWithoutAStart)
+{
+    const std::string strNote =
+        Corvana::Test::ChunkBuilder("note").u32(7, "cue point").text(std::string("lost\0", 5), "text").bytes();
+    const std::string strFile =
+        m_dir.write("a.wav", Corvana::Test::riff(Corvana::Test::fmtChunk() +
+                                                 Corvana::Test::dataChunk(Corvana::Test::audioBytes(16000)) +
+                                                 Corvana::Test::adtlChunk(strNote)));
+
+    EXPECT_EQ(annotations({"add", "--save-notes", m_dir.file("notes.json"), strFile, "BEEP", "0", "1"}), EXIT_DONE);
+
+    EXPECT_EQ(savedNotes(), (nlohmann::json{{{"file", strFile}, {"cue", 7}, {"start", nullptr}, {"text", "lost"}}}));
 }
 
 // Comparing each with all others would take minutes.

@@ -90,6 +90,20 @@ TEST(TimeAxis, TellsSecondsMinutesAndHours)
     EXPECT_EQ(TimeAxis(0.0, 3601.0, 0.0, 1.0).getUnit(), "h:min:s");
 }
 
+// With just the room for the texts of that step, which the next smaller one does not have.
+TEST(TimeAxis, StepsByWhatPeopleCountIn)
+{
+    for (const double dStep : {15.0, 20.0, 30.0, 60.0, 120.0, 300.0, 600.0, 900.0, 1800.0, 3600.0, 7200.0, 10800.0,
+                               21600.0, 43200.0, 86400.0, 172800.0}) {
+        const double dTo = 5.0 * dStep;
+        const double dPixelsForAText = dTo > 3600.0 ? 79.0 : 50.0;
+        const std::vector<AxisTick> vTicks =
+            TimeAxis(0.0, dTo, 0.0, 5.0 * dPixelsForAText).getTicks(sevenPixelsALetter);
+        ASSERT_EQ(vTicks.size(), 6U) << dStep;
+        EXPECT_EQ(vTicks[1].m_dValue, dStep);
+    }
+}
+
 TEST(TimeAxis, HasNoTicksWithoutTime)
 {
     EXPECT_THAT(timesOf(1.0, 1.0, 300.0), IsEmpty());

@@ -3,8 +3,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace Corvana::Tools {
 namespace {
@@ -27,6 +30,29 @@ TEST(ColourScale, BeginsDarkAndEndsLight)
     EXPECT_EQ(ColourScale::magma().at(1.0), 0xFCFDBFU);
     EXPECT_EQ(ColourScale::viridis().at(0.0), 0x440154U);
     EXPECT_EQ(ColourScale::viridis().at(1.0), 0xFDE725U);
+}
+
+// Ten colours of each published scale, and what lies between them part by part.
+TEST(ColourScale, RunsStraightFromOneKnownColourToTheNext)
+{
+    using Stops = std::array<int, 10>;
+    const std::pair<const ColourScale*, Stops> aScales[] = {
+        {&ColourScale::magma(),
+         {0x000004, 0x180F3E, 0x451077, 0x721F81, 0x9F2F7F, 0xCD4071, 0xF1605D, 0xFD9567, 0xFEC98D, 0xFCFDBF}},
+        {&ColourScale::viridis(),
+         {0x440154, 0x482878, 0x3E4A89, 0x31688E, 0x26828E, 0x1F9E89, 0x35B779, 0x6DCD59, 0xB4DE2C, 0xFDE725}}};
+    for (const auto& [pScale, aiStops] : aScales)
+        for (int iStep = 0; iStep < 128; ++iStep) {
+            const int iStop = std::min(iStep * 9 / 127, 8);
+            const double dShare = iStep * 9.0 / 127.0 - iStop;
+            unsigned long uiExpected = 0;
+            for (const int iUnit : {0x10000, 0x100, 1}) {
+                const int iLeft = aiStops[iStop] / iUnit % 256;
+                const int iRight = aiStops[iStop + 1] / iUnit % 256;
+                uiExpected += static_cast<unsigned long>(std::lround(iLeft + (iRight - iLeft) * dShare) * iUnit);
+            }
+            EXPECT_EQ(pScale->at(iStep / 127.0), uiExpected) << iStep;
+        }
 }
 
 TEST(ColourScale, TakesValuesOutsideForTheNearerEnd)

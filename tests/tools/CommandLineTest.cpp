@@ -110,6 +110,13 @@ TEST_F(CommandLineTest, ShowsTheSameHelpOfACommandInBothWays)
     }
 }
 
+TEST_F(CommandLineTest, ShowsInTheHelpWhatAnOptionTakes)
+{
+    EXPECT_EQ(run({"help", "features"}), EXIT_DONE);
+    EXPECT_THAT(m_data.str(), AllOf(HasSubstr("\n  -o,--output FILE  "), HasSubstr("\n  --labels    "),
+                                    HasSubstr("\n  INPUT       ")));
+}
+
 TEST_F(CommandLineTest, ShowsShortHelpWithoutACommand)
 {
     EXPECT_EQ(run({}), EXIT_UNUSABLE);

@@ -63,6 +63,13 @@ TEST(LaneLayout, TakesAnotherLaneRatherThanATextsRoom)
     EXPECT_EQ(layout.getNbWithoutText(), 0U);
 }
 
+TEST(LaneLayout, TakesTheFirstLaneWithRoomNotTheOneFreeLongest)
+{
+    const LaneLayout layout = layOut({{0.0, 200.0, "A"}, {50.0, 100.0, "B"}, {300.0, 400.0, "C"}});
+    EXPECT_EQ(layout.getPlaced()[1].m_uiLane, 1U);
+    EXPECT_EQ(layout.getPlaced()[2].m_uiLane, 0U);
+}
+
 TEST(LaneLayout, LeavesATextOutBeforeItOverlaps)
 {
     const LaneLayout layout = layOut({{0.0, 10.0, "RINGBACK"}, {50.0, 60.0, "BEEP"}}, 1);
@@ -77,6 +84,14 @@ TEST(LaneLayout, ShortensATextThatLosesItsRoomBehindTheBox)
     EXPECT_EQ(layout.getPlaced()[0].m_strText, "RIN\u2026");
     EXPECT_EQ(layout.getPlaced()[0].m_dTextLeft, 3.0);
     EXPECT_EQ(layout.getNbWithoutText(), 0U);
+}
+
+TEST(LaneLayout, PutsABoxWithoutRoomOverTheOneThatEndsFirst)
+{
+    const LaneLayout layout = layOut({{0.0, 500.0, "A"}, {10.0, 400.0, "B"}, {20.0, 600.0, "C"}}, 2);
+    EXPECT_TRUE(layout.getPlaced()[2].m_bDrawn);
+    EXPECT_EQ(layout.getPlaced()[2].m_uiLane, 1U);
+    EXPECT_EQ(layout.getPlaced()[2].m_strText, "");
 }
 
 TEST(LaneLayout, DrawsNoBoxThatAnotherOneCovers)

@@ -2,9 +2,11 @@
 #include "tools/RunJournal.h"
 
 #include "support/TempDir.h"
+#include "tools/Checksum.h"
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -178,6 +180,16 @@ TEST_F(RunJournalTest, RefusesADamagedLineWithItsNumber)
                                                "anew, remove this file");
 }
 
+TEST_F(RunJournalTest, RefusesALineThatIsNoJsonThoughItsChecksumIsRight)
+{
+    writeThree();
+    const std::string strText = "{\"settled\":";
+    Checksum checksum;
+    checksum.add(strText);
+    m_dir.write("t.npy.journal", contentsOf(m_strJournal) + strText + ",\"check\":\"" + checksum.getText() + "\"}\n");
+    EXPECT_THAT(faultOfOpening(), HasSubstr("line 6 is damaged (it is no JSON)"));
+}
+
 TEST_F(RunJournalTest, RefusesLinesThatDoNotBelongTogether)
 {
     writeThree();
@@ -225,6 +237,25 @@ TEST_F(RunJournalTest, IsRefusedWhileAnotherRunHasIt)
     RunJournal journal;
     ASSERT_TRUE(journal.open(m_strTable, sampleSettings()));
     EXPECT_EQ(faultOfOpening(), m_strJournal + ": another run is writing " + m_strTable + "; wait for its end");
+}
+
+// As a program gets it that is started without a standard input.
+TEST_F(RunJournalTest, TakesAnyNumberForItsDescriptor)
+{
+    const int iStandardInput = dup(0);
+    ASSERT_EQ(close(0), 0);
+    RunJournal journal;
+    const bool bOpened = journal.open(m_strTable, sampleSettings());
+    const bool bIsNull = fcntl(0, F_GETFD) != -1;
+    const bool bRemoved = journal.remove();
+    const bool bIsClosed = fcntl(0, F_GETFD) == -1;
+    EXPECT_EQ(dup2(iStandardInput, 0), 0);
+    close(iStandardInput);
+    EXPECT_TRUE(bOpened) << journal.getFault();
+    EXPECT_TRUE(bIsNull);
+    EXPECT_TRUE(bRemoved);
+    EXPECT_TRUE(bIsClosed);
+    EXPECT_FALSE(std::filesystem::exists(m_strJournal));
 }
 
 TEST_F(RunJournalTest, TellsWhyItCannotBeUsed)

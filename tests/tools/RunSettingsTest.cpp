@@ -133,6 +133,16 @@ TEST_F(RunSettingsTest, KeepToTheLimitsOfTheOptions)
     }
 }
 
+TEST_F(RunSettingsTest, ReachTheLimitsOfTheOptions)
+{
+    for (const WindowOptions& windows :
+         {WindowOptions{600000, 600000, false, 1, 10000000}, WindowOptions{1, 0, false, 1, 0}}) {
+        RunSettings settings;
+        ASSERT_EQ("", RunSettings::save(m_strFile, {windows, {"silenceratio"}}));
+        EXPECT_EQ("", RunSettings::load(m_strFile, settings));
+    }
+}
+
 TEST_F(RunSettingsTest, SurviveEveryTruncationWithAMessage)
 {
     ASSERT_EQ("", RunSettings::save(m_strFile, {{}, allFeatures()}));

@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cmath>
 #include <limits>
+#include <locale>
 #include <map>
 #include <memory>
 
@@ -325,6 +326,18 @@ TEST(AudioFeatureFactory, ReadsANumberAsAStreamDoesAndIgnoresWhatFollows)
     for (const auto& [szParameter, uiExpected] : aParameters)
         EXPECT_EQ(uiExpected, zeroCrossingParameterOf(std::string("zerocrossingrate(") + szParameter + ")"))
             << szParameter;
+}
+
+TEST(AudioFeatureFactory, ReadsANumberWithoutTheHostsDigitGrouping)
+{
+    struct Grouping : std::numpunct<char>
+    {
+        char do_thousands_sep() const override { return '\''; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale former = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    EXPECT_EQ(1u, zeroCrossingParameterOf("zerocrossingrate(1'000)"));
+    std::locale::global(former);
 }
 
 TEST(AudioFeatureFactory, RejectsWhatDoesNotBeginWithANumberInSilence)
