@@ -4,25 +4,14 @@
 #include "tools/Checksum.h"
 
 #include <cmath>
+#include <string_view>
 
 namespace Corvana::Tools {
 namespace {
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 
 constexpr std::string_view s_strDigits = "0123456789abcdef";
-
-std::string hexOf(const std::string& in_strBytes)
-{
-    std::string strHex;
-    strHex.reserve(2 * in_strBytes.size());
-    for (const char cByte : in_strBytes) {
-        strHex += s_strDigits[static_cast<unsigned char>(cByte) >> 4U];
-        strHex += s_strDigits[static_cast<unsigned char>(cByte) & 0xFU];
-    }
-    return strHex;
-}
 
 bool parseHex(const std::string& in_strHex, std::string& out_strBytes)
 {
@@ -35,11 +24,6 @@ bool parseHex(const std::string& in_strHex, std::string& out_strBytes)
     return true;
 }
 
-std::string inJson(const std::string& in_strText)
-{
-    return json(in_strText).dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
 const json& none()
 {
     static const json s_none;
@@ -47,25 +31,6 @@ const json& none()
 }
 
 } // namespace
-
-void putText(ordered_json& inout_object, const std::string& in_strKey, const std::string& in_strText)
-{
-    // Most texts have nothing that could stand for another byte.
-    const std::string strInJson = inJson(in_strText);
-    if (strInJson.find("\uFFFD") == std::string::npos) {
-        inout_object[in_strKey] = in_strText;
-        return;
-    }
-    const std::string strText = json::parse(strInJson).get<std::string>();
-    inout_object[in_strKey] = strText;
-    if (strText != in_strText)
-        inout_object[in_strKey + "_hex"] = hexOf(in_strText);
-}
-
-std::string lineOf(const ordered_json& in_object)
-{
-    return in_object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
 
 JsonFields::JsonFields(const json& in_object)
     : m_object(in_object)

@@ -5,16 +5,8 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace Corvana::Tools {
-
-/// A text as one of the values of an object. JSON knows no bytes that are no UTF-8, which names of files may have: such
-/// a text has U+FFFD in their place, and beside it stands KEY_hex with all of its bytes.
-void putText(nlohmann::ordered_json& inout_object, const std::string& in_strKey, const std::string& in_strText);
-
-/// The JSON on one line. All texts in it have been put by putText().
-std::string lineOf(const nlohmann::ordered_json& in_object);
 
 /// Reads values from an object that anyone may have written. What is missing or of another type is a fault, and gives a
 /// zero or an empty text; the first fault is kept.
@@ -32,6 +24,7 @@ public:
     /// A finite number, not below 0.
     double getAmount(const char* in_szKey);
     bool getFlag(const char* in_szKey);
+    /// As JsonWriter::putText() writes it.
     std::string getText(const std::string& in_strKey);
     /// A Checksum's value.
     std::uint64_t getChecksum(const char* in_szKey);

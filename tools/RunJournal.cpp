@@ -2,6 +2,7 @@
 #include "tools/RunJournal.h"
 
 #include "corvana/OS.h"
+#include "tools/JsonDocument.h"
 #include "tools/LineReader.h"
 #include "tools/LockedFile.h"
 #include "tools/Text.h"
@@ -16,9 +17,6 @@
 namespace Corvana::Tools {
 namespace {
 
-using nlohmann::json;
-using nlohmann::ordered_json;
-
 constexpr std::uint64_t s_uiVersion = 1;
 constexpr unsigned s_uiMode = 0666; // without what the user's mask takes away
 constexpr std::size_t s_uiMaxLine = std::size_t{16} << 20U;
@@ -29,10 +27,9 @@ constexpr std::string_view s_strCheck = ",\"check\":\"";
 constexpr std::size_t s_uiCheckLength = s_strCheck.size() + 8 + 2;
 
 // A checksum at the end tells a line that was damaged from one that was written.
-std::string checkedLine(const ordered_json& in_object)
+std::string checkedLine(const JsonWriter& in_object)
 {
-    std::string strLine = lineOf(in_object);
-    strLine.pop_back();
+    std::string strLine = in_object.getOpenLine();
     Checksum checksum;
     checksum.add(strLine);
     return strLine.append(s_strCheck).append(checksum.getText()).append("\"}\n");
@@ -48,11 +45,11 @@ bool isChecked(const std::string& in_strLine)
     return in_strLine.substr(uiEnd) == std::string(s_strCheck) + checksum.getText() + "\"}";
 }
 
-void putPosition(ordered_json& inout_object, const TablePosition& in_position)
+void putPosition(JsonWriter& inout_object, const TablePosition& in_position)
 {
-    inout_object["bytes"] = in_position.m_uiNbOfBytes;
-    inout_object["checksum"] = Checksum(in_position.m_uiChecksum).getText();
-    inout_object["times_checksum"] = Checksum(in_position.m_uiTimesChecksum).getText();
+    inout_object.putNumber("bytes", in_position.m_uiNbOfBytes);
+    inout_object.putText("checksum", Checksum(in_position.m_uiChecksum).getText());
+    inout_object.putText("times_checksum", Checksum(in_position.m_uiTimesChecksum).getText());
 }
 
 } // namespace
@@ -120,8 +117,8 @@ bool RunJournal::load(const TableSettings& in_settings)
 
 bool RunJournal::begin(const TableSettings& in_settings)
 {
-    ordered_json head = ordered_json::object();
-    head["corvana_journal"] = s_uiVersion;
+    JsonWriter head;
+    head.putNumber("corvana_journal", s_uiVersion);
     in_settings.put(head);
     if (!write(checkedLine(head)))
         return false;
@@ -134,10 +131,10 @@ std::string RunJournal::readLine(const std::string& in_strLine, bool in_bHead, c
 {
     if (!isChecked(in_strLine))
         return "its checksum is not that of its text";
-    const json object = json::parse(in_strLine, nullptr, false);
-    if (object.is_discarded())
-        return "it is no JSON";
-    JsonFields fields(object);
+    JsonDocument object;
+    if (!object.parse(in_strLine))
+        return std::string("it ") + object.getFault();
+    JsonFields fields(object.get());
     if (!in_bHead)
         return takeEntry(fields, in_settings);
     if (fields.getNumber("corvana_journal", s_uiMaxNumber) != s_uiVersion)
@@ -190,21 +187,21 @@ std::string RunJournal::takeOutcome(JsonFields& inout_fields, const TableSetting
 
 void RunJournal::settle(std::uint64_t in_uiSampleRate)
 {
-    ordered_json object = ordered_json::object();
-    object["settled"] = in_uiSampleRate;
+    JsonWriter object;
+    object.putNumber("settled", in_uiSampleRate);
     m_strPending += checkedLine(object);
 }
 
 void RunJournal::add(const InputOutcome& in_outcome, const TablePosition& in_position)
 {
-    ordered_json object = ordered_json::object();
-    object["input"] = m_uiNextInput++;
-    putText(object, "file", in_outcome.m_strPath);
-    object["rows"] = in_outcome.m_uiNbOfRows;
-    object["seconds"] = in_outcome.m_dSeconds;
+    JsonWriter object;
+    object.putNumber("input", m_uiNextInput++);
+    object.putText("file", in_outcome.m_strPath);
+    object.putNumber("rows", in_outcome.m_uiNbOfRows);
+    object.putAmount("seconds", in_outcome.m_dSeconds);
     putPosition(object, in_position);
     if (!in_outcome.m_strFault.empty())
-        putText(object, "fault", in_outcome.m_strFault);
+        object.putText("fault", in_outcome.m_strFault);
     m_strPending += checkedLine(object);
     m_uiPendingBytes = in_position.m_uiNbOfBytes;
 }
@@ -241,8 +238,8 @@ bool RunJournal::write(const std::string& in_strLines)
 
 bool RunJournal::complete(const TablePosition& in_position)
 {
-    ordered_json object = ordered_json::object();
-    object["complete"] = true;
+    JsonWriter object;
+    object.putFlag("complete", true);
     putPosition(object, in_position);
     m_strPending += checkedLine(object);
     return sync();

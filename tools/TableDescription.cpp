@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/TableDescription.h"
 
+#include "tools/JsonDocument.h"
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -12,7 +14,6 @@ namespace Corvana::Tools {
 namespace {
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 
 constexpr std::uint64_t s_uiVersion = 1;
 constexpr std::string_view s_strInputs = ",\"inputs\":[";
@@ -21,25 +22,30 @@ constexpr std::string_view s_strEnd = "]}";
 constexpr std::size_t s_uiMaxLine = std::size_t{16} << 20U;
 constexpr std::uint64_t s_uiMaxNumber = std::uint64_t{1} << 62U;
 
-ordered_json headOf(const TableDescription& in_description)
+// Open, for the inputs.
+std::string headOf(const TableDescription& in_description)
 {
-    ordered_json head = ordered_json::object();
-    head["corvana_table"] = s_uiVersion;
+    JsonWriter head;
+    head.putNumber("corvana_table", s_uiVersion);
     in_description.m_settings.put(head);
-    head["sample_rate"] = in_description.m_uiSampleRate;
-    head["rows"] = in_description.m_size.m_uiNbOfRows;
-    head["bytes"] = in_description.m_size.m_uiNbOfBytes;
-    head["checksum"] = Checksum(in_description.m_size.m_uiChecksum).getText();
+    head.putNumber("sample_rate", in_description.m_uiSampleRate);
+    head.putNumber("rows", in_description.m_size.m_uiNbOfRows);
+    head.putNumber("bytes", in_description.m_size.m_uiNbOfBytes);
+    head.putText("checksum", Checksum(in_description.m_size.m_uiChecksum).getText());
     if (in_description.m_settings.m_format == RowFormat::NPY)
-        head["times_checksum"] = Checksum(in_description.m_size.m_uiTimesChecksum).getText();
-    head["columns"] = ordered_json::array();
+        head.putText("times_checksum", Checksum(in_description.m_size.m_uiTimesChecksum).getText());
+    head.beginArray("columns");
     for (const TableColumn& column : in_description.m_vColumns) {
-        ordered_json object = ordered_json::object();
-        putText(object, "name", column.m_strName);
-        object["unit"] = column.m_strUnit.empty() ? ordered_json() : ordered_json(column.m_strUnit);
-        head["columns"].push_back(std::move(object));
+        head.beginItem();
+        head.putText("name", column.m_strName);
+        if (column.m_strUnit.empty())
+            head.putNull("unit");
+        else
+            head.putText("unit", column.m_strUnit);
+        head.end();
     }
-    return head;
+    head.end();
+    return head.getOpenLine();
 }
 
 std::vector<TableColumn> readColumns(JsonFields& inout_fields)
@@ -81,19 +87,17 @@ std::string descriptionPathOf(const std::string& in_strTable)
 TableDescriptionWriter::TableDescriptionWriter(std::ostream& out_stream, const TableDescription& in_description)
     : m_stream(out_stream)
 {
-    std::string strHead = lineOf(headOf(in_description));
-    strHead.pop_back(); // the brace, which stands at the end
-    m_stream << strHead << s_strInputs << '\n';
+    m_stream << headOf(in_description) << s_strInputs << '\n';
 }
 
 void TableDescriptionWriter::add(const InputOutcome& in_outcome)
 {
-    ordered_json object = ordered_json::object();
-    putText(object, "file", in_outcome.m_strPath);
-    object["rows"] = in_outcome.m_uiNbOfRows;
+    JsonWriter object;
+    object.putText("file", in_outcome.m_strPath);
+    object.putNumber("rows", in_outcome.m_uiNbOfRows);
     if (!in_outcome.m_strFault.empty())
-        putText(object, "fault", in_outcome.m_strFault);
-    m_stream << (m_bFirst ? "" : ",\n") << lineOf(object);
+        object.putText("fault", in_outcome.m_strFault);
+    m_stream << (m_bFirst ? "" : ",\n") << object.getLine();
     m_bFirst = false;
 }
 
@@ -133,10 +137,10 @@ bool TableDescriptionReader::read(std::unique_ptr<std::istream> in_pStream)
 
 bool TableDescriptionReader::readHead(const std::string& in_strLine)
 {
-    const json head = json::parse(in_strLine, nullptr, false);
-    if (head.is_discarded())
-        return refuse("line 1: is no JSON");
-    JsonFields fields(head);
+    JsonDocument head;
+    if (!head.parse(in_strLine))
+        return refuse(std::string("line 1: ") + head.getFault());
+    JsonFields fields(head.get());
     m_description = readDescription(fields);
     return fields.getFault().empty() || refuse("line 1: " + fields.getFault());
 }
@@ -163,10 +167,10 @@ bool TableDescriptionReader::readOutcome(std::string in_strLine, InputOutcome& o
     m_bLast = !in_strLine.ends_with(',');
     if (!m_bLast)
         in_strLine.pop_back();
-    const json object = json::parse(in_strLine, nullptr, false);
-    if (object.is_discarded())
-        return refuse("is no JSON");
-    JsonFields fields(object);
+    JsonDocument object;
+    if (!object.parse(in_strLine))
+        return refuse(object.getFault());
+    JsonFields fields(object.get());
     out_outcome.m_strPath = fields.getText("file");
     out_outcome.m_uiNbOfRows = fields.getNumber("rows", s_uiMaxNumber - m_uiNbOfRows);
     out_outcome.m_strFault = fields.has("fault") ? fields.getText("fault") : std::string();

@@ -12,7 +12,6 @@ namespace Corvana::Tools {
 namespace {
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 
 constexpr RowFormat s_aFormats[] = {RowFormat::CSV, RowFormat::JSONL, RowFormat::NPY};
 
@@ -23,24 +22,30 @@ std::uint64_t beginOfShard(std::uint64_t in_uiShard, std::uint64_t in_uiNbOfShar
            in_uiShard * (in_uiNbOfInputs % in_uiNbOfShards) / in_uiNbOfShards;
 }
 
-ordered_json configurationOf(const TableSettings& in_settings)
+void putConfiguration(JsonWriter& inout_object, const TableSettings& in_settings)
 {
-    ordered_json configuration = ordered_json::object();
-    configuration["window_ms"] = in_settings.m_uiWindowMs;
-    configuration["overlap_ms"] = in_settings.m_uiOverlapMs;
-    configuration["suppress_dc"] = in_settings.m_bSuppressDC;
-    configuration["sample_rate"] =
-        in_settings.m_uiSampleRate == 0 ? ordered_json() : ordered_json(in_settings.m_uiSampleRate);
-    configuration["labels"] = in_settings.m_bLabels;
-    configuration["features"] = in_settings.m_vFeatures; // which have been understood, so they are ASCII
-    configuration["formulas"] = ordered_json::array();
+    inout_object.beginObject("configuration");
+    inout_object.putNumber("window_ms", in_settings.m_uiWindowMs);
+    inout_object.putNumber("overlap_ms", in_settings.m_uiOverlapMs);
+    inout_object.putFlag("suppress_dc", in_settings.m_bSuppressDC);
+    if (in_settings.m_uiSampleRate == 0)
+        inout_object.putNull("sample_rate");
+    else
+        inout_object.putNumber("sample_rate", in_settings.m_uiSampleRate);
+    inout_object.putFlag("labels", in_settings.m_bLabels);
+    inout_object.beginArray("features");
+    for (const std::string& strFeature : in_settings.m_vFeatures)
+        inout_object.putItem(strFeature); // which has been understood, so it is ASCII
+    inout_object.end();
+    inout_object.beginArray("formulas");
     for (const NamedFormula& formula : in_settings.m_vFormulas) {
-        ordered_json named = ordered_json::object();
-        putText(named, "name", formula.m_strName);
-        putText(named, "formula", formula.m_strFormula);
-        configuration["formulas"].push_back(std::move(named));
+        inout_object.beginItem();
+        inout_object.putText("name", formula.m_strName);
+        inout_object.putText("formula", formula.m_strFormula);
+        inout_object.end();
     }
-    return configuration;
+    inout_object.end();
+    inout_object.end();
 }
 
 RowFormat readFormat(JsonFields& inout_fields)
@@ -166,16 +171,20 @@ std::uint64_t TableSettings::getEndOfInputs() const
     return m_uiNbOfShards == 0 ? m_uiNbOfInputs : beginOfShard(m_uiShard, m_uiNbOfShards, m_uiNbOfInputs);
 }
 
-void TableSettings::put(ordered_json& inout_object) const
+void TableSettings::put(JsonWriter& inout_object) const
 {
-    inout_object["version"] = m_strVersion;
-    inout_object["format"] = nameOf(m_format);
-    inout_object["configuration"] = configurationOf(*this);
-    if (m_uiNbOfShards > 0)
-        inout_object["shard"] = {{"index", m_uiShard}, {"of", m_uiNbOfShards}};
-    inout_object["inputs_total"] = m_uiNbOfInputs;
-    inout_object["inputs_before"] = getFirstInput();
-    inout_object["inputs_digest"] = Checksum(m_uiInputsDigest).getText();
+    inout_object.putText("version", m_strVersion);
+    inout_object.putText("format", nameOf(m_format));
+    putConfiguration(inout_object, *this);
+    if (m_uiNbOfShards > 0) {
+        inout_object.beginObject("shard");
+        inout_object.putNumber("index", m_uiShard);
+        inout_object.putNumber("of", m_uiNbOfShards);
+        inout_object.end();
+    }
+    inout_object.putNumber("inputs_total", m_uiNbOfInputs);
+    inout_object.putNumber("inputs_before", getFirstInput());
+    inout_object.putText("inputs_digest", Checksum(m_uiInputsDigest).getText());
 }
 
 TableSettings TableSettings::read(JsonFields& inout_fields)

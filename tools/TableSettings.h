@@ -3,6 +3,7 @@
 
 #include "tools/FormulaSet.h"
 #include "tools/JsonFields.h"
+#include "tools/JsonWriter.h"
 #include "tools/RowWriter.h"
 
 #include <cstdint>
@@ -38,7 +39,7 @@ struct TableSettings
     std::uint64_t getEndOfInputs() const;
 
     /// Adds the settings to an object, as every table's description and journal has them.
-    void put(nlohmann::ordered_json& inout_object) const;
+    void put(JsonWriter& inout_object) const;
     /// Reads them back; what is wrong is the fields' fault.
     static TableSettings read(JsonFields& inout_fields);
 };

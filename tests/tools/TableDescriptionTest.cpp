@@ -188,9 +188,10 @@ TEST_F(TableDescriptionTest, RefusesEachFieldWithAnotherType)
 TEST_F(TableDescriptionTest, RefusesNestingAndLongLinesInBoundedMemory)
 {
     const std::string strDeep(200000, '[');
-    EXPECT_EQ(read("{\"corvana_table\":" + strDeep + ",\"inputs\":[\n]}\n"), "line 1: is no JSON");
+    const std::string strTooDeep = "is nested deeper than anything that corvana writes";
+    EXPECT_EQ(read("{\"corvana_table\":" + strDeep + ",\"inputs\":[\n]}\n"), "line 1: " + strTooDeep);
     const std::string strText = textOf(sampleDescription(), {});
-    EXPECT_EQ(read(strText.substr(0, strText.find("\n")) + "\n" + strDeep + "\n"), "line 2: is no JSON");
+    EXPECT_EQ(read(strText.substr(0, strText.find("\n")) + "\n" + strDeep + "\n"), "line 2: " + strTooDeep);
     EXPECT_EQ(read(strText.substr(0, strText.find("\n")) + "\n" + std::string((16U << 20U) + 1, ' ')),
               "line 2: is longer than any that corvana writes");
 }

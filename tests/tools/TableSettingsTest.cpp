@@ -10,7 +10,6 @@ namespace Corvana::Tools {
 namespace {
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 
 TableSettings sampleSettings()
 {
@@ -32,9 +31,9 @@ TableSettings sampleSettings()
 
 json jsonOf(const TableSettings& in_settings)
 {
-    ordered_json object = ordered_json::object();
+    JsonWriter object;
     in_settings.put(object);
-    return json::parse(lineOf(object));
+    return json::parse(object.getLine());
 }
 
 std::string faultOf(const json& in_object)
@@ -46,9 +45,9 @@ std::string faultOf(const json& in_object)
 
 TEST(TableSettings, AreWrittenAsTheDocumentsTell)
 {
-    ordered_json object = ordered_json::object();
+    JsonWriter object;
     sampleSettings().put(object);
-    EXPECT_EQ(lineOf(object),
+    EXPECT_EQ(object.getLine(),
               "{\"version\":\"1.2.3\",\"format\":\"jsonl\",\"configuration\":{\"window_ms\":16,\"overlap_ms\":8,"
               "\"suppress_dc\":true,\"sample_rate\":8000,\"labels\":false,\"features\":[\"spectrum500hz\","
               "\"spectrum|flatness\"],\"formulas\":[{\"name\":\"level\xEF\xBF\xBD\",\"name_hex\":\"6c6576656cff\","
