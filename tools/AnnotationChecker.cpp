@@ -120,13 +120,14 @@ std::string AnnotationChecker::check(const std::string& in_strPath)
     if (!m_stream || !m_stream.seekg(0, std::ios::end))
         return std::strerror(errno);
     m_uiFileSize = static_cast<std::uint64_t>(m_stream.tellg());
+    errno = 0;
     m_stream.seekg(0);
     if (!checkBeginning())
-        return {};
+        return getSystemFault();
     m_stream.seekg(0);
     if (!m_parser.readWithoutAudio(m_stream)) {
-        if (m_stream.bad())
-            return "could not be read";
+        if (hasSystemFailed())
+            return getSystemFault();
         // It begins as it should, so there is one reason left.
         add({Finding::ERROR, 0, "chunks",
              "are more than " + std::to_string(IFF::IFFParser::s_uiMaxNbOfChunks) + ", which no recording needs",
@@ -142,14 +143,29 @@ std::string AnnotationChecker::check(const std::string& in_strPath)
         return in_left.m_severity != in_right.m_severity ? in_left.m_severity < in_right.m_severity
                                                          : in_left.m_uiOffset < in_right.m_uiOffset;
     });
-    return {};
+    return getSystemFault();
+}
+
+// After something that failed and before which errno was 0: whether the reason is not in the file. What was found then
+// does not count, however it looks.
+bool AnnotationChecker::hasSystemFailed()
+{
+    if (m_iSystemError == 0)
+        m_iSystemError = errno;
+    return m_iSystemError != 0;
+}
+
+std::string AnnotationChecker::getSystemFault() const
+{
+    return m_iSystemError == 0 ? "" : std::strerror(m_iSystemError);
 }
 
 // False, with an error, for what is another kind of file.
 bool AnnotationChecker::checkBeginning()
 {
     char acBytes[12] = {};
-    m_stream.read(acBytes, sizeof acBytes);
+    if (!m_stream.read(acBytes, sizeof acBytes) && hasSystemFailed())
+        return false;
     m_stream.clear();
     const std::string strId(acBytes, 4);
     const std::string strForm(acBytes + 8, 4);
@@ -177,9 +193,12 @@ bool AnnotationChecker::readNumber(std::uint64_t in_uiOffset, std::uint32_t& out
 {
     char acBytes[4] = {};
     m_stream.clear();
+    errno = 0;
     m_stream.seekg(static_cast<std::streamoff>(in_uiOffset));
-    if (!m_stream.read(acBytes, sizeof acBytes))
+    if (!m_stream.read(acBytes, sizeof acBytes)) {
+        hasSystemFailed();
         return false;
+    }
     out_uiNumber = 0;
     for (unsigned uiByte = 0; uiByte < sizeof acBytes; ++uiByte)
         out_uiNumber |= std::uint32_t{static_cast<unsigned char>(acBytes[uiByte])} << (8 * uiByte);
@@ -570,9 +589,10 @@ void AnnotationChecker::checkReading()
     if (getNbOf(Finding::ERROR) > 0)
         return;
     m_stream.clear();
+    errno = 0;
     m_stream.seekg(0);
     Audio::AnnotatedFile file;
-    if (!file.readRegionsFromWAV(m_stream))
+    if (!file.readRegionsFromWAV(m_stream) && !hasSystemFailed())
         add({Finding::ERROR, 0, "regions", "cannot be read", "--log-level debug shows what the library says", false});
 }
 

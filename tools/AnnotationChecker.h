@@ -67,6 +67,8 @@ private:
     /// Findings are only counted by now: working out their texts would be in vain.
     bool isFull() const { return m_vFindings.size() >= s_uiMaxNbOfFindings; }
     void add(Finding in_finding);
+    bool hasSystemFailed();
+    std::string getSystemFault() const;
     bool checkBeginning();
     void checkForm();
     void checkLargeness();
@@ -95,6 +97,7 @@ private:
 
     std::ifstream m_stream;
     std::uint64_t m_uiFileSize = 0;
+    int m_iSystemError = 0; ///< why the file could not be read to where it had to be
     IFF::IFFParser m_parser;
     std::uint32_t m_uiNbOfSamples = 0;
     std::map<std::uint32_t, Point> m_points;

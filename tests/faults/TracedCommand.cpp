@@ -192,7 +192,25 @@ RunResult TracedCommand::runWith(const std::string& in_strFault, const std::stri
     vTracer.insert(vTracer.end(), {"-e", "trace=" + strNames});
     if ((in_strFault + in_strOtherFault).find(":signal=") == std::string::npos)
         vTracer.emplace_back("--seccomp-bpf"); // which is faster, and lets no signal through
-    RunResult run = runBehind(vTracer);
+    return runTraced(vTracer);
+}
+
+RunResult TracedCommand::runWithIn(const std::string& in_strFault, const std::vector<std::string>& in_vNames)
+{
+    const std::string strName = in_strFault.substr(0, in_strFault.find(':'));
+    std::vector<std::string> vTracer{"strace", "-f",
+                                     "-qq",    "--seccomp-bpf",
+                                     "-o",     path("trace"),
+                                     "-e",     "trace=" + strName,
+                                     "-e",     "inject=" + in_strFault};
+    for (const std::string& strFile : in_vNames)
+        vTracer.insert(vTracer.end(), {"-P", m_strFolder + "/" + strFile});
+    return runTraced(vTracer);
+}
+
+RunResult TracedCommand::runTraced(const std::vector<std::string>& in_vTracer)
+{
+    RunResult run = runBehind(in_vTracer);
     run.m_bInjected = run.m_iCode == -SIGKILL || bytesOf(path("trace")).find("(INJECTED)") != std::string::npos;
     return run;
 }

@@ -44,6 +44,8 @@ public:
     RunResult run() { return runAs(command()); }
     /// With a fault such as "read:error=EIO:when=3", and another one of another call.
     RunResult runWith(const std::string& in_strFault, const std::string& in_strOtherFault = {});
+    /// With a fault that only calls about one of these files of the folder meet, in each thread by a count of its own.
+    RunResult runWithIn(const std::string& in_strFault, const std::vector<std::string>& in_vNames);
     /// With these words before the program's name.
     RunResult runBehind(const std::vector<std::string>& in_vWords);
     /// The calls of the main thread that have to do with the files, the folder or the standard streams.
@@ -68,6 +70,7 @@ public:
 private:
     std::vector<std::string> command() const;
     RunResult runAs(const std::vector<std::string>& in_vCommand);
+    RunResult runTraced(const std::vector<std::string>& in_vTracer);
     int execute(const std::vector<std::string>& in_vCommand, std::string& out_strPiped) const;
     std::string path(const std::string& in_strName) const { return m_dir.path() + "/" + in_strName; }
 
