@@ -41,8 +41,11 @@ struct AllocationScenario
     /// So many allocations at its beginning are tried by another scenario that begins alike: of them, one in a
     /// thousand.
     std::uint64_t m_uiNbOfCommon = 0;
-    /// A table of which a refusal may leave a part: whole lines.
+    /// A table that a refusal may leave without some rows, with what stands beside it.
     std::string m_strTable{};
+    /// By the ends of their names: files that a refusal may leave for another run. There it is, then, when the same is
+    /// done again.
+    std::vector<std::string> m_vOnlyForAnotherRun{};
 };
 
 std::ostream& operator<<(std::ostream& out_stream, const AllocationScenario& in_scenario);

@@ -5,8 +5,10 @@
 #include "support/TempDir.h"
 #include "tools/CommandLine.h"
 
+#include <filesystem>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 
 namespace Corvana::Test {
 namespace {
@@ -38,18 +40,46 @@ std::string savedSettings()
     return contentsOf(dir.file("a"));
 }
 
+std::map<std::string, std::string> recordingsAndLists()
+{
+    return {{"a.wav", recording("CPA_HUMAN")},
+            {"b.wav", recording("VOICE")},
+            {"list.txt", "a.wav\n# no more\nb.wav\n"},
+            {"labels.csv", "index,type,start,stop\n0,speech,0.01,0.02\n1,BEEP,0.03,0.04\n"},
+            {"map.csv", "label,type\nspeech,CPA_HUMAN\n"},
+            {"settings.xml", savedSettings()},
+            {"former.csv", "what was there before\n"}};
+}
+
+// Two parts of a table of numbers.
+std::map<std::string, std::string> parts()
+{
+    const TempDir dir;
+    const std::string strRecording = dir.write("a.wav", recording("CPA_HUMAN"));
+    std::map<std::string, std::string> files;
+    std::ostringstream unused;
+    for (const std::string strShard : {"1", "2"}) {
+        Tools::runCommandLine({"features", "--jobs", "1", "--format", "npy", "--shard", strShard + "/2", "-o",
+                               dir.file(strShard + ".npy"), strRecording, strRecording},
+                              {}, unused, unused);
+        for (const char* szEnd : {".npy", ".times.npy", ".npy.json"})
+            files[strShard + szEnd] = contentsOf(dir.file(strShard + szEnd));
+    }
+    return files;
+}
+
+std::vector<std::string> inFolder(std::vector<std::string> in_vArguments, const std::string& in_strFolder)
+{
+    for (std::string& strArgument : in_vArguments)
+        for (std::size_t uiPos = strArgument.find('@'); uiPos != std::string::npos; uiPos = strArgument.find('@'))
+            strArgument.replace(uiPos, 1, in_strFolder);
+    return in_vArguments;
+}
+
 // A command in a folder with two recordings, a list of them, label files and a map. "@" stands for the folder.
 AllocationScenario command(const std::string& in_strName, const std::vector<std::string>& in_vArguments,
                            const std::string& in_strTable = "")
 {
-    const std::map<std::string, std::string> files{
-        {"a.wav", recording("CPA_HUMAN")},
-        {"b.wav", recording("VOICE")},
-        {"list.txt", "a.wav\n# no more\nb.wav\n"},
-        {"labels.csv", "index,type,start,stop\n0,speech,0.01,0.02\n1,BEEP,0.03,0.04\n"},
-        {"map.csv", "label,type\nspeech,CPA_HUMAN\n"},
-        {"settings.xml", savedSettings()},
-        {"former.csv", "what was there before\n"}};
     return {in_strName,
             [=](const std::string& in_strFolder) {
                 struct State
@@ -58,12 +88,7 @@ AllocationScenario command(const std::string& in_strName, const std::vector<std:
                     std::string m_strData;
                 };
                 const auto pState = std::make_shared<State>();
-                for (std::string strArgument : in_vArguments) {
-                    for (std::size_t uiPos = strArgument.find('@'); uiPos != std::string::npos;
-                         uiPos = strArgument.find('@'))
-                        strArgument.replace(uiPos, 1, in_strFolder);
-                    pState->m_vArguments.push_back(strArgument);
-                }
+                pState->m_vArguments = inFolder(in_vArguments, in_strFolder);
                 return Attempt{[=] {
                                    std::ostringstream data;
                                    std::ostringstream messages;
@@ -76,10 +101,48 @@ AllocationScenario command(const std::string& in_strName, const std::vector<std:
                                [=] { return pState->m_strData; }};
             },
             Afterwards::USABLE,
-            files,
+            recordingsAndLists(),
             61,
             nbOfAllocationsForOptions(),
             in_strTable};
+}
+
+// A table that another run can go on with.
+AllocationScenario resumable(const std::string& in_strName, const std::string& in_strTable,
+                             std::vector<std::string> in_vOptions)
+{
+    in_vOptions.insert(in_vOptions.begin(), {"features", "--jobs", "1", "--resume"});
+    in_vOptions.insert(in_vOptions.end(), {"-o", "@/" + in_strTable, "@/a.wav", "@/b.wav"});
+    AllocationScenario scenario = command(in_strName, in_vOptions, in_strTable);
+    scenario.m_vOnlyForAnotherRun = {".partial", ".journal"};
+    return scenario;
+}
+
+// The same, where a former run has finished the first recording only.
+AllocationScenario resumed(const std::string& in_strName, const std::string& in_strTable,
+                           const std::vector<std::string>& in_vOptions)
+{
+    AllocationScenario scenario = resumable(in_strName, in_strTable, in_vOptions);
+    scenario.m_make = [=, make = scenario.m_make](const std::string& in_strFolder) {
+        std::vector<std::string> vFormer = in_vOptions;
+        vFormer.insert(vFormer.begin(), {"features", "--jobs", "1", "--resume", "--fail-fast"});
+        vFormer.insert(vFormer.end(), {"-o", "@/" + in_strTable, "@/a.wav", "@/b.wav"});
+        std::ostringstream unused;
+        std::filesystem::rename(in_strFolder + "/b.wav", in_strFolder + "/away");
+        Tools::runCommandLine(inFolder(vFormer, in_strFolder), {}, unused, unused);
+        std::filesystem::rename(in_strFolder + "/away", in_strFolder + "/b.wav");
+        if (!std::filesystem::exists(in_strFolder + "/" + in_strTable + ".journal"))
+            throw std::logic_error("there is nothing to go on with");
+        return make(in_strFolder);
+    };
+    return scenario;
+}
+
+AllocationScenario merging()
+{
+    AllocationScenario scenario = command("merge", {"merge", "@/all.npy", "@/2.npy", "@/1.npy"});
+    scenario.m_files = parts();
+    return scenario;
 }
 
 } // namespace
@@ -114,7 +177,12 @@ std::vector<AllocationScenario> commandScenarios()
         command("annotations diff", {"annotations", "diff", "@/a.wav", "@/a.wav"}),
         command("annotations check", {"annotations", "check", "--jobs", "1", "@/a.wav", "@/b.wav"}),
         command("annotations types", {"annotations", "types"}),
-        command("features with a formula", {"features", "--expr", "tonal=flatness(spectrum(x)) < 0.2", "@/a.wav"})};
+        command("features with a formula", {"features", "--expr", "tonal=flatness(spectrum(x)) < 0.2", "@/a.wav"}),
+        command("features as numbers",
+                {"features", "--jobs", "1", "--format", "npy", "-o", "@/new.npy", "@/a.wav", "@/b.wav"}, "new.npy"),
+        resumable("features that can be gone on with", "new.csv", {"--sidecar"}),
+        resumed("features that are gone on with", "new.npy", {"--format", "npy"}),
+        merging()};
     vScenarios.front().m_uiNbOfCommon = 0; // for all of them
     vScenarios.front().m_uiStride = 211;
     return vScenarios;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Loaded before the program, it lets memory run out: the allocation of the number CORVANA_FAILING_ALLOCATION fails, and
 // all that follow when CORVANA_FAILING_ALLOCATIONS is there. They count from the first question whether a stream is a
-// terminal, in the main thread: what happens before is the loader's.
+// terminal, in the main thread: what happens before is the loader's. With CORVANA_FAILING_THREADS they count in each
+// thread but the main one.
 #include <cstddef>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -11,11 +12,12 @@
 namespace {
 
 bool s_bStarted = false;
-unsigned long s_uiNumber = 0;
+thread_local constinit unsigned long s_uiNumber = 0;
 
 bool hasToFail()
 {
-    if (!s_bStarted || gettid() != getpid())
+    static const bool s_bInThreads = std::getenv("CORVANA_FAILING_THREADS") != nullptr;
+    if (!s_bStarted || (gettid() == getpid()) == s_bInThreads)
         return false;
     static const char* const s_szNumber = std::getenv("CORVANA_FAILING_ALLOCATION");
     static const unsigned long s_uiFailing = s_szNumber == nullptr ? 0 : std::strtoul(s_szNumber, nullptr, 10);
