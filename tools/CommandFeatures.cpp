@@ -5,6 +5,8 @@
 #include "tools/ExitCode.h"
 #include "tools/FailureTable.h"
 #include "tools/FeatureSet.h"
+#include "tools/FeaturesColumns.h"
+#include "tools/FeaturesOptions.h"
 #include "tools/FeaturesTable.h"
 #include "tools/InOrder.h"
 #include "tools/InputList.h"
@@ -42,6 +44,7 @@ public:
                      in_options.m_bStatusLine)
         , m_log(std::in_place, m_messages, in_options.m_messages.m_iLogLevel)
         , m_table(tableOptions(), out_data)
+        , m_columns(in_options, m_features, m_table)
         , m_inOrder(nbOfThreads())
     {
         m_messages.setProgress(&m_progress);
@@ -51,7 +54,7 @@ public:
     {
         if (!checkOptions() || !saveConfig())
             return EXIT_UNUSABLE;
-        if (!hasInputs())
+        if (!hasInputs(m_options))
             return EXIT_DONE;
         m_vInputs = collectInputs(m_options.m_vInputs, m_options.m_vLists, m_options.m_folders, *m_log, m_messages);
         chooseShard();
@@ -63,7 +66,7 @@ public:
         RunProgress progress(m_progress, m_vInputs, m_uiNext, m_uiEnd);
         makeRows(progress);
         m_log.emplace(m_messages, m_options.m_messages.m_iLogLevel);
-        if (m_table.isGood() && !isSettled() && !settleWithoutRecording()) {
+        if (m_table.isGood() && !m_columns.isSettled() && !settleWithoutRecording()) {
             m_table.abandon();
             return !m_vInputs.empty() && listFailures() ? EXIT_SOME_FAILED : EXIT_UNUSABLE;
         }
@@ -86,28 +89,21 @@ private:
 
     FeaturesTable::Options tableOptions() const
     {
-        const bool bDescription = m_options.m_bDescription || isSharded() || m_options.m_format == RowFormat::NPY;
+        const bool bDescription =
+            m_options.m_bDescription || isSharded(m_options) || m_options.m_format == RowFormat::NPY;
         return {m_options.m_format, m_options.m_strOutput, bDescription, m_options.m_bResume,
                 m_options.m_uiMsBetweenSyncs};
     }
 
-    bool isSharded() const { return m_options.m_shard.m_bGiven || m_options.m_shard.m_uiNbOfShards > 1; }
-    bool isSettled() const { return m_columns.m_uiSampleRate != 0; }
-    bool isToNamedFile() const { return !m_options.m_strOutput.empty() && m_options.m_strOutput != "-"; }
-
     bool checkOptions()
     {
-        if (!hasInputs() && m_options.m_strSaveConfig.empty())
-            return refuse("no recording given: name at least one, or a list of them with --list FILE");
-        const std::string strFault = faultOf(m_options.m_windows);
+        const std::string strFault = faultOf(m_options);
         if (!strFault.empty())
             return refuse(strFault);
-        if (m_options.m_bLabels && !checkLabels())
-            return false;
-        if (isSharded() && !checkShard())
-            return false;
-        if (!checkTable() || !checkFailures())
-            return false;
+        const std::string& strFailures = m_options.m_strFailures;
+        if (!strFailures.empty() && m_table.writesTo(strFailures))
+            return refuse(printable(strFailures) +
+                          ": is written by the table of rows, too; name another file with --failures");
         if (m_features.configure(m_options.m_vFeatures, m_options.m_vFormulas, m_messages))
             return true;
         m_messages.plain(m_options.m_bFormulasOnly
@@ -115,55 +111,6 @@ private:
                              : "'corvana list-features' shows all features and how they are written\n");
         return false;
     }
-
-    bool readsStandardInput() const
-    {
-        return std::find(m_options.m_vInputs.begin(), m_options.m_vInputs.end(), "-") != m_options.m_vInputs.end();
-    }
-
-    bool checkLabels()
-    {
-        if (readsStandardInput())
-            return refuse("--labels reads regions from files, which standard input is not");
-        for (const NamedFormula& formula : m_options.m_vFormulas)
-            if (formula.m_strName == "labels")
-                return refuse("the name 'labels' would be that of two columns");
-        return true;
-    }
-
-    bool checkShard()
-    {
-        if (readsStandardInput())
-            return refuse("--shard shares files among several runs, which standard input is not");
-        return isToNamedFile() || refuse("--shard makes a part of a table, which needs a file: name it with -o FILE");
-    }
-
-    bool checkTable()
-    {
-        const bool bNpy = m_options.m_format == RowFormat::NPY;
-        if (bNpy && m_options.m_bLabels)
-            return refuse("--labels gives words, and --format npy holds numbers: write csv or jsonl, or leave one out");
-        if (m_options.m_bResume && readsStandardInput())
-            return refuse("--resume goes on with files, which standard input is not");
-        if (isToNamedFile() || !hasInputs())
-            return true;
-        if (bNpy)
-            return refuse("--format npy writes more than one file: name the first with -o FILE.npy");
-        if (m_options.m_bResume)
-            return refuse("--resume goes on with a file: name it with -o FILE");
-        return !m_options.m_bDescription || refuse("--sidecar stands beside a file: name that with -o FILE");
-    }
-
-    bool checkFailures()
-    {
-        const std::string& strFile = m_options.m_strFailures;
-        if (strFile == "-" || strFile == "/dev/stdout")
-            return refuse("--failures writes a table of its own, which needs a file: name it with --failures FILE");
-        return strFile.empty() || !m_table.writesTo(strFile) ||
-               refuse(printable(strFile) + ": is written by the table of rows, too; name another file with --failures");
-    }
-
-    bool hasInputs() const { return !m_options.m_vInputs.empty() || !m_options.m_vLists.empty(); }
 
     bool saveConfig()
     {
@@ -186,8 +133,8 @@ private:
 
     void putShard(TableSettings& inout_settings) const
     {
-        inout_settings.m_uiShard = isSharded() ? m_options.m_shard.m_uiNumber : 0;
-        inout_settings.m_uiNbOfShards = isSharded() ? m_options.m_shard.m_uiNbOfShards : 0;
+        inout_settings.m_uiShard = isSharded(m_options) ? m_options.m_shard.m_uiNumber : 0;
+        inout_settings.m_uiNbOfShards = isSharded(m_options) ? m_options.m_shard.m_uiNbOfShards : 0;
         inout_settings.m_uiNbOfInputs = m_vInputs.size();
     }
 
@@ -214,21 +161,18 @@ private:
         return settings;
     }
 
-    std::vector<std::string> filesRead() const
+    std::vector<std::string> allFilesRead() const
     {
-        std::vector<std::string> vRead = m_options.m_vLists;
+        std::vector<std::string> vRead = filesRead(m_options.m_vLists, m_vInputs);
         for (const std::string& strFile : {m_options.m_strConfig, m_options.m_strSaveConfig})
             if (!strFile.empty())
                 vRead.push_back(strFile);
-        for (const Input& input : m_vInputs)
-            if (input.m_strFault.empty())
-                vRead.push_back(input.m_strPath);
         return vRead;
     }
 
     bool openOutput()
     {
-        const std::vector<std::string> vRead = filesRead();
+        const std::vector<std::string> vRead = allFilesRead();
         if (!m_table.open(m_table.needsSettings() ? settings() : TableSettings(), vRead))
             return refuse("cannot write: " + m_table.getFault());
         if (!m_options.m_strFailures.empty() && !m_failures.open(m_options.m_strFailures))
@@ -236,13 +180,13 @@ private:
         std::string strBoth = m_table.findAmong(vRead);
         if (strBoth.empty() && m_failures.isOpen())
             strBoth = m_failures.findAmong(vRead);
-        return strBoth.empty() || refuse(printable(strBoth) + ": is both read and written; write to another file");
+        return strBoth.empty() || refuse(readAndWritten(strBoth));
     }
 
     void tellOfStoppedRun()
     {
         const std::string strJournal = RunJournal::nameFor(OutputFile::targetOf(m_options.m_strOutput));
-        if (!m_options.m_bResume && isToNamedFile() && isRegularFile(strJournal))
+        if (!m_options.m_bResume && isToNamedFile(m_options) && isRegularFile(strJournal))
             m_messages.note("begins anew, although " + printable(strJournal) +
                             " is of a run that was stopped; --resume goes on with that one");
     }
@@ -268,44 +212,17 @@ private:
         }
         if (former.m_uiSampleRate == 0)
             return true;
-        const FeatureSet::Layout& layout = layoutFor(former.m_uiSampleRate);
-        if (!layout.m_strFault.empty())
-            return refuse(layout.m_strFault);
-        settle({layout.m_vNbOfValues, former.m_uiSampleRate});
-        return true;
-    }
-
-    std::vector<TableColumn> describedColumns() const
-    {
-        const std::vector<std::string> vNames = columnNames(m_features.getColumnNames(), m_columns.m_vNbOfValues);
-        const std::vector<std::string> vUnits = m_features.getUnits();
-        std::vector<TableColumn> vColumns;
-        for (std::size_t uiFeature = 0; uiFeature < vUnits.size(); ++uiFeature)
-            for (std::size_t uiValue = 0; uiValue < m_columns.m_vNbOfValues[uiFeature]; ++uiValue)
-                vColumns.push_back({vNames[vColumns.size()], vUnits[uiFeature]});
-        return vColumns;
-    }
-
-    void settle(const RowColumns& in_columns)
-    {
-        m_columns = in_columns;
-        const std::unique_ptr<RowWriter> pWriter = RowWriter::make(m_options.m_format, m_features.getColumnNames(),
-                                                                   in_columns.m_vNbOfValues, m_options.m_bLabels);
-        m_table.begin(pWriter->getHeader(), describedColumns(), in_columns.m_uiSampleRate);
-        if (m_options.m_bFlushRows)
-            m_table.stream().flush();
+        const std::string strFault = m_columns.settleForRate(former.m_uiSampleRate, *m_log);
+        return strFault.empty() || refuse(strFault);
     }
 
     bool settleForGivenRate()
     {
         const unsigned long uiRate = m_options.m_windows.m_uiSampleRate;
-        if (uiRate == 0 || isSettled())
+        if (uiRate == 0 || m_columns.isSettled())
             return true;
-        const FeatureSet::Layout& layout = layoutFor(uiRate);
-        if (!layout.m_strFault.empty())
-            return refuse(layout.m_strFault);
-        settle({layout.m_vNbOfValues, uiRate});
-        return true;
+        const std::string strFault = m_columns.settleForRate(uiRate, *m_log);
+        return strFault.empty() || refuse(strFault);
     }
 
     // A table without rows still has its columns; 8000 Hz is what the features are made for. It does not replace a
@@ -314,58 +231,30 @@ private:
     {
         constexpr unsigned long uiAssumedRate = 8000;
         const bool bHadInputs = !m_vInputs.empty();
-        if (bHadInputs && isToNamedFile()) {
+        if (bHadInputs && isToNamedFile(m_options)) {
             m_messages.note("nothing is written: no recording could be analysed");
             return false;
         }
-        const FeatureSet::Layout& layout = layoutFor(uiAssumedRate);
-        if (!layout.m_strFault.empty()) {
-            if (bHadInputs)
-                m_messages.note("nothing is written: no recording could be analysed");
-            else
-                m_messages.error(layout.m_strFault);
-            return false;
-        }
-        settle({layout.m_vNbOfValues, uiAssumedRate});
-        return true;
-    }
-
-    const FeatureSet::Layout& layoutFor(unsigned long in_uiSampleRate)
-    {
-        return m_features.getLayout(in_uiSampleRate, m_options.m_windows.m_uiWindowMs, *m_log);
+        const std::string strFault = m_columns.settleForRate(uiAssumedRate, *m_log);
+        if (strFault.empty())
+            return true;
+        if (bHadInputs)
+            m_messages.note("nothing is written: no recording could be analysed");
+        else
+            m_messages.error(strFault);
+        return false;
     }
 
     void makeRows(RunProgress& inout_progress)
     {
         const bool bSeveral = m_inOrder.getMaxNbInFlight() > 1 && m_uiEnd - m_uiNext > 1;
-        if (!isSettled() && (bSeveral || isSharded()))
-            settleByOpening();
+        if (!m_columns.isSettled() && (bSeveral || isSharded(m_options)))
+            m_columns.settleByOpening(m_vInputs);
         std::size_t uiNext = m_uiNext;
-        if (!bSeveral || !isSettled())
+        if (!bSeveral || !m_columns.isSettled())
             uiNext = makeRowsHere(bSeveral, inout_progress);
         if (uiNext < m_uiEnd && !m_bStopped)
             makeRowsInThreads(uiNext, inout_progress);
-    }
-
-    // The first recording of all that can be opened settles the columns, also when another shard has it, or another
-    // thread will come to it later. What can be read only once is left alone.
-    void settleByOpening()
-    {
-        std::ostream nowhere(nullptr);
-        Messages toldLater(nowhere, true);
-        Progress progress(nowhere, ProgressMode::NEVER, false);
-        LogBridge log(toldLater, m_options.m_messages.m_iLogLevel);
-        RecordingAnalysis analysis(m_options.m_windows, m_features, log, toldLater, progress);
-        for (const Input& input : m_vInputs) {
-            if (!input.m_strFault.empty())
-                continue;
-            if (!isRegularFile(input.m_strPath) && !isSharded())
-                return;
-            if (isRegularFile(input.m_strPath) && analysis.open(input.m_strPath).empty()) {
-                settle({analysis.getNbOfValues(), analysis.getWindowRate()});
-                return;
-            }
-        }
     }
 
     // Straight to where they belong, one recording after the other. Returns the first input that is left.
@@ -373,12 +262,12 @@ private:
     {
         RecordingRows rows(m_options, m_vInputs, m_messages, inout_progress);
         std::size_t uiInput = m_uiNext;
-        while (uiInput < m_uiEnd && !m_bStopped && !(in_bOnlyUntilSettled && isSettled())) {
+        while (uiInput < m_uiEnd && !m_bStopped && !(in_bOnlyUntilSettled && m_columns.isSettled())) {
             std::string strFault = rows.open(uiInput);
-            if (strFault.empty() && !isSettled())
-                settle(rows.getColumns());
+            if (strFault.empty() && !m_columns.isSettled())
+                m_columns.settle(rows.getColumns());
             if (strFault.empty())
-                strFault = rows.write(m_columns, m_table.stream(), m_options.m_bFlushRows);
+                strFault = rows.write(m_columns.get(), m_table.stream(), m_options.m_bFlushRows);
             const InputOutcome outcome = rows.end(strFault);
             m_bStopped = !take(uiInput++, outcome, {}, inout_progress);
         }
@@ -391,7 +280,7 @@ private:
         const std::string strFolder = folderForTemporaryFiles();
         RowMemory memory;
         const auto makeWorker = [&] {
-            return std::make_unique<RowsWorker>(m_options, m_vInputs, m_columns,
+            return std::make_unique<RowsWorker>(m_options, m_vInputs, m_columns.get(),
                                                 RowsWorker::Store{uiWaiting, strFolder, memory, m_inOrder.isStopped()},
                                                 inout_progress);
         };
@@ -435,7 +324,7 @@ private:
             m_table.keep();
         if (m_bGivenUp && m_table.keep()) {
             m_messages.note(std::string("stopped at the first input that failed, as --fail-fast asks") +
-                            (isToNamedFile() ? "; nothing is written" : "") +
+                            (isToNamedFile(m_options) ? "; nothing is written" : "") +
                             (m_options.m_bResume ? " before --resume goes on there" : ""));
             return EXIT_SOME_FAILED; // a table of failures would not be complete
         }
@@ -467,13 +356,13 @@ private:
     std::optional<LogBridge> m_log;
     FeatureSet m_features;
     FeaturesTable m_table;
+    FeaturesColumns m_columns;
     FailureTable m_failures;
     InOrder m_inOrder;
     std::vector<Input> m_vInputs;
     std::size_t m_uiBegin = 0; // the inputs of this shard
     std::size_t m_uiEnd = 0;
     std::size_t m_uiNext = 0; // the first that no former run finished
-    RowColumns m_columns;
     std::size_t m_uiNbOfFailures = 0;
     bool m_bStopped = false;
     bool m_bGivenUp = false;

@@ -148,6 +148,35 @@ bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::
     return true;
 }
 
+void addViewInputs(CLI::App& inout_command, ViewOptions& out_options)
+{
+    inout_command
+        .add_option("FILE", out_options.m_vInputs, "Recordings: mono files of any format that libsndfile reads")
+        ->type_name("");
+    addLists(inout_command, out_options.m_vLists, out_options.m_folders);
+}
+
+void addCurveOptions(CLI::App& inout_command, ViewOptions& out_options, std::vector<std::string>& out_vNamedFormulas)
+{
+    addFeatureOption(inout_command, out_options.m_vFeatures);
+    addFormulaOption(inout_command, "A curve of that name: a formula over x, the window; repeatable",
+                     out_vNamedFormulas);
+    addWindowOptions(inout_command, out_options.m_windows);
+    addProgressOption(inout_command, out_options.m_progress);
+    addMessageOptions(inout_command, out_options.m_messages);
+}
+
+bool completeView(const std::string& in_strCommand, const std::vector<std::string>& in_vNamedFormulas,
+                  ViewOptions& inout_options, std::ostream& out_messages)
+{
+    std::string strFault;
+    if (parseNamedFormulas(in_vNamedFormulas, inout_options.m_vFormulas, strFault))
+        return true;
+    Messages(out_messages, false)
+        .error(in_strCommand + ": " + strFault + "\nTry 'corvana help " + in_strCommand + "'.");
+    return false;
+}
+
 void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode, bool in_bJson)
 {
     std::vector<std::pair<std::string, ProgressMode>> vModes = {

@@ -8,6 +8,7 @@
 #include "tools/Progress.h"
 #include "tools/RecordingAnalysis.h"
 #include "tools/Text.h"
+#include "tools/ViewRun.h"
 
 #include <CLI/CLI.hpp>
 
@@ -81,6 +82,21 @@ void addFormulaOption(CLI::App& inout_command, const std::string& in_strHelp,
 /// Splits what addFormulaOption() took. False, with the one at fault in out_strFault: it has no name or no formula.
 bool parseNamedFormulas(const std::vector<std::string>& in_vNamedFormulas, std::vector<NamedFormula>& out_vFormulas,
                         std::string& out_strFault);
+/// The command line of what shows recordings; OptionsT are ViewOptions and more.
+template <class OptionsT>
+struct ViewCommandLine
+{
+    OptionsT m_options;
+    std::vector<std::string> m_vNamedFormulas;
+};
+/// What to show: FILE..., and those of addLists().
+void addViewInputs(CLI::App& inout_command, ViewOptions& out_options);
+/// Curves and their windows, progress, messages.
+void addCurveOptions(CLI::App& inout_command, ViewOptions& out_options, std::vector<std::string>& out_vNamedFormulas);
+/// Completes what was parsed for the command of that name. False: told why it is no use.
+bool completeView(const std::string& in_strCommand, const std::vector<std::string>& in_vNamedFormulas,
+                  ViewOptions& inout_options, std::ostream& out_messages);
+
 /// --progress; for many recordings in_bJson.
 void addProgressOption(CLI::App& inout_command, ProgressMode& out_mode, bool in_bJson = false);
 

@@ -6,7 +6,6 @@
 #include "tools/CommandLineParts.h"
 #include "tools/CommandPlot.h"
 #include "tools/ExitCode.h"
-#include "tools/Messages.h"
 
 #include <cmath>
 #include <memory>
@@ -54,11 +53,7 @@ void addSeconds(CLI::App& inout_command, const std::string& in_strName, const st
             });
 }
 
-struct PlotCommandLine
-{
-    CommandPlot::Options m_options;
-    std::vector<std::string> m_vNamedFormulas;
-};
+using PlotCommandLine = ViewCommandLine<CommandPlot::Options>;
 
 void addPictureOptions(CLI::App& inout_command, CommandPlot::Options& out_options)
 {
@@ -79,11 +74,8 @@ int runPlot(PlotCommandLine& inout_line, const Terminals& in_terminals, std::ost
             std::ostream& out_messages)
 {
     CommandPlot::Options& options = inout_line.m_options;
-    std::string strFault;
-    if (!parseNamedFormulas(inout_line.m_vNamedFormulas, options.m_vFormulas, strFault)) {
-        Messages(out_messages, false).error("plot: " + strFault + "\nTry 'corvana help plot'.");
+    if (!completeView("plot", inout_line.m_vNamedFormulas, options, out_messages))
         return EXIT_UNUSABLE;
-    }
     options.m_bDataTerminal = in_terminals.m_bData;
     options.m_bStatusLine = in_terminals.m_bMessages;
     return CommandPlot::run(options, out_data, out_messages);
@@ -99,16 +91,9 @@ void addPlotCommand(const AnnotationCommandLine& in_commandLine, const Terminals
             return runPlot(*pLine, in_terminals, in_commandLine.m_data, in_commandLine.m_messages);
         });
     CommandPlot::Options& options = pLine->m_options;
-    command.add_option("FILE", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads")
-        ->type_name("");
-    addLists(command, options.m_vLists, options.m_folders);
+    addViewInputs(command, options);
     addPictureOptions(command, options);
-    addFeatureOption(command, options.m_vFeatures);
-    addFormulaOption(command, "A curve of that name: a formula over x, the window; repeatable",
-                     pLine->m_vNamedFormulas);
-    addWindowOptions(command, options.m_windows);
-    addProgressOption(command, options.m_progress);
-    addMessageOptions(command, options.m_messages);
+    addCurveOptions(command, options, pLine->m_vNamedFormulas);
 }
 
 } // namespace Corvana::Tools

@@ -5,7 +5,6 @@
 #include "tools/CommandLineParts.h"
 #include "tools/CommandReport.h"
 #include "tools/ExitCode.h"
-#include "tools/Messages.h"
 
 #include <memory>
 
@@ -25,21 +24,14 @@ Examples:
 Exit codes: 0 done; 1 finished, but some inputs failed (each is named, the others are shown); 2 wrong usage, or the
 output could not be written.)";
 
-struct ReportCommandLine
-{
-    CommandReport::Options m_options;
-    std::vector<std::string> m_vNamedFormulas;
-};
+using ReportCommandLine = ViewCommandLine<CommandReport::Options>;
 
 int runReport(ReportCommandLine& inout_line, const Terminals& in_terminals, std::ostream& out_data,
               std::ostream& out_messages)
 {
     CommandReport::Options& options = inout_line.m_options;
-    std::string strFault;
-    if (!parseNamedFormulas(inout_line.m_vNamedFormulas, options.m_vFormulas, strFault)) {
-        Messages(out_messages, false).error("report: " + strFault + "\nTry 'corvana help report'.");
+    if (!completeView("report", inout_line.m_vNamedFormulas, options, out_messages))
         return EXIT_UNUSABLE;
-    }
     options.m_bStatusLine = in_terminals.m_bMessages && !(in_terminals.m_bData && options.m_strOutput == "-");
     return CommandReport::run(options, out_data, out_messages);
 }
@@ -54,18 +46,11 @@ void addReportCommand(const AnnotationCommandLine& in_commandLine, const Termina
             return runReport(*pLine, in_terminals, in_commandLine.m_data, in_commandLine.m_messages);
         });
     CommandReport::Options& options = pLine->m_options;
-    command.add_option("FILE", options.m_vInputs, "Recordings: mono files of any format that libsndfile reads")
-        ->type_name("");
-    addLists(command, options.m_vLists, options.m_folders);
+    addViewInputs(command, options);
     addFileName(command, "-o,--output", "Write the page to FILE, which appears when it is complete",
                 options.m_strOutput);
     command.add_flag("--no-audio", options.m_bWithoutAudio, "Leave the sound out");
-    addFeatureOption(command, options.m_vFeatures);
-    addFormulaOption(command, "A curve of that name: a formula over x, the window; repeatable",
-                     pLine->m_vNamedFormulas);
-    addWindowOptions(command, options.m_windows);
-    addProgressOption(command, options.m_progress);
-    addMessageOptions(command, options.m_messages);
+    addCurveOptions(command, options, pLine->m_vNamedFormulas);
 }
 
 } // namespace Corvana::Tools

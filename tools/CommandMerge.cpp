@@ -2,6 +2,7 @@
 #include "tools/CommandMerge.h"
 
 #include "tools/ExitCode.h"
+#include "tools/InputList.h"
 #include "tools/Messages.h"
 #include "tools/NpyFormat.h"
 #include "tools/TableFile.h"
@@ -150,7 +151,7 @@ private:
         for (const OutputFile* pFile : {&m_rows, &m_inputs, &m_times}) {
             const std::string strBoth = pFile->findAmong(vRead);
             if (!strBoth.empty())
-                return refuse(printable(strBoth) + ": is both read and written; write to another file");
+                return refuse(readAndWritten(strBoth));
         }
         return true;
     }

@@ -44,7 +44,7 @@ void FileRun::open(const std::vector<std::string>& in_vRead)
     const std::string strBoth = m_failures.findAmong(vRead);
     m_bUsable = strBoth.empty();
     if (!m_bUsable)
-        m_messages.error(printable(strBoth) + ": is both read and written; write to another file");
+        m_messages.error(readAndWritten(strBoth));
 }
 
 bool FileRun::end(const Input& in_file, const std::string& in_strFault)

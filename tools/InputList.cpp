@@ -173,6 +173,20 @@ std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, cons
     return collectInputs(in_vPaths, in_vLists, in_folders, log, out_messages);
 }
 
+std::vector<std::string> filesRead(const std::vector<std::string>& in_vLists, const std::vector<Input>& in_vInputs)
+{
+    std::vector<std::string> vRead = in_vLists;
+    for (const Input& input : in_vInputs)
+        if (input.m_strFault.empty())
+            vRead.push_back(input.m_strPath);
+    return vRead;
+}
+
+std::string readAndWritten(const std::string& in_strPath)
+{
+    return printable(in_strPath) + ": is both read and written; write to another file";
+}
+
 bool isRegularFile(const std::string& in_strPath)
 {
     std::error_code error;

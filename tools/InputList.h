@@ -34,6 +34,12 @@ std::vector<Input> collectInputs(const std::vector<std::string>& in_vPaths, cons
                                  const FolderOptions& in_folders, const MessageOptions& in_options,
                                  Messages& out_messages);
 
+/// What a run reads by name, which it must not write to: the lists, and the inputs that can be tried.
+std::vector<std::string> filesRead(const std::vector<std::string>& in_vLists, const std::vector<Input>& in_vInputs);
+
+/// What to tell when one of those is to be written.
+std::string readAndWritten(const std::string& in_strPath);
+
 /// Whether it is a file whose length is known, no pipe or device.
 bool isRegularFile(const std::string& in_strPath);
 
