@@ -197,9 +197,14 @@ std::string openingFault(const std::string& in_strPath, LogBridge& inout_log)
 {
     const std::string strReason = inout_log.takeErrors();
     const std::string strText = strReason.empty() ? "cannot be opened" : strReason;
-    if (in_strPath == "-" || access(in_strPath.c_str(), R_OK) == 0)
+    if (in_strPath == "-")
         return strText;
-    return strText + " (" + std::strerror(errno) + ")";
+    if (access(in_strPath.c_str(), R_OK) != 0)
+        return strText + " (" + std::strerror(errno) + ")";
+    // What libsndfile says of some files that it takes for MPEG audio.
+    if (strText.find("File does not exist") != std::string::npos && isRegularFile(in_strPath))
+        return strText + " (it does exist; it is damaged, or of a format that libsndfile does not read)";
+    return strText;
 }
 
 } // namespace Corvana::Tools

@@ -194,5 +194,23 @@ TEST_F(InputListTest, RefusesAFolder)
     EXPECT_THAT(vInputs[0].m_strFault, StartsWith("is a folder, not a recording"));
 }
 
+TEST_F(InputListTest, ContradictsTheFaultThatAFileDoesNotExistWhenItDoes)
+{
+    constexpr SourcePosition position{"SomeFile", 1};
+    const Logger logger("test.inputlist");
+    const auto faultOf = [&](const std::string& in_strPath) {
+        LogBridge log(m_messages, LOG_WARN);
+        log.beginInput(in_strPath);
+        CORVANA_LOG_AT(LOG_ERROR, position, logger, "File does not exist or is not a regular file.");
+        return openingFault(in_strPath, log);
+    };
+    m_dir.write("a.mp3", "ID3");
+    EXPECT_EQ(faultOf(m_dir.file("a.mp3")), "File does not exist or is not a regular file. (it does exist; it is "
+                                            "damaged, or of a format that libsndfile does not read)");
+    EXPECT_EQ(faultOf(m_dir.file("b.mp3")),
+              "File does not exist or is not a regular file. (No such file or directory)");
+    EXPECT_EQ(faultOf(m_dir.path()), "File does not exist or is not a regular file.");
+}
+
 } // namespace
 } // namespace Corvana::Tools
