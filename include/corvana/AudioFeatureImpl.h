@@ -41,7 +41,8 @@ public:
 
     bool compute(const Math::DoubleVector& in_vInput, Math::DoubleVector& out_vOutput) override;
     SpectrumFeature* clone() const override;
-    /// False before the first window has fixed the length, and for windows of another one.
+    /// The first window fixes the length, as with compute(). False for windows of another one, for a length that is no
+    /// power of two, and for windows of less than two samples.
     bool computeSeveral(unsigned long in_uiNbOfInputs, const Math::DoubleVector* in_pInputs,
                         Math::DoubleVector* out_pOutputs) override;
 

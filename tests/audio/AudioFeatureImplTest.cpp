@@ -357,6 +357,62 @@ TEST(SpectrumFeature, AllocatesNothingAfterTheFirstWindow)
     EXPECT_EQ(uiBlocks, nbOfVectorBlocks());
 }
 
+// ---- Several windows at once
+
+TEST(SpectrumFeature, ComputesSeveralWindowsBeforeItHasSeenOne)
+{
+    const std::vector<DoubleVector> vWindows = {noise(256, 1), noise(256, 2), noise(256, 3)};
+    std::vector<DoubleVector> vOutputs(3, DoubleVector{7.0});
+
+    ASSERT_TRUE(SpectrumFeature().computeSeveral(3, vWindows.data(), vOutputs.data()));
+
+    for (std::size_t uiWindow = 0; uiWindow < 3; ++uiWindow)
+        EXPECT_TRUE(sameBits(joined({7.0}, spectrumOf(vWindows[uiWindow])), vOutputs[uiWindow])) << uiWindow;
+}
+
+TEST(SpectrumReducedFeature, ComputesSeveralWindowsBeforeItHasSeenOne)
+{
+    const std::vector<DoubleVector> vWindows = {noise(256, 1), noise(256, 2), noise(256, 3)};
+    std::vector<DoubleVector> vOutputs(3, DoubleVector{7.0});
+
+    ASSERT_TRUE(SpectrumReducedFeature(20).computeSeveral(3, vWindows.data(), vOutputs.data()));
+
+    for (std::size_t uiWindow = 0; uiWindow < 3; ++uiWindow)
+        EXPECT_TRUE(
+            sameBits(joined({7.0}, valuesOf(SpectrumReducedFeature(20), vWindows[uiWindow])), vOutputs[uiWindow]))
+            << uiWindow;
+}
+
+// What would be reported, or fails, is left to compute(), which tells it for each window.
+TEST(SpectrumFeature, LeavesWindowsThatOneAloneWouldReportUntouchedAmongSeveral)
+{
+    const std::vector<std::vector<DoubleVector>> vBlocks = {{noise(100, 1), noise(100, 2)},
+                                                            {noise(256), noise(128)},
+                                                            {noise(128), noise(256)},
+                                                            {noise(1), noise(1)},
+                                                            {{}, {}}};
+    for (const std::vector<DoubleVector>& vWindows : vBlocks) {
+        std::vector<DoubleVector> vOutputs(2, DoubleVector{7.0});
+        const AssertionCapture assertions;
+
+        EXPECT_FALSE(SpectrumFeature().computeSeveral(2, vWindows.data(), vOutputs.data()));
+        EXPECT_FALSE(SpectrumReducedFeature(8).computeSeveral(2, vWindows.data(), vOutputs.data()));
+
+        EXPECT_EQ(std::vector<DoubleVector>(2, DoubleVector{7.0}), vOutputs) << vWindows[0].size();
+        EXPECT_THAT(assertions.texts(), IsEmpty());
+    }
+}
+
+TEST(SpectrumReducedFeature, WithoutBandsLeavesSeveralWindowsUntouched)
+{
+    const DoubleVector vWindow = noise(256);
+    DoubleVector vOutput = {7.0};
+
+    EXPECT_FALSE(SpectrumReducedFeature(0).computeSeveral(1, &vWindow, &vOutput));
+
+    EXPECT_EQ(DoubleVector({7.0}), vOutput);
+}
+
 TEST(SpectrumFeature, NamesItselfForFormulas)
 {
     const SpectrumFeature feature;
