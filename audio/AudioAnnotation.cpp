@@ -502,7 +502,7 @@ protected:
     {
         if (!m_file.is_open() && !m_bCouldNotOpen)
             m_bCouldNotOpen = m_file.open(m_szFile, std::ios_base::out | std::ios_base::binary) == nullptr;
-        return m_bCouldNotOpen ? 0 : m_file.sputn(in_pBytes, in_iNbOfBytes);
+        return m_file.sputn(in_pBytes, in_iNbOfBytes); // takes nothing where it is not open
     }
     int sync() override { return m_file.pubsync(); }
 

@@ -48,12 +48,12 @@ void deallocateValues(double* in_pData, std::size_t in_uiCapacity) noexcept
 
 } // namespace
 
+// For a vector that has no room yet. Where its values end is for the caller to say.
 void DoubleVector::allocate(size_type in_uiCapacity)
 {
     if (in_uiCapacity == 0)
         return;
     m_pBegin = allocateValues(in_uiCapacity);
-    m_pEnd = m_pBegin;
     m_pEndOfCapacity = m_pBegin + in_uiCapacity;
 }
 

@@ -171,7 +171,6 @@ void FeatureGraph::clear()
     m_vFeatures.clear();
     m_vStages.clear();
     m_vInputs.clear();
-    m_bComplete = false;
 }
 
 bool FeatureGraph::setInput(const std::string& in_strName, const DoubleVector& in_vValue)

@@ -149,8 +149,7 @@ void Parser::readText()
     const std::size_t uiEnd = m_strFormula.find('"', m_uiNext + 1);
     if (uiEnd == std::string_view::npos) {
         m_token.m_kind = Token::Kind::INVALID;
-        m_token.m_szFault = "a text without its closing quote";
-        m_uiNext = m_strFormula.size();
+        m_token.m_szFault = "a text without its closing quote"; // no rule takes it, or reads on behind it
         return;
     }
     m_token.m_kind = Token::Kind::TEXT;
