@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/InOrder.h"
 
+#include "infra/ExhaustibleMemory.h"
 #include "tools/ExitCode.h"
 #include "tools/Termination.h"
 
