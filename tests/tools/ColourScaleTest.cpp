@@ -43,12 +43,12 @@ TEST(ColourScale, RunsStraightFromOneKnownColourToTheNext)
          {0x440154, 0x482878, 0x3E4A89, 0x31688E, 0x26828E, 0x1F9E89, 0x35B779, 0x6DCD59, 0xB4DE2C, 0xFDE725}}};
     for (const auto& [pScale, aiStops] : aScales)
         for (int iStep = 0; iStep < 128; ++iStep) {
-            const int iStop = std::min(iStep * 9 / 127, 8);
-            const double dShare = iStep * 9.0 / 127.0 - iStop;
+            const auto uiStop = static_cast<std::size_t>(std::min(iStep * 9 / 127, 8));
+            const double dShare = iStep * 9.0 / 127.0 - static_cast<double>(uiStop);
             unsigned long uiExpected = 0;
             for (const int iUnit : {0x10000, 0x100, 1}) {
-                const int iLeft = aiStops[iStop] / iUnit % 256;
-                const int iRight = aiStops[iStop + 1] / iUnit % 256;
+                const int iLeft = aiStops[uiStop] / iUnit % 256;
+                const int iRight = aiStops[uiStop + 1] / iUnit % 256;
                 uiExpected += static_cast<unsigned long>(std::lround(iLeft + (iRight - iLeft) * dShare) * iUnit);
             }
             EXPECT_EQ(pScale->at(iStep / 127.0), uiExpected) << iStep;
