@@ -342,8 +342,11 @@ bool AnnotatedFile::removeEmptyList(const Chunk::List& in_list)
 {
     ChunkPos pos;
     for (bool bFound = m_parser.find(s_uiList, pos); bFound; bFound = m_parser.findNext(pos))
-        if (&pos.chunk().m_children == &in_list) // whose odd end, if it has one, is somebody else's
-            return !pos.chunk().m_vData.empty() || m_parser.unlink(pos);
+        if (&pos.chunk().m_children == &in_list) {
+            if (pos.chunk().m_vData.empty()) // else it has an odd end, which is somebody else's
+                m_parser.unlink(pos);
+            return true;
+        }
     CORVANA_LOG_ERROR(fileScopeLogger(), "Not able to delete empty LIST chunk");
     return false;
 }
@@ -500,7 +503,7 @@ public:
 protected:
     std::streamsize xsputn(const char* in_pBytes, std::streamsize in_iNbOfBytes) override
     {
-        if (!m_file.is_open() && !m_bCouldNotOpen)
+        if (!m_file.is_open())
             m_bCouldNotOpen = m_file.open(m_szFile, std::ios_base::out | std::ios_base::binary) == nullptr;
         return m_file.sputn(in_pBytes, in_iNbOfBytes); // takes nothing where it is not open
     }

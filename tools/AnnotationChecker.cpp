@@ -150,8 +150,7 @@ std::string AnnotationChecker::check(const std::string& in_strPath)
 // does not count, however it looks.
 bool AnnotationChecker::hasSystemFailed()
 {
-    if (m_iSystemError == 0)
-        m_iSystemError = errno;
+    m_iSystemError = std::max(m_iSystemError, errno); // any of them tells enough
     return m_iSystemError != 0;
 }
 

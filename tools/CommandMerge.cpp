@@ -187,8 +187,8 @@ private:
                 strFault = part.copyTimes(m_times, times);
             if (!strFault.empty())
                 return refuse(strFault);
-            if (!m_rows.isGood() || !m_times.isGood())
-                return refuse("cannot write: " + faultOfOutputs());
+            if (const std::string strWritingFault = faultOfOutputs(); !strWritingFault.empty())
+                return refuse("cannot write: " + strWritingFault);
             uiNbOfBytes += part.getNbOfRowBytes();
         }
         m_whole.m_size.m_uiNbOfBytes = uiNbOfBytes;

@@ -24,8 +24,6 @@ struct InputOutcome
 class InputOutcomes
 {
 public:
-    void reserve(std::size_t in_uiNbOfInputs) { m_vNbOfRows.reserve(in_uiNbOfInputs); }
-
     void add(std::uint64_t in_uiNbOfRows, const std::string& in_strFault)
     {
         if (!in_strFault.empty())

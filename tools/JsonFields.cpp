@@ -3,7 +3,6 @@
 
 #include "tools/Checksum.h"
 
-#include <cmath>
 #include <string_view>
 
 namespace Corvana::Tools {
@@ -76,7 +75,7 @@ double JsonFields::getAmount(const char* in_szKey)
 {
     const json* pValue = find(in_szKey);
     const double dValue = pValue != nullptr && pValue->is_number() ? pValue->get<double>() : -1.0;
-    if (std::isfinite(dValue) && dValue >= 0.0)
+    if (dValue >= 0.0) // JSON has no infinities
         return dValue;
     setFault("'" + std::string(in_szKey) + "' is no number from 0 on");
     return 0.0;

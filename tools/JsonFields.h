@@ -21,7 +21,7 @@ public:
     bool isNull(const char* in_szKey) const;
     /// A whole number from 0 to the given one.
     std::uint64_t getNumber(const char* in_szKey, std::uint64_t in_uiMax);
-    /// A finite number, not below 0.
+    /// A number, not below 0.
     double getAmount(const char* in_szKey);
     bool getFlag(const char* in_szKey);
     /// As JsonWriter::putText() writes it.

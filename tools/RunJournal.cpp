@@ -227,11 +227,12 @@ bool RunJournal::write(const std::string& in_strLines)
 {
     std::string_view strRest = in_strLines;
     while (!strRest.empty()) {
+        errno = EIO; // for a file that takes nothing and does not tell why
         const ssize_t iWritten = ::write(m_iDescriptor, strRest.data(), strRest.size());
         if (iWritten > 0)
             strRest.remove_prefix(static_cast<std::size_t>(iWritten));
-        else if (iWritten == 0 || errno != EINTR)
-            return refuse(iWritten == 0 ? EIO : errno);
+        else if (errno != EINTR)
+            return refuse(errno);
     }
     return fdatasync(m_iDescriptor) == 0 || refuse(errno);
 }

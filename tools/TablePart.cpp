@@ -18,7 +18,7 @@ constexpr std::size_t s_uiBlock = std::size_t{1} << 18U;
 
 std::string systemFault(const std::string& in_strPath)
 {
-    return printable(in_strPath) + ": " + std::strerror(errno == 0 ? EIO : errno);
+    return printable(in_strPath) + ": " + std::strerror(errno);
 }
 
 std::string changed(const std::string& in_strPath)
@@ -56,7 +56,7 @@ private:
 std::string copy(const std::string& in_strPath, std::size_t in_uiStart, std::uint64_t in_uiExpected,
                  OutputFile& out_file, Checksum& inout_checksum, RowCounter& inout_counter)
 {
-    errno = 0;
+    errno = EIO; // for streams that do not tell why
     std::ifstream stream(in_strPath, std::ios::binary);
     stream.seekg(static_cast<std::streamoff>(in_uiStart));
     if (!stream)
@@ -122,7 +122,7 @@ std::string TablePart::checkFile(const std::string& in_strPath, const std::strin
                                  std::uint64_t in_uiRowBytes) const
 {
     struct stat status = {};
-    errno = 0;
+    errno = EIO; // for streams that do not tell why
     if (stat(in_strPath.c_str(), &status) != 0)
         return systemFault(in_strPath);
     if (!S_ISREG(status.st_mode))

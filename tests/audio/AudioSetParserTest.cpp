@@ -734,6 +734,14 @@ TEST_F(AudioSetParserTest, DoesNotTakeADeviceForAFile)
     EXPECT_FALSE(m_parser.doesFileExist("/dev/null"));
 }
 
+TEST_F(AudioSetParserTest, FindsAFileThatOnlyItsOwnerMayRead)
+{
+    const std::string strFile = touch("own.wav");
+    std::filesystem::permissions(strFile, std::filesystem::perms::owner_read);
+
+    EXPECT_TRUE(m_parser.doesFileExist(strFile.c_str()));
+}
+
 TEST_F(AudioSetParserTest, DoesNotFindAFileThatItCannotRead)
 {
     const std::string strFile = touch("secret.wav");

@@ -172,8 +172,64 @@ TEST_P(ResumeFaultsTest, TellsACallThatFailsAndIsCompletedByAnotherRun)
     EXPECT_GT(uiNbOfFaults, 5U);
 }
 
+TEST_P(ResumeFaultsTest, GoesOnWhenItIsInterrupted)
+{
+    for (const char* szName : {"write", "read", "pread64"}) {
+        const std::vector<Call> vCalls = m_pCommand->trace();
+        m_pCommand->restoreFiles();
+        const auto itFirst = std::find_if(vCalls.begin(), vCalls.end(),
+                                          [&](const Call& in_call) { return in_call.m_strName == szName; });
+        if (itFirst == vCalls.end())
+            continue;
+        SCOPED_TRACE(itFirst->m_strText);
+        const RunResult run = m_pCommand->runWith(std::string(szName) +
+                                                  ":error=EINTR:when=" + std::to_string(itFirst->m_uiNumber) + "+2");
+        EXPECT_EQ(run.m_iCode, m_expected.m_iCode) << run.m_strMessages;
+        EXPECT_TRUE(run.m_files == m_expected.m_files) << run.m_strMessages;
+        m_pCommand->restoreFiles();
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, ResumeFaultsTest, testing::ValuesIn(commands()),
                          [](const auto& in_info) { return in_info.param.m_strName; });
+
+TEST(Journal, GoesOnWhenItsWritingIsInterrupted)
+{
+    if (!TracedCommand::isPossible())
+        GTEST_SKIP() << "strace is not installed, or nothing may be traced here";
+    const std::vector<std::string> vArguments = {"features", "--resume", "--jobs", "1", "-o", "@/r.csv", "@/a.wav"};
+    TracedCommand command(vArguments, files());
+    const RunResult whole = command.run();
+    command.restoreFiles();
+    const RunResult run = command.runWithIn("write:error=EINTR:when=1+2", {"r.csv.journal"});
+    EXPECT_TRUE(run.m_bInjected);
+    EXPECT_EQ(run.m_iCode, 0) << run.m_strMessages;
+    EXPECT_TRUE(run.m_files == whole.m_files);
+}
+
+// At the second time as well: what was right when it was looked at is read again when it is copied.
+TEST(Merge, TellsWhichPartTheSystemDoesNotLetBeRead)
+{
+    if (!TracedCommand::isPossible())
+        GTEST_SKIP() << "strace is not installed, or nothing may be traced here";
+    TracedCommand command({"merge", "@/t.npy", "@/part-1.npy", "@/part-2.npy"}, files());
+    for (const char* szName : {"part-1.npy", "part-1.times.npy", "part-2.npy.json"}) {
+        unsigned uiNbOfFaults = 0;
+        for (unsigned uiNumber = 1; uiNumber <= 4; ++uiNumber) {
+            SCOPED_TRACE(szName + (" " + std::to_string(uiNumber)));
+            command.restoreFiles();
+            const RunResult run = command.runWithIn("read:error=EIO:when=" + std::to_string(uiNumber), {szName});
+            if (!run.m_bInjected)
+                continue;
+            ++uiNbOfFaults;
+            EXPECT_EQ(run.m_iCode, 2);
+            EXPECT_TRUE(run.m_strMessages.starts_with("corvana: " + command.folder() + "/" + szName + ": "))
+                << run.m_strMessages;
+            EXPECT_TRUE(run.m_files == files()) << "writes something";
+        }
+        EXPECT_GE(uiNbOfFaults, 2U) << szName;
+    }
+}
 
 // Values, times, description and failures, each with a temporary name where there are no files without one.
 TEST(SeveralFiles, LeaveNothingWhenTheRunIsToldToStop)

@@ -599,8 +599,13 @@ TEST_F(AnnotationEditTest, EditsNothingWhenNotesCannotBeSaved)
     const std::string strFile = makeFileWithNotes("a.wav", {"first"});
     const std::string strBefore = contentsOf(strFile);
     const std::string strText = m_dir.write("text.txt", "my diary");
+    const std::string strObject = m_dir.write("object.json", R"({"file":"a.wav","text":"x"})");
+    const std::string strNumbers = m_dir.write("numbers.json", "[1]");
+    const std::string strNoText = m_dir.write("no-text.json", R"([{"file":"a.wav","text":"x"},{"file":"a.wav"}])");
+    const std::string strNoFile = m_dir.write("no-file.json", R"([{"text":"x"}])");
 
-    for (const std::string& strNotes : {m_dir.file("none/notes.json"), strText, strFile, m_dir.path()}) {
+    for (const std::string& strNotes :
+         {m_dir.file("none/notes.json"), strText, strFile, m_dir.path(), strObject, strNumbers, strNoText, strNoFile}) {
         EXPECT_EQ(annotations({"clear", "--save-notes", strNotes, strFile}), EXIT_UNUSABLE) << strNotes;
         EXPECT_THAT(m_messages.str(), StartsWith("corvana: cannot write: " + strNotes + ": "));
         EXPECT_EQ(m_data.str(), "");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RecordingsTest.h"
+#include "support/ScopedLimit.h"
 #include "tools/ExitCode.h"
 
 #include <nlohmann/json.hpp>
@@ -7,6 +8,7 @@
 namespace Corvana::Tools {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 
 // Recordings with regions, without, damaged and no recordings at all, in folders.
@@ -75,6 +77,26 @@ TEST_F(CommandAnnotationsJobsTest, NeverWritesFailuresOverARecordingOrTheResults
     EXPECT_EQ(std::filesystem::file_size(strRecording), uiSize);
     EXPECT_EQ(annotations({"stats", strRecording, "--failures", "-"}), EXIT_UNUSABLE);
     EXPECT_EQ(m_messages.str(), "corvana: --failures wants a file: standard output is for the results\n");
+}
+
+TEST_F(CommandAnnotationsJobsTest, TellsThatFailuresCannotBeWritten)
+{
+    const std::vector<std::string> vStats = {"stats", "-r", m_dir.file("calls"), "--failures"};
+    const auto stats = [&](const std::string& in_strFailures) {
+        std::vector<std::string> vArguments = vStats;
+        vArguments.push_back(in_strFailures);
+        return annotations(vArguments);
+    };
+    const std::string strNowhere = m_dir.file("none/failures.csv");
+    EXPECT_EQ(stats(strNowhere), EXIT_UNUSABLE);
+    EXPECT_EQ(m_messages.str(), "corvana: cannot write: " + strNowhere + ": No such file or directory\n");
+    EXPECT_EQ(m_data.str(), "") << "before anything is read";
+
+    const std::string strFailures = m_dir.write("failures.csv", "former");
+    const Corvana::Test::ScopedLimit limit(RLIMIT_FSIZE, 10);
+    EXPECT_EQ(stats(strFailures), EXIT_UNUSABLE);
+    EXPECT_THAT(m_messages.str(), EndsWith("corvana: cannot write: " + strFailures + ": File too large\n"));
+    EXPECT_EQ(contentsOf(strFailures), "former");
 }
 
 TEST_F(CommandAnnotationsJobsTest, StopsAtTheFirstFailureWhenAsked)

@@ -573,6 +573,22 @@ TEST_F(CommandFeaturesTableTest, WantsAFileForWhatStandsBesideOne)
     EXPECT_EQ(refusal(m_options, out("t.csv")), "corvana: --resume goes on with files, which standard input is not\n");
 }
 
+TEST_F(CommandFeaturesTableTest, RefusesPartsThatThereCannotBe)
+{
+    for (const char* szShard : {"", "1", "1/", "/2", "0/2", "3/2", "1/0", "-1/2", "1/-2", "1 /2", "1/ 2", "a/2", "1/b",
+                                "1/2/3", "1.0/2", "1/1000000001", "1/18446744073709551617"}) {
+        m_messages.str("");
+        EXPECT_EQ(runCommandLine({"features", "--shard", szShard, "-o", out("part"), m_options.m_vInputs[0]}, {},
+                                 m_data, m_messages),
+                  EXIT_UNUSABLE)
+            << szShard;
+        EXPECT_THAT(m_messages.str(), HasSubstr("wants I/N, the number of a part, from 1, and the number of parts, "
+                                                "such as 2/7, not '" +
+                                                std::string(szShard) + "'"));
+    }
+    EXPECT_THAT(namesInOut(), IsEmpty());
+}
+
 TEST_F(CommandFeaturesTableTest, TakesOnePartOfOneForAPart)
 {
     const auto command = [this](const std::vector<std::string>& in_vArguments) {

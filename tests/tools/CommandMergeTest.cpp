@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/CommandMerge.h"
 
+#include "support/ScopedLimit.h"
 #include "support/TempDir.h"
 #include "tools/CommandLine.h"
 #include "tools/ExitCode.h"
@@ -21,6 +22,7 @@
 namespace Corvana::Tools {
 namespace {
 
+using Test::ScopedLimit;
 using testing::HasSubstr;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
@@ -252,10 +254,49 @@ TEST_F(CommandMergeTest, RefusesTimesThatWereCutOrChanged)
     const std::string strContents = contentsOf(strTimes);
     changeByte(strTimes, 1);
     expectRefused(vParts, "corvana: " + strTimes + ": is not as its run wrote it; run that part again\n");
-    m_dir.write("part-2.times.npy", strContents.substr(0, strContents.size() - 16));
-    expectRefused(vParts, "corvana: " + strTimes + ": is not as its run wrote it; run that part again\n");
+    for (const std::size_t uiMissing : {std::size_t{1}, std::size_t{16}}) {
+        m_dir.write("part-2.times.npy", strContents.substr(0, strContents.size() - uiMissing));
+        expectRefused(vParts, "corvana: " + strTimes + ": is not as its run wrote it; run that part again\n");
+    }
     std::filesystem::remove(strTimes);
     expectRefused(vParts, "corvana: " + strTimes + ": No such file or directory\n");
+}
+
+// Names and units of columns that the files themselves do not tell.
+TEST_F(CommandMergeTest, RefusesPartsWhoseColumnsAreOthers)
+{
+    const std::vector<std::string> vParts = writeParts(RowFormat::NPY, 2);
+    const auto expectOthers = [&](const Change& in_change) {
+        expectRefused({vParts[0], write("part-x", RowFormat::NPY, 2, 2, in_change)},
+                      StartsWith("corvana: the parts are not of one run: the columns of " + vParts[0] + ", settled"));
+    };
+    expectOthers([](TableDescription& out_description) { out_description.m_vColumns[1].m_strName = "a[2]"; });
+    expectOthers([](TableDescription& out_description) { out_description.m_vColumns[1].m_strUnit = ""; });
+}
+
+TEST_F(CommandMergeTest, ReplacesADescriptionWhosePartIsGone)
+{
+    const std::vector<std::string> vParts = writeParts(RowFormat::CSV, 2);
+    std::filesystem::copy(descriptionPathOf(vParts[0]), m_dir.file("out.json"));
+    EXPECT_EQ(merge(vParts), EXIT_DONE) << m_messages.str();
+    EXPECT_NE(contentsOf(m_dir.file("out.json")), contentsOf(descriptionPathOf(vParts[0])));
+}
+
+// More than is copied at a time, where there is room for less.
+TEST_P(CommandMergeFormatTest, TellsThatTheDiskIsFullAndLeavesNothing)
+{
+    m_vNbOfRows = {1, 20000, 20000};
+    const std::vector<std::string> vParts = writeParts(GetParam(), 2);
+    for (const std::uintmax_t uiRoom : {std::uintmax_t{300}, std::filesystem::file_size(vParts[1])}) {
+        {
+            const ScopedLimit limit(RLIMIT_FSIZE, uiRoom);
+            EXPECT_EQ(merge(vParts), EXIT_UNUSABLE);
+        }
+        EXPECT_EQ(m_messages.str(), "corvana: cannot write: " + m_dir.file("out") + ": File too large\n");
+        EXPECT_FALSE(std::filesystem::exists(m_dir.file("out")));
+        EXPECT_FALSE(std::filesystem::exists(m_dir.file("out.json")));
+    }
+    EXPECT_EQ(merge(vParts), EXIT_DONE) << m_messages.str();
 }
 
 TEST_F(CommandMergeTest, RefusesPartsThatAreMissingOrThereTwice)

@@ -428,6 +428,14 @@ TEST_F(CommandPlotTest, ReadsFormatsWithoutRegionsInSilence)
     EXPECT_EQ(pictureOf({writeSoundFile(m_dir.file("a.au"), noise(800), 8000, Corvana::Test::AU_PCM16)}).width(), 1200);
 }
 
+TEST_F(CommandPlotTest, DrawsNothingForAListOfNoRecordings)
+{
+    const std::string strList = m_dir.write("list.txt", "# none\n");
+    expectRefused({"--list", strList, "-o", m_dir.file("out.png")}, "corvana: " + strList +
+                                                                        ": warning: the list names no recordings\n" +
+                                                                        "corvana: nothing to draw: no recordings\n");
+}
+
 TEST_F(CommandPlotTest, RefusesWrongUsage)
 {
     const std::string strFile = makeFile("a.wav");

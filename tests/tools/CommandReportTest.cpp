@@ -152,6 +152,13 @@ TEST_F(CommandReportTest, WritesNothingWhenNoRecordingCanBeShown)
     EXPECT_THAT(namesInFolder(), testing::IsEmpty());
 }
 
+TEST_F(CommandReportTest, WritesNothingForAListOfNoRecordings)
+{
+    EXPECT_EQ(report({"--list", m_dir.write("list.txt", "# none\n"), "-o", m_dir.file("out.html")}), EXIT_UNUSABLE);
+    EXPECT_THAT(m_messages.str(), EndsWith("corvana: nothing to show: no recordings\n"));
+    EXPECT_THAT(namesInFolder(), ElementsAre("list.txt"));
+}
+
 TEST_F(CommandReportTest, WritesToStandardOutputWhenAsked)
 {
     EXPECT_EQ(report({makeFile("a.wav", {}, 800), "-o", "-"}), EXIT_DONE);

@@ -38,6 +38,8 @@ TEST(JsonFields, RefusesNumbersThatAreNone)
     for (const char* szValue : {"-0.5", "\"1\"", "null"})
         EXPECT_EQ(faultOf({{"n", json::parse(szValue)}}, [](JsonFields& inout_fields) { inout_fields.getAmount("n"); }),
                   "'n' is no number from 0 on");
+    EXPECT_EQ(faultOf(json::object(), [](JsonFields& inout_fields) { inout_fields.getAmount("n"); }),
+              "'n' is no number from 0 on");
 }
 
 TEST(JsonFields, RefusesWhatIsOfAnotherType)
@@ -51,8 +53,9 @@ TEST(JsonFields, RefusesWhatIsOfAnotherType)
     EXPECT_EQ(faultOf(object, [](JsonFields& inout_fields) { inout_fields.getChecksum("n"); }),
               "'n' is no checksum of 8 hexadecimal digits");
     EXPECT_EQ(faultOf(json::array(), [](JsonFields& inout_fields) { inout_fields.getText("n"); }), "is no JSON object");
-    EXPECT_EQ(faultOf({{"n", "x"}, {"n_hex", "7"}}, [](JsonFields& inout_fields) { inout_fields.getText("n"); }),
-              "'n_hex' is no text of hexadecimal digits");
+    for (const json& hex : {json("7"), json("7g"), json("7A"), json(7)})
+        EXPECT_EQ(faultOf({{"n", "x"}, {"n_hex", hex}}, [](JsonFields& inout_fields) { inout_fields.getText("n"); }),
+                  "'n_hex' is no text of hexadecimal digits");
 }
 
 TEST(JsonFields, KeepsTheFirstFault)

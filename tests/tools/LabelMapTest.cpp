@@ -85,6 +85,14 @@ TEST(LabelMap, RefusesRowsThatAreNoPairs)
     EXPECT_THAT(map.read("a,\"MALE\n"), EndsWith("a field begins with a quote that is never closed"));
 }
 
+TEST(LabelMap, TakesAFirstLineForAHeaderOnlyWhenItIsOne)
+{
+    LabelMap map;
+    EXPECT_EQ(map.read("label,MALE\nlabel,male\n"), "");
+    EXPECT_EQ(typesOf(map, {"label"}), (std::vector<RegionTypeValue>{Annotation::MALE}));
+    EXPECT_EQ(map.read("a,MALE\nlabel,type\n"), "line 2: 'type' is no type of a region");
+}
+
 TEST(LabelMap, RefusesALabelOfTwoTypes)
 {
     LabelMap map;

@@ -45,6 +45,7 @@ TEST(NpyFormat, NamesTheTimesAfterTheValues)
     EXPECT_EQ(npyTimesPathOf("folder.npy/calls.npy"), "folder.npy/calls.times.npy");
     EXPECT_EQ(npyTimesPathOf("calls"), "calls.times.npy");
     EXPECT_EQ(npyTimesPathOf("calls.npy.old"), "calls.npy.old.times.npy");
+    EXPECT_EQ(npyTimesPathOf(".npy"), ".npy.times.npy");
 }
 
 } // namespace

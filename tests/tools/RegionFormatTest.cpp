@@ -333,6 +333,7 @@ TEST(RegionJson, SaysHowToImportTheListOfSeveralRecordings)
               strHint);
     EXPECT_EQ(faultOf(RegionFormat::JSON, R"([{"file":"a.wav","regions":[]}, {"file":"b.wav","regions":[]}])"),
               strHint);
+    EXPECT_EQ(faultOf(RegionFormat::JSON, R"([{"regions":[],"file":"a.wav"}])"), strHint);
     EXPECT_THAT(faultOf(RegionFormat::JSON, R"([{"regions":[]}, {"type":"A","start":1}])"), strHint);
     EXPECT_THAT(faultOf(RegionFormat::JSON, R"([{"type":"A","start":1,"regions":1}])"),
                 StartsWith("line 1: a region without \"stop\""));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/RunJournal.h"
 
+#include "support/ScopedLimit.h"
 #include "support/TempDir.h"
 #include "tools/Checksum.h"
 
@@ -16,6 +17,7 @@
 namespace Corvana::Tools {
 namespace {
 
+using Test::ScopedLimit;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -36,6 +38,14 @@ std::string contentsOf(const std::string& in_strPath)
     std::ostringstream text;
     text << std::ifstream(in_strPath, std::ios::binary).rdbuf();
     return text.str();
+}
+
+// Ends an open line as it is written.
+std::string checked(const std::string& in_strOpenLine)
+{
+    Checksum checksum;
+    checksum.add(in_strOpenLine);
+    return in_strOpenLine + ",\"check\":\"" + checksum.getText() + "\"}\n";
 }
 
 class RunJournalTest : public testing::Test
@@ -256,6 +266,75 @@ TEST_F(RunJournalTest, TakesAnyNumberForItsDescriptor)
     EXPECT_TRUE(bRemoved);
     EXPECT_TRUE(bIsClosed);
     EXPECT_FALSE(std::filesystem::exists(m_strJournal));
+}
+
+// A line may have the right checksum and still not be what is written.
+TEST_F(RunJournalTest, RefusesLinesThatAreCheckedAndSayWhatCannotBe)
+{
+    writeThree();
+    const std::string strWhole = contentsOf(m_strJournal);
+    const auto faultBehind = [&](const std::string& in_strBefore, const std::string& in_strOpenLine) {
+        m_dir.write("t.npy.journal", in_strBefore + checked(in_strOpenLine));
+        return faultOfOpening();
+    };
+    const std::string strEnd = "); to begin anew, remove this file";
+    EXPECT_EQ(faultBehind(strWhole, "{\"input\""), m_strJournal + ": line 6 is damaged (it is no JSON" + strEnd);
+    EXPECT_EQ(faultBehind(strWhole, "{\"x\":" + std::string(20, '[')),
+              m_strJournal + ": line 6 is damaged (it is nested deeper than anything that corvana writes" + strEnd);
+    EXPECT_EQ(faultBehind(strWhole, "{\"input\":13,\"file\":\"d.wav\",\"rows\":1,\"seconds\":1.0,\"bytes\":247,"
+                                    "\"checksum\":\"00000005\",\"times_checksum\":\"00000006\""),
+              m_strJournal + ": line 6 is damaged ('bytes' is less than before" + strEnd);
+    std::string strHead = strWhole.substr(0, strWhole.find(",\"check\""));
+    strHead.replace(strHead.find(":1,"), 3, ":2,");
+    EXPECT_EQ(faultBehind("", strHead), m_strJournal + ": line 1 is damaged ('corvana_journal' is not 1" + strEnd);
+    m_dir.write("t.npy.journal", "{}\n");
+    EXPECT_EQ(faultOfOpening(), m_strJournal + ": line 1 is damaged (its checksum is not that of its text" + strEnd);
+}
+
+TEST_F(RunJournalTest, RefusesWhatStandsBehindTheEnd)
+{
+    {
+        RunJournal journal;
+        ASSERT_TRUE(journal.open(m_strTable, sampleSettings()));
+        ASSERT_TRUE(journal.complete({0, 128, 1, 2}));
+        journal.add({"a.wav", 1, 1.0, ""}, {1, 136, 1, 2});
+        ASSERT_TRUE(journal.sync());
+    }
+    EXPECT_EQ(faultOfOpening(),
+              m_strJournal + ": line 3 is damaged (it stands behind the last one); to begin anew, remove this file");
+}
+
+TEST_F(RunJournalTest, RefusesLinesThatAreLongerThanAnyThatIsWritten)
+{
+    m_dir.write("t.npy.journal", std::string((16U << 20U) + 1, ' '));
+    EXPECT_EQ(faultOfOpening(),
+              m_strJournal + ": line 1 is longer than any that corvana writes; to begin anew, remove this file");
+}
+
+TEST_F(RunJournalTest, TellsThatTheDiskIsFullAlsoWhenMoreGoesWrong)
+{
+    RunJournal journal;
+    ASSERT_TRUE(journal.open(m_strTable, sampleSettings()));
+    journal.add({"a.wav", 10, 1.5, ""}, {10, 208, 1, 2});
+    {
+        const ScopedLimit limit(RLIMIT_FSIZE, std::filesystem::file_size(m_strJournal));
+        EXPECT_FALSE(journal.sync());
+    }
+    EXPECT_EQ(journal.getFault(), m_strJournal + ": File too large");
+    std::filesystem::remove(m_strJournal);
+    EXPECT_FALSE(journal.remove());
+    EXPECT_EQ(journal.getFault(), m_strJournal + ": File too large");
+}
+
+TEST_F(RunJournalTest, TellsThatItCannotBeRead)
+{
+    writeThree();
+    const int iNext = dup(STDERR_FILENO);
+    ASSERT_GE(iNext, 0);
+    close(iNext);
+    // The lock takes the last descriptor.
+    const ScopedLimit limit(RLIMIT_NOFILE, static_cast<rlim_t>(iNext) + 1);
+    EXPECT_EQ(faultOfOpening(), m_strJournal + ": Too many open files");
 }
 
 TEST_F(RunJournalTest, TellsWhyItCannotBeUsed)

@@ -184,6 +184,16 @@ TEST_F(TableDescriptionTest, RefusesEachFieldWithAnotherType)
     EXPECT_EQ(with("\"rows\":10,", "\"rows\":11,"), "gives its inputs 10 rows and the table 11");
 }
 
+TEST_F(TableDescriptionTest, GivesNoInputsOfADamagedOne)
+{
+    const std::string strText = textOf(sampleDescription(), sampleOutcomes());
+    TableDescriptionReader reader;
+    InputOutcome outcome;
+    EXPECT_FALSE(reader.read(std::make_unique<std::istringstream>("{" + strText)));
+    EXPECT_FALSE(reader.next(outcome));
+    EXPECT_EQ(reader.getFault(), "line 1: is no JSON");
+}
+
 // As deep as a line may be long: neither the stack nor time grows with it.
 TEST_F(TableDescriptionTest, RefusesNestingAndLongLinesInBoundedMemory)
 {
