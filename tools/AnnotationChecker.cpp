@@ -341,7 +341,8 @@ void AnnotationChecker::checkContainer(const Chunk& in_chunk)
                  : "lies deeper than " + std::to_string(IFF::IFFParser::s_uiMaxDepth) + " containers",
              "no region in it is found, and changes keep it as it is", false});
     else if (in_chunk.isContainer() && !isId(in_chunk, "cue ") && !in_chunk.m_vData.empty())
-        add({Finding::WARNING, endOf(in_chunk) - in_chunk.m_vData.size() - (in_chunk.getDataSize() % 2),
+        add({Finding::WARNING,
+             in_chunk.m_uiFileOffset + s_uiHeaderSize + in_chunk.getDataSize() - in_chunk.m_vData.size(),
              nameOf(in_chunk.m_uiId),
              "has " + counted(in_chunk.m_vData.size(), "byte") +
                  " behind its last chunk, too few to be one; a size before may be wrong",

@@ -230,8 +230,9 @@ Attempt additionToComputer(const std::string&)
 {
     const auto pState = std::make_shared<Computer>();
     return {[=] {
-                return pState->m_computer.addFeature("spectrum|MaxSpectralRanges(350, 440, 480, 620)|flatness", "tone",
-                                                     "a name that does not fit into a short text");
+                // Of an input and stages for which lists have to grow.
+                return pState->m_computer.addFeature("spectrum|MaxSpectralRanges(350, 440, 480, 620)|peaks|flatness",
+                                                     "another", "a name that does not fit into a short text");
             },
             [=] { return pState->features(); }};
 }

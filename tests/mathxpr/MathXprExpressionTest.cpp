@@ -410,6 +410,7 @@ TEST(ExpressionErrors, TellWhatWasExpectedWhatWasFoundAndWhere)
     EXPECT_EQ("expected a number, a name or \"(\", found \"and\" at column 1", errorOf("and"));
     EXPECT_EQ("expected a number, a name or \"(\", found \"not\" at column 5", errorOf("a * not b"));
     EXPECT_EQ("expected a number, a name or \"(\", found \"text\" at column 1", errorOf("\"text\""));
+    EXPECT_EQ("expected a number, a name or \"(\", found \"!a b~??\" at column 1", errorOf("\"!a b~\x7F\t\""));
     EXPECT_EQ("expected an operator or the end, found \"b\" at column 3", errorOf("a b"));
     EXPECT_EQ("expected an operator or the end, found \")\" at column 2", errorOf("a)"));
     EXPECT_EQ("expected an operator or the end, found \"=\" at column 3", errorOf("a = b"));

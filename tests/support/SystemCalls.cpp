@@ -125,6 +125,11 @@ ssize_t read(int in_iFile, void* out_pBytes, size_t in_uiCount)
     return isFailing("read") ? -1 : real(&read, "read")(in_iFile, out_pBytes, in_uiCount);
 }
 
+ssize_t write(int in_iFile, const void* in_pBytes, size_t in_uiCount)
+{
+    return isFailing("write") ? -1 : real(&write, "write")(in_iFile, in_pBytes, in_uiCount);
+}
+
 ssize_t pread(int in_iFile, void* out_pBytes, size_t in_uiCount, off_t in_iOffset)
 {
     return isFailing("pread") ? -1 : real(&pread, "pread")(in_iFile, out_pBytes, in_uiCount, in_iOffset);

@@ -11,8 +11,8 @@
 namespace Corvana::Test {
 
 /// What happens in place of a system call of the libraries, while this exists: flock, fsync, fstat, lstat, open, read,
-/// pread, close, rename, renameat2, unlink, ioctl, pathconf, clock_gettime, fchmod, flistxattr, fgetxattr, fsetxattr
-/// and fremovexattr. One for each name at a time. Calls that the action itself makes are the system's.
+/// write, pread, close, rename, renameat2, unlink, ioctl, pathconf, clock_gettime, fchmod, flistxattr, fgetxattr,
+/// fsetxattr and fremovexattr. One for each name at a time. Calls that the action itself makes are the system's.
 class SystemCalls
 {
 public:

@@ -250,6 +250,17 @@ TEST_F(AnnotationCheckerTest, FindsBytesBehindTheLastChunkOfAList)
     EXPECT_THAT(found(riff(fmtChunk() + dataChunk(s_szAudio) + listChunk("INFO", "abcd"))),
                 ElementsAre("W 72 \"LIST\": has 4 bytes behind its last chunk, too few to be one; a size before may be "
                             "wrong"));
+    EXPECT_FALSE(m_checker.isMendable());
+}
+
+TEST_F(AnnotationCheckerTest, FindsAnOddNumberOfBytesBehindTheLastChunkWhereTheyBegin)
+{
+    EXPECT_THAT(found(riff(fmtChunk() + dataChunk(s_szAudio) + listChunk("INFO", "abc"))),
+                ElementsAre(StartsWith("W 72 \"LIST\": has 3 bytes behind its last chunk")));
+    const std::string strUnpadded = ChunkBuilder("LIST").text("INFO", "form").add("abc").unpadded().bytes();
+    EXPECT_THAT(found(riff(fmtChunk() + dataChunk(s_szAudio) + strUnpadded)),
+                ElementsAre(StartsWith("W 72 \"LIST\": has 3 bytes behind its last chunk"),
+                            StartsWith("W 75 \"LIST\": has an odd size, but no padding byte")));
 }
 
 TEST_F(AnnotationCheckerTest, FindsContainersThatAreKeptClosed)
@@ -259,8 +270,10 @@ TEST_F(AnnotationCheckerTest, FindsContainersThatAreKeptClosed)
         strNest = listChunk("nest", strNest);
     EXPECT_THAT(found(riff(fmtChunk() + dataChunk(s_szAudio) + strNest)),
                 ElementsAre(HasSubstr("\"LIST\": lies deeper than 64 containers")));
+    EXPECT_FALSE(m_checker.isMendable());
     EXPECT_THAT(found(riff(fmtChunk() + dataChunk(s_szAudio) + ChunkBuilder("LIST").text("ab", "").bytes())),
                 ElementsAre("W 60 \"LIST\": is too short for its form"));
+    EXPECT_FALSE(m_checker.isMendable());
 }
 
 TEST_F(AnnotationCheckerTest, FindsMissingChunks)

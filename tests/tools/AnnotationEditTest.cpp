@@ -349,6 +349,25 @@ TEST_F(AnnotationEditTest, RefusesMoreRegionsThanReadersTake)
     EXPECT_EQ(contentsOf(strFile), strBefore);
 }
 
+TEST_F(AnnotationEditTest, TakesAsManyRegionsAsReadersDo)
+{
+    AnnotationEditOptions options;
+    options.m_vFiles = {makeFile("a.wav")};
+    options.m_bDryRun = true;
+    AnnotationEdit edit(options, m_data, m_messages);
+
+    EXPECT_EQ(edit.run(edit.collectFiles(),
+                       [](const std::string&, const Audio::AnnotatedFile&, AnnotationEdit::Regions& inout_vRegions) {
+                           inout_vRegions.assign(Audio::AnnotatedFile::s_uiMaxCueId,
+                                                 {AnnotationEdit::Annotation::VOICE, 0.0, 0.5});
+                           inout_vRegions.back() = {}; // is refused before the others cost any time
+                           return AnnotationEdit::Outcome{"changed", {}};
+                       }),
+              EXIT_SOME_FAILED);
+
+    EXPECT_THAT(m_messages.str(), HasSubstr(": region 1048575 has no type"));
+}
+
 TEST_F(AnnotationEditTest, LeavesAFileAloneWhoseRegionsCannotBeRead)
 {
     const std::string strContents = Corvana::Test::riff(

@@ -117,6 +117,19 @@ TEST_F(CommandLineTest, ShowsInTheHelpWhatAnOptionTakes)
                                     HasSubstr("\n  INPUT       ")));
 }
 
+TEST_F(CommandLineTest, TakesWhatFollowsAListOrAPatternForAnInput)
+{
+    const std::string strFile = makeFile();
+    const std::string strList = m_dir.write("list.txt", strFile + "\n");
+    EXPECT_EQ(run({"features", "-f", "silenceratio", "--list", strList, strFile}), EXIT_DONE);
+    const std::string strBoth = m_data.str();
+    EXPECT_EQ(std::count(strBoth.begin(), strBoth.end(), '\n'), 1 + 2 * 8) << m_messages.str();
+
+    EXPECT_EQ(run({"features", "-f", "silenceratio", "-r", "--pattern", "*.wav", m_dir.path()}), EXIT_DONE);
+    const std::string strOne = m_data.str();
+    EXPECT_EQ(std::count(strOne.begin(), strOne.end(), '\n'), 1 + 8) << m_messages.str();
+}
+
 TEST_F(CommandLineTest, ShowsShortHelpWithoutACommand)
 {
     EXPECT_EQ(run({}), EXIT_UNUSABLE);

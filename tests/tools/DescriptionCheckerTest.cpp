@@ -88,6 +88,10 @@ TEST_F(DescriptionCheckerTest, FindsUnbalancedParentheses)
 {
     expectFault("spectrum(", "'(' is never closed", 8, "(");
     expectFault("spectrum)", "a ')' without its '('", 8, ")");
+    expectFault("spectrum)ab", "a ')' without its '('", 8, ")");
+    expectFault("(440)", "a feature's name is missing before '('", 0, "(");
+    expectFault("peaks(ab", "'(' is never closed", 5, "(");
+    expectFault("peaks(a(bc)", "a '(' inside parentheses", 7, "(");
     expectFault("spectrum((1))", "a '(' inside parentheses", 9, "(");
     expectFault("spectrum() x", "nothing may follow ')' but '|' and another feature", 11, "x");
     expectFault("spectrum()(", "nothing may follow ')' but '|' and another feature", 10, "(");

@@ -119,8 +119,14 @@ TEST(LabelMap, NamesNoMoreLinesAndLabelsThanPeopleRead)
     EXPECT_EQ(faultsOf(LabelMap(), std::vector<LabeledRegion>(11, {"xyzzy", 0, 1, 3})),
               "lines 3, 3, 3, 3, 3, 3, 3, 3, 3, 3 and others: 'xyzzy' is no type of a region");
 
+    EXPECT_EQ(faultsOf(LabelMap(), std::vector<LabeledRegion>(10, {"xyzzy", 0, 1, 3})),
+              "lines 3, 3, 3, 3, 3, 3, 3, 3, 3, 3: 'xyzzy' is no type of a region");
+
     std::vector<LabeledRegion> vRegions;
-    for (unsigned long uiLine = 1; uiLine <= 103; ++uiLine)
+    for (unsigned long uiLine = 1; uiLine <= 100; ++uiLine)
+        vRegions.push_back({"xyzzy" + std::to_string(uiLine), 0, 1, uiLine});
+    EXPECT_THAT(faultsOf(LabelMap(), vRegions), testing::Not(HasSubstr("more")));
+    for (unsigned long uiLine = 101; uiLine <= 103; ++uiLine)
         vRegions.push_back({"xyzzy" + std::to_string(uiLine), 0, 1, uiLine});
     const std::string strFaults = faultsOf(LabelMap(), vRegions);
     EXPECT_THAT(strFaults, HasSubstr("line 100: 'xyzzy100'"));

@@ -46,6 +46,21 @@ TEST(LaneLayout, PutsATextBeforeABoxAtTheRightEdge)
     EXPECT_EQ(layout.getPlaced()[0].m_dTextLeft, 947.0);
 }
 
+// 40 pixels of text, 3 on each side.
+TEST(LaneLayout, TakesRoomThatJustSuffices)
+{
+    EXPECT_EQ(layOut({{100.0, 146.0, "BEEP"}}).getPlaced()[0].m_dTextLeft, 103.0);
+    EXPECT_EQ(layOut({{100.0, 145.0, "BEEP"}}).getPlaced()[0].m_dTextLeft, 148.0);
+    EXPECT_EQ(layOut({{954.0, 1000.0, "BEEP"}}).getPlaced()[0].m_dTextLeft, 957.0);
+    EXPECT_EQ(layOut({{950.0, 957.0, "BEEP"}}).getPlaced()[0].m_dTextLeft, 960.0);
+    EXPECT_EQ(layOut({{951.0, 958.0, "BEEP"}}).getPlaced()[0].m_dTextLeft, 908.0);
+    const auto textLeftBehindABoxTo = [](double in_dRight) {
+        return layOut({{0.0, in_dRight, ""}, {990.0, 1000.0, "BEEP"}}, 1).getPlaced()[1].m_dTextLeft;
+    };
+    EXPECT_EQ(textLeftBehindABoxTo(947.0), 947.0);
+    EXPECT_EQ(textLeftBehindABoxTo(948.0), 993.0);
+}
+
 TEST(LaneLayout, KeepsBoxesThatTouchInOneLane)
 {
     const LaneLayout layout = layOut({{0.0, 100.0, "A"}, {100.0, 200.0, "B"}, {150.0, 300.0, "C"}});
@@ -92,6 +107,9 @@ TEST(LaneLayout, PutsABoxWithoutRoomOverTheOneThatEndsFirst)
     EXPECT_TRUE(layout.getPlaced()[2].m_bDrawn);
     EXPECT_EQ(layout.getPlaced()[2].m_uiLane, 1U);
     EXPECT_EQ(layout.getPlaced()[2].m_strText, "");
+
+    const LaneLayout both = layOut({{0.0, 500.0, "A"}, {10.0, 500.0, "B"}, {20.0, 600.0, "C"}}, 2);
+    EXPECT_EQ(both.getPlaced()[2].m_uiLane, 0U);
 }
 
 TEST(LaneLayout, DrawsNoBoxThatAnotherOneCovers)

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <fstream>
 #include <sstream>
 
 namespace Corvana::Tools {
@@ -75,6 +76,40 @@ TEST_F(PlotReaderTest, PutsCurvesAtTheMiddlesOfWindowsThatOverlap)
     vTimes.resize(4);
     EXPECT_THAT(vTimes, ElementsAre(DoubleNear(0.008, 1e-12), DoubleNear(0.012, 1e-12), DoubleNear(0.016, 1e-12),
                                     DoubleNear(0.020, 1e-12)));
+}
+
+TEST_F(PlotReaderTest, CountsTheSecondsThatItReads)
+{
+    const std::string strFile = makeFile(4UL * 16384);
+    m_options.m_from = 6.144;
+    PlotReader reader(m_options, m_features, m_log, m_messages, m_progress);
+    for (const double dRead : {2.048, 4.096}) {
+        PlotRecording recording;
+        bool bDrawable = false;
+        EXPECT_EQ(reader.read(strFile, 0.0, 1.0, recording, bDrawable), "");
+        EXPECT_NEAR(reader.getAudioSeconds(), dRead, 0.1); // and a little before, for the spectrogram
+    }
+}
+
+TEST_F(PlotReaderTest, RefusesARecordingThatDoesNotTellItsLength)
+{
+    constexpr int iFlac = 0x170002;
+    std::ostringstream whole;
+    whole << std::ifstream(
+                 Corvana::Test::writeSoundFile(m_dir.file("whole.flac"), Math::DoubleVector(8000), 8000, iFlac),
+                 std::ios::binary)
+                 .rdbuf();
+    std::string strBytes = whole.str();
+    // The number of samples, 36 bits, as an encoder leaves it that cannot go back.
+    strBytes[21] = static_cast<char>(strBytes[21] & 0xF0);
+    strBytes.replace(22, 4, 4, '\0');
+    PlotReader reader(m_options, m_features, m_log, m_messages, m_progress);
+    PlotRecording recording;
+    bool bDrawable = true;
+
+    EXPECT_EQ(reader.read(m_dir.write("a.flac", strBytes), 0.0, 1.0, recording, bDrawable),
+              "does not tell its length; convert it with 'sox IN OUT'");
+    EXPECT_FALSE(bDrawable);
 }
 
 TEST_F(PlotReaderTest, TellsItsPartOfAllWork)

@@ -27,6 +27,7 @@ std::vector<std::string> pairsOf(const Regions& in_vLeft, const Regions& in_vRig
                           : pair.m_bSameTimes ? "="
                                               : "~") +
                          strRight);
+        EXPECT_FALSE(pair.m_bSameTimes && (strLeft.empty() || strRight.empty())) << vTexts.back();
     }
     return vTexts;
 }

@@ -593,6 +593,18 @@ TEST(RegionTextGrid, PassesOverCommentsAndWords)
               Regions());
 }
 
+TEST(RegionTextGrid, PartsWordsAtBlanksOnly)
+{
+    const std::string strBlanks = "\"ooTextFile\"\t\"TextGrid\"\v0\f3\r<exists>\n0 ";
+    EXPECT_EQ(regionsOf(RegionFormat::TEXTGRID, strBlanks), Regions());
+    const std::string strOthers = "\"ooTextFile\" \"TextGrid\" a\x08"
+                                  "7 b\x0E"
+                                  "7 c\x1F"
+                                  "7 d\x21"
+                                  "7 0 3 <exists> 0";
+    EXPECT_EQ(regionsOf(RegionFormat::TEXTGRID, strOthers), Regions());
+}
+
 TEST(RegionTextGrid, HasNoRegionsWithoutTiers)
 {
     EXPECT_EQ(regionsOf(RegionFormat::TEXTGRID, "\"ooTextFile\" \"TextGrid\" 0 3 <absent>"), Regions());

@@ -49,6 +49,13 @@ TEST(Spectrogram, HasATonesLevelAtItsFrequency)
     }
 }
 
+TEST(Spectrogram, HasTwiceTheLevelOfAConstantAtZero)
+{
+    const Spectrogram spectrogram = spectrogramOf({0, 8000, 8000, 100}, DoubleVector(8000, 0.25));
+    for (std::size_t uiColumn = 10; uiColumn < 90; ++uiColumn)
+        EXPECT_NEAR(spectrogram.getLevel(uiColumn, 0), 20.0 * std::log10(0.5), 1e-3) << uiColumn;
+}
+
 TEST(Spectrogram, IsInProportionToTheFeatureSpectrum)
 {
     // A single window around the middle of two samples.

@@ -201,6 +201,30 @@ TEST_F(TableFileTest, GoesOnWithValuesAndTimes)
     EXPECT_EQ(contentsOf(m_dir.file("t.times.npy")), contentsOf(m_dir.file("whole.times.npy")));
 }
 
+TEST_F(TableFileTest, FinishesATextThatHasItsNameOrHasNot)
+{
+    TablePosition position;
+    {
+        const auto pTable = TableFile::make(RowFormat::CSV, m_stream);
+        pTable->wantChecksums();
+        ASSERT_TRUE(pTable->openToResume(m_dir.file("t.csv"), position));
+        pTable->begin("file,time\n", 0);
+        pTable->write("a,1\n");
+        pTable->endRows(1);
+        EXPECT_TRUE(pTable->prepare());
+        position = pTable->getPosition();
+    }
+    for (int iRun = 0; iRun < 2; ++iRun) {
+        const auto pTable = TableFile::make(RowFormat::CSV, m_stream);
+        ASSERT_TRUE(pTable->openToFinish(m_dir.file("t.csv"), position)) << pTable->getFault();
+        EXPECT_EQ(pTable->getPosition().m_uiNbOfBytes, 14U);
+        EXPECT_EQ(pTable->getPosition().m_uiNbOfRows, 1U);
+        EXPECT_EQ(pTable->getPosition().m_uiChecksum, position.m_uiChecksum);
+        EXPECT_TRUE(pTable->commit());
+        EXPECT_EQ(contentsOf(m_dir.file("t.csv")), "file,time\na,1\n");
+    }
+}
+
 TEST_F(TableFileTest, FinishesFilesThatHaveTheirNamesOrHaveNot)
 {
     TablePosition position;

@@ -15,6 +15,12 @@ TEST(ValidText, KeepsUtf8)
     EXPECT_EQ(validText(""), "");
 }
 
+TEST(ValidText, KeepsTheFirstAndTheLastCharacterOfEachLength)
+{
+    const std::string strText = "\u0001\u007f\u00a0\u00bf\u00c0\u07ff\u0800\ud7ff\ue000\uffff\U00010000\U0010ffff";
+    EXPECT_EQ(validText(strText), strText);
+}
+
 TEST(ValidText, ReplacesEachByteThatIsNone)
 {
     const std::string strTwo = std::string(s_szReplaced) + s_szReplaced;
@@ -32,7 +38,8 @@ TEST(ValidText, ReplacesEachByteThatIsNone)
 
 TEST(ValidText, ReplacesWhatSteersText)
 {
-    EXPECT_EQ(validText("\u0085"), s_szReplaced);
+    for (const char* szText : {"\u0080", "\u0085", "\u009f"})
+        EXPECT_EQ(validText(szText), s_szReplaced);
     EXPECT_EQ(validText("\u2028\u2029"), std::string(s_szReplaced) + s_szReplaced);
 }
 

@@ -696,13 +696,18 @@ TEST(FeatureComputerSeveralWindows, ComputeNothingAheadOfAFirstOneThatFails)
 TEST(FeatureComputerSeveralWindows, ReportLengthsThatAreNoPowerOfTwoForEachOfThem)
 {
     const std::vector<DoubleVector> vWindows(4, DoubleVector(96, 0.25));
-    Audio::FeatureComputerImpl computer;
-    addAll(computer, {"spectrum"});
-    const AssertionCapture assertions;
+    for (const auto& [szFeature, uiNbOfValues] : {std::pair("spectrum", 48u), std::pair("spectrum500hz", 8u)}) {
+        Audio::FeatureComputerImpl computer;
+        addAll(computer, {szFeature});
+        const AssertionCapture assertions;
 
-    EXPECT_EQ(4u, computedInBlocks(computer, vWindows, 4).size());
+        const std::vector<DoubleVector> vSpectra = computedInBlocks(computer, vWindows, 4);
 
-    EXPECT_EQ(8u, assertions.texts().size());
+        EXPECT_EQ(4u, vSpectra.size());
+        for (const DoubleVector& vSpectrum : vSpectra)
+            EXPECT_EQ(uiNbOfValues, vSpectrum.size());
+        EXPECT_EQ(8u, assertions.texts().size());
+    }
 }
 
 TEST(FeatureComputerSeveralWindows, NeedTheOtherInputsAsWell)
