@@ -108,11 +108,15 @@ std::vector<std::string> nearestNames(std::string_view in_strWord, const std::ve
     const std::size_t uiFarthest = std::max<std::size_t>(1, in_strWord.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> vNear;
     for (const std::string& strName : in_vNames) {
+        const auto [uiShort, uiLong] = std::minmax({in_strWord.size(), strName.size()});
+        if (uiLong - uiShort > uiFarthest) { // so is the distance, which is that number where one begins the other
+            if (in_strWord.size() >= 3 && startsWith(strName, in_strWord))
+                vNear.emplace_back(uiFarthest + uiLong - uiShort, strName);
+            continue;
+        }
         const std::size_t uiDistance = editDistance(in_strWord, strName);
         if (uiDistance <= uiFarthest)
             vNear.emplace_back(uiDistance, strName);
-        else if (in_strWord.size() >= 3 && startsWith(strName, in_strWord))
-            vNear.emplace_back(uiFarthest + uiDistance, strName);
     }
     std::stable_sort(vNear.begin(), vNear.end(),
                      [](const auto& in_left, const auto& in_right) { return in_left.first < in_right.first; });

@@ -22,8 +22,8 @@ protected:
 
 TEST_F(FeatureSetTest, HasTheUnitOfTheLastStageThatHasOneOfItsOwn)
 {
-    ASSERT_TRUE(m_features.configure({"spectrum|flatness", "spectrum|flatness|deltatoslidingmean",
-                                      "deltatoslidingmean", "silenceratio|deltatoslidingmean"},
+    ASSERT_TRUE(m_features.configure({"spectrum|flatness", "spectrum|flatness|deltatoslidingmean", "deltatoslidingmean",
+                                      "silenceratio|deltatoslidingmean"},
                                      {{"level", "mean(x * x)"}}, m_messages))
         << m_said.str();
     const std::vector<std::string> vUnits = m_features.getUnits();
