@@ -199,6 +199,12 @@ TEST(ExpressionArithmetic, ShortensALongFormulaInMessages)
               vTexts[0]); // 200 characters of the formula
 }
 
+TEST(ExpressionText, MayBeBrokenIntoLinesOfAnySystemAndIndented)
+{
+    EXPECT_THAT(value("a\r\n\t+ b\n*\rc"), ElementsAre(17.0));
+    EXPECT_NE(errorOf("a\f+ b"), "");
+}
+
 TEST(ExpressionArithmetic, MultipliesBeforeItAdds)
 {
     EXPECT_EQ(DoubleVector({17.0}), value("a + b * c"));
