@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvana/AudioFileReader.h"
 
+#include "AudioMaskedFile.h"
 #include "corvana/Assertion.h"
 
 #include <sndfile.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <mutex>
 #include <ostream>
 #include <shared_mutex>
@@ -37,9 +39,35 @@ constexpr double s_dClippingLinear = 0.999969;
 
 constexpr std::size_t s_uiMaxErrorLength = 2048;
 
+// What a reader holds of a file.
+struct OpenFile
+{
+    OpenFile() = default;
+    ~OpenFile() { sf_close(m_pSoundFile); }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    std::unique_ptr<MaskedFile> m_pMasked; // what libsndfile reads, when that is not the file itself
+    SNDFILE* m_pSoundFile = nullptr;
+};
+
+OpenFile* toOpenFile(void* in_pFile)
+{
+    return static_cast<OpenFile*>(in_pFile);
+}
+
 SNDFILE* toSoundFile(void* in_pFile)
 {
-    return static_cast<SNDFILE*>(in_pFile);
+    return in_pFile == nullptr ? nullptr : toOpenFile(in_pFile)->m_pSoundFile;
+}
+
+// Why the system could not read since the last call; empty: it could.
+std::string takeSystemError(OpenFile& inout_file)
+{
+    if (sf_error(inout_file.m_pSoundFile) == SF_ERR_SYSTEM)
+        return sf_strerror(inout_file.m_pSoundFile);
+    const int iError = inout_file.m_pMasked == nullptr ? 0 : inout_file.m_pMasked->takeError();
+    return iError == 0 ? "" : std::strerror(iError);
 }
 
 std::string lastOpenError()
@@ -57,13 +85,17 @@ std::shared_timed_mutex& openings()
     return s_openings;
 }
 
-SNDFILE* openToRead(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
+std::unique_ptr<OpenFile> openToRead(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
 {
     out_info = {};
-    SNDFILE* const pFile = sf_open(in_szFileName, SFM_READ, &out_info);
-    if (pFile == nullptr)
-        out_strError = lastOpenError();
-    return pFile;
+    auto pFile = std::make_unique<OpenFile>();
+    pFile->m_pMasked = MaskedFile::openWhereNeeded(in_szFileName);
+    pFile->m_pSoundFile =
+        pFile->m_pMasked == nullptr ? sf_open(in_szFileName, SFM_READ, &out_info) : pFile->m_pMasked->open(out_info);
+    if (pFile->m_pSoundFile != nullptr)
+        return pFile;
+    out_strError = lastOpenError();
+    return nullptr;
 }
 
 bool isRegularFile(const char* in_szFileName)
@@ -74,12 +106,12 @@ bool isRegularFile(const char* in_szFileName)
 
 // Many files at a time, and one that fails once more, alone. What can be read only once is not opened again; its
 // reason, and that of a file while another thread waits for a pipe's writer, may be another's.
-SNDFILE* openAmongOthers(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
+std::unique_ptr<OpenFile> openAmongOthers(const char* in_szFileName, SF_INFO& out_info, std::string& out_strError)
 {
     constexpr std::chrono::seconds patience(1);
     {
         const std::shared_lock<std::shared_timed_mutex> lock(openings());
-        SNDFILE* const pFile = openToRead(in_szFileName, out_info, out_strError);
+        std::unique_ptr<OpenFile> pFile = openToRead(in_szFileName, out_info, out_strError);
         if (pFile != nullptr || in_szFileName == std::string_view("-"))
             return pFile;
     }
@@ -89,13 +121,12 @@ SNDFILE* openAmongOthers(const char* in_szFileName, SF_INFO& out_info, std::stri
     return lock.owns_lock() ? openToRead(in_szFileName, out_info, out_strError) : nullptr;
 }
 
-// What libsndfile says, without the full stop that it puts behind the system's words.
-std::string lastReadError(SNDFILE* in_pFile)
+// What libsndfile says ends with a full stop.
+std::string withoutFullStop(std::string in_strText)
 {
-    std::string strError = sf_strerror(in_pFile);
-    if (strError.ends_with('.'))
-        strError.pop_back();
-    return strError;
+    if (in_strText.ends_with('.'))
+        in_strText.pop_back();
+    return in_strText;
 }
 
 // The frame nearest to a time; false when no file can have it (negative, not a number, beyond 63 bits).
@@ -154,7 +185,7 @@ private:
 
 void AudioFileReader::SoundFileCloser::operator()(void* in_pFile) const
 {
-    sf_close(toSoundFile(in_pFile));
+    delete toOpenFile(in_pFile);
 }
 
 AudioFileReader::AudioFileReader()
@@ -198,15 +229,15 @@ bool AudioFileReader::setSourceAudioFile(const char* in_szFileName)
     SF_INFO info = {};
     // Becomes ours at the end, so that neither a failure nor an exception leaves a file open.
     std::string strError;
-    std::unique_ptr<void, SoundFileCloser> pFile(openAmongOthers(in_szFileName, info, strError));
+    std::unique_ptr<void, SoundFileCloser> pFile(openAmongOthers(in_szFileName, info, strError).release());
     if (pFile == nullptr) {
         CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(), "failed to open " << in_szFileName << ", " << strError);
         return false;
     }
     // Where the system fails in the middle of a header, libsndfile goes on with zeros.
-    if (sf_error(toSoundFile(pFile.get())) == SF_ERR_SYSTEM) {
-        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(),
-                             "failed to open " << in_szFileName << ", " << sf_strerror(toSoundFile(pFile.get())));
+    strError = takeSystemError(*toOpenFile(pFile.get()));
+    if (!strError.empty()) {
+        CORVANA_LOG_ERROR_AT(at::openFailed, getLogger(), "failed to open " << in_szFileName << ", " << strError);
         return false;
     }
     m_iFormat = info.format;
@@ -281,11 +312,13 @@ unsigned long AudioFileReader::readShorts()
 // remembers from elsewhere is no concern of a reader without a file.
 void AudioFileReader::checkRead()
 {
-    SNDFILE* pFile = toSoundFile(m_pFile.get());
-    if (m_bReadError || pFile == nullptr || sf_error(pFile) != SF_ERR_SYSTEM)
+    if (m_bReadError || m_pFile == nullptr)
+        return;
+    const std::string strError = takeSystemError(*toOpenFile(m_pFile.get()));
+    if (strError.empty())
         return;
     m_bReadError = true;
-    CORVANA_LOG_ERROR(getLogger(), "Could not read on, " << lastReadError(pFile) << " : " << m_strFileName);
+    CORVANA_LOG_ERROR(getLogger(), "Could not read on, " << withoutFullStop(strError) << " : " << m_strFileName);
 }
 
 bool AudioFileReader::gotoStart()

@@ -273,6 +273,8 @@ CuePoints cuePointsOf(const std::string& in_strBytes)
 // Each region starts where libsndfile finds the cue point of its identifier.
 void requireSameCuePoints(const std::string& in_strBytes, AnnotatedFile& inout_file)
 {
+    if (misleadsLibsndfile(in_strBytes))
+        return;
     constexpr std::size_t uiSize = 24;
     // libsndfile keeps the last of several chunks, and fills a point that is cut off, while here all chunks are read
     // and no such point.

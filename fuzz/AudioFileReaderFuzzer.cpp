@@ -160,7 +160,15 @@ void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSiz
     const unsigned long uiFactor = 1 + control.takeUpTo(3);
 
     const LeakCheck leakCheck;
-    const MemoryFile file(ByteReader(in_pData, in_uiSize - uiControl).rest());
+    const auto strBytes = ByteReader(in_pData, in_uiSize - uiControl).rest();
+    const MemoryFile file(strBytes);
+    if (misleadsLibsndfile(strBytes)) { // the reader is not misled
+        Audio::AudioFileReader reader;
+        Math::DoubleVector vFrames;
+        if (reader.setSourceAudioFile(file.path()) && reader.getNbOfFrames() <= s_uiMaxFrames)
+            reader.getAllLinearFrames(vFrames);
+        return;
+    }
     Sound sound;
     const bool bReadable = readInOnePiece(file.path(), s_iNoSeek, sound);
 

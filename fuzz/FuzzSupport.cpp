@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FuzzSupport.h"
 
+#include "audio/AudioRiffListCheck.h"
+
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -83,6 +85,16 @@ std::uint32_t largestCueId(std::string_view in_strBytes)
         }
     }
     return uiLargest;
+}
+
+bool misleadsLibsndfile(std::string_view in_strBytes)
+{
+    const auto readAt = [=](std::uint64_t in_uiPosition, unsigned char* out_pBytes, std::size_t in_uiCount) {
+        return in_uiPosition >= in_strBytes.size() ? 0
+                                                   : in_strBytes.copy(reinterpret_cast<char*>(out_pBytes), in_uiCount,
+                                                                      static_cast<std::size_t>(in_uiPosition));
+    };
+    return Audio::RiffListCheck(readAt).isMisleading();
 }
 
 const Test::TempDir& scratchFolder()

@@ -72,6 +72,9 @@ private:
 /// targets take few such inputs.
 std::uint32_t largestCueId(std::string_view in_strBytes);
 
+/// Whether libsndfile may never come to an end of these bytes as a WAV file, so that it cannot be asked about them.
+bool misleadsLibsndfile(std::string_view in_strBytes);
+
 /// One folder for a process, in memory where there is such a place. Slower than a MemoryFile.
 const Test::TempDir& scratchFolder();
 
