@@ -40,6 +40,7 @@ public:
 
 private:
     static constexpr std::uint64_t s_uiEndOfFile = UINT64_MAX;
+    static constexpr std::uint64_t s_uiBackwards = 0x7FFFFFFF; // with its padding the first that leads there
 
     static std::string_view nameAt(const unsigned char* in_pBytes)
     {
@@ -96,41 +97,43 @@ private:
         const std::string_view strBytes(reinterpret_cast<const char*>(m_vBytes.data()), m_vBytes.size());
         for (std::size_t uiList = strBytes.find("LIST"); uiList != std::string_view::npos;
              uiList = strBytes.find("LIST", uiList + 1))
-            if (listMisleads(m_vBytes.data() + uiList + 4, strBytes.size() - uiList - 4))
+            if (listMisleads(in_uiBegin + uiList))
                 return true;
         return false;
     }
 
-    // From the list's length on.
-    bool listMisleads(const unsigned char* in_pList, std::size_t in_uiNbOfBytes) const
+    // Goes through it as libsndfile does, also beyond its end when entries do not fill it.
+    bool listMisleads(std::uint64_t in_uiPosition)
     {
-        if (in_uiNbOfBytes < 4 || numberAt(in_pList) > in_uiNbOfBytes - 4)
-            return true;
-        const unsigned char* const pBody = in_pList + 4;
-        const std::uint64_t uiSize = numberAt(in_pList);
+        unsigned char acEntry[8];
+        if (m_readAt(in_uiPosition, acEntry, sizeof acEntry) < sizeof acEntry)
+            return false;
+        const std::uint64_t uiSize = numberAt(acEntry + 4);
         std::uint64_t uiNext = 0;
-        while (uiNext + 4 <= uiSize) {
-            const std::string_view strName = nameAt(pBody + uiNext);
+        while (uiNext < uiSize) {
+            if (m_uiNbOfEntriesLeft-- == 0)
+                return true;
+            if (m_readAt(in_uiPosition + 8 + uiNext, acEntry, sizeof acEntry) < sizeof acEntry)
+                return false;
+            const std::string_view strName = nameAt(acEntry);
             if (strName == "adtl" || strName == "INFO") { // kinds of lists, which libsndfile takes anywhere
                 uiNext += 4;
                 continue;
             }
             if (strName == "data" || strName == std::string_view("\0\0\0\0", 4))
                 return false; // there, libsndfile leaves the list
-            if (uiNext + 8 > uiSize || strName == "exif")
-                return true;
-            const std::uint64_t uiEntry = numberAt(pBody + uiNext + 4);
-            const bool bNumbered = strName == "labl" || strName == "note" || strName == "ltxt";
-            if (uiEntry > uiSize - uiNext - 8 || (bNumbered && uiEntry < 4))
+            const std::uint64_t uiEntry = numberAt(acEntry + 4);
+            if (uiEntry >= s_uiBackwards)
                 return true;
             uiNext += 8 + uiEntry + uiEntry % 2;
         }
-        return uiNext < uiSize;
+        return false;
     }
 
     ReadAt m_readAt;
     std::vector<unsigned char> m_vBytes;
-    std::uint64_t m_uiNbOfBytesLeft = std::uint64_t{1} << 20U; // outside of the audio
+    std::uint64_t m_uiNbOfBytesLeft = std::uint64_t{1} << 18U; // outside of the audio
+    unsigned m_uiNbOfEntriesLeft = 100000;
     bool m_bBigEndian = false;
 };
 

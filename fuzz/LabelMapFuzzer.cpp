@@ -56,12 +56,15 @@ void requireRows(const std::string& in_strText)
 
 std::vector<LabeledRegion> regionsOf(std::string_view in_strLabels)
 {
+    constexpr std::size_t uiMaxLabels = 8;
     std::vector<LabeledRegion> vRegions(1);
     for (const char c : in_strLabels) {
-        if (c == '\n')
-            vRegions.emplace_back();
-        else
+        if (c != '\n')
             vRegions.back().m_strLabel += c;
+        else if (vRegions.size() == uiMaxLabels)
+            break;
+        else
+            vRegions.emplace_back();
     }
     for (std::size_t uiRegion = 0; uiRegion < vRegions.size(); ++uiRegion)
         vRegions[uiRegion].m_uiLine = uiRegion + 1;
@@ -102,7 +105,6 @@ void requireApplied(const LabelMap& in_map, const std::vector<LabeledRegion>& in
 
 void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSize)
 {
-    constexpr std::size_t uiMaxLabels = 8;
     const std::string_view strInput = ByteReader(in_pData, in_uiSize).rest();
     const std::size_t uiEnd = std::min(strInput.find('\0'), strInput.size());
     const std::string strMap(strInput.substr(0, uiEnd));
@@ -114,8 +116,6 @@ void Corvana::Fuzz::runTarget(const std::uint8_t* in_pData, std::size_t in_uiSiz
     CORVANA_FUZZ_REQUIRE(strFault.empty() || strFault.starts_with("line "));
     if (!strFault.empty())
         return;
-    std::vector<LabeledRegion> vRegions =
-        regionsOf(uiEnd < strInput.size() ? strInput.substr(uiEnd + 1) : std::string_view("MALE\ndog"));
-    vRegions.resize(std::min(vRegions.size(), uiMaxLabels));
-    requireApplied(map, vRegions);
+    requireApplied(map,
+                   regionsOf(uiEnd < strInput.size() ? strInput.substr(uiEnd + 1) : std::string_view("MALE\ndog")));
 }

@@ -380,6 +380,9 @@ private:
                 riff(fmtChunk() + data() + strBack + cue() + list()));
             add("loop/wrap-in-list-" + std::to_string(uiSize), "the same in a list",
                 riff(fmtChunk() + data() + cue() + adtlChunk(record(1, 8, "VOICE") + record(2, 3, "BEEP") + strBack)));
+            // Where libsndfile goes round for ever.
+            add("loop/wrap-first-in-list-" + std::to_string(uiSize), "the same, with nothing before it in the list",
+                riff(fmtChunk() + data() + cue() + adtlChunk(strBack + record(1, 8, "VOICE"))));
         }
     }
 

@@ -346,7 +346,8 @@ struct SoundLength
     explicit SoundLength(const std::string& in_strPath)
     {
         SF_INFO info = {};
-        const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> pFile(sf_open(in_strPath.c_str(), SFM_READ, &info), sf_close);
+        const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> pFile(
+            sf_open(readablePath(in_strPath).c_str(), SFM_READ, &info), sf_close);
         m_bMono = pFile != nullptr && info.channels == 1;
         m_uiRate = static_cast<unsigned long>(info.samplerate);
         m_bWhole = true;

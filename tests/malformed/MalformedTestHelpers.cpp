@@ -37,6 +37,16 @@ std::string contentsOf(const std::string& in_strPath)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+std::string readablePath(const std::string& in_strPath)
+{
+    std::string strBytes = contentsOf(in_strPath);
+    if (strBytes.find("adtlback") == std::string::npos)
+        return in_strPath;
+    strBytes.replace(strBytes.find("LIST"), 4, "junk");
+    std::ofstream(in_strPath + ".readable", std::ios::binary) << strBytes;
+    return in_strPath + ".readable";
+}
+
 testing::AssertionResult isSame(const std::string& in_strActual, const std::string& in_strExpected)
 {
     if (in_strActual == in_strExpected)

@@ -36,6 +36,9 @@ inline std::string nameOfGroup(const testing::TestParamInfo<CaseGroup>& in_info)
 }
 
 std::string contentsOf(const std::string& in_strPath);
+/// A file of the same audio that libsndfile comes to an end of: where a list leads it back to its beginning, a copy
+/// beside it without that list; else itself.
+std::string readablePath(const std::string& in_strPath);
 /// Whether two texts are the same, and if not, where they begin to differ.
 testing::AssertionResult isSame(const std::string& in_strActual, const std::string& in_strExpected);
 

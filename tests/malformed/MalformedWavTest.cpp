@@ -41,7 +41,7 @@ protected:
 struct SoundFile
 {
     explicit SoundFile(const std::string& in_strPath)
-        : m_pFile(sf_open(in_strPath.c_str(), SFM_READ, &m_info), sf_close)
+        : m_pFile(sf_open(readablePath(in_strPath).c_str(), SFM_READ, &m_info), sf_close)
     {
     }
 
