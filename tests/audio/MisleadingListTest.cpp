@@ -82,7 +82,7 @@ protected:
     }
 
     TempDir m_dir;
-    const std::string m_strSamples = std::string("LIST\1\0\2\0LIST\3\0LI", 18) + "ST" + std::string(40, '\5');
+    const std::string m_strSamples = std::string("LIST\1\0\2\0LIST\3\0LI", 16) + "ST" + std::string(40, '\5');
 };
 
 TEST_F(MisleadingListTest, IsReadAlthoughAnEntryLeadsBackwards)
