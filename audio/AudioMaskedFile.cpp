@@ -4,6 +4,7 @@
 #include "AudioRiffListCheck.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
@@ -35,13 +36,21 @@ std::size_t readAt(int in_iDescriptor, std::uint64_t in_uiPosition, char* out_pB
 
 bool isMisleading(int in_iDescriptor, std::uint64_t in_uiLength)
 {
-    const auto readWithin = [=](std::uint64_t in_uiPosition, unsigned char* out_pBytes, std::size_t in_uiCount) {
+    // Of most recordings, all that is asked for.
+    std::array<char, 512> acBegin;
+    int iError = 0; // libsndfile will come upon it again, and tell
+    const std::size_t uiBegin =
+        readAt(in_iDescriptor, 0, acBegin.data(),
+               static_cast<std::size_t>(std::min<std::uint64_t>(acBegin.size(), in_uiLength)), iError);
+    const auto readWithin = [&](std::uint64_t in_uiPosition, unsigned char* out_pBytes, std::size_t in_uiCount) {
         if (in_uiPosition >= in_uiLength)
             return std::size_t{0};
-        int iError = 0; // libsndfile will come upon it again, and tell
-        return readAt(in_iDescriptor, in_uiPosition, reinterpret_cast<char*>(out_pBytes),
-                      static_cast<std::size_t>(std::min<std::uint64_t>(in_uiCount, in_uiLength - in_uiPosition)),
-                      iError);
+        const auto uiCount = static_cast<std::size_t>(std::min<std::uint64_t>(in_uiCount, in_uiLength - in_uiPosition));
+        char* const pBytes = reinterpret_cast<char*>(out_pBytes);
+        if (in_uiPosition + uiCount > uiBegin)
+            return readAt(in_iDescriptor, in_uiPosition, pBytes, uiCount, iError);
+        std::copy_n(acBegin.data() + in_uiPosition, uiCount, pBytes);
+        return uiCount;
     };
     return RiffListCheck(readWithin).isMisleading();
 }

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Corvana::Audio {
@@ -26,8 +26,8 @@ public:
     {
     }
 
-    /// Takes a few short reads for a sound file, and at most a second's for any. What takes longer counts as
-    /// misleading.
+    /// Reads the beginning of each chunk, and all that is no audio. What has too much of that, too many chunks, or too
+    /// many entries counts as misleading.
     bool isMisleading()
     {
         unsigned char acForm[12];
